@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Xylem needs (only those missing), then configures and builds.
+#   scripts/setup.sh release   Release build in build/release (the xylem tool)
+#   scripts/setup.sh test      ASan+UBSan build in build/test with tests and fuzz targets
+#   scripts/setup.sh bench     Release build in build/bench with the benchmarks
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=(g++ cmake ninja-build pkg-config libpcre2-dev libcli11-dev nlohmann-json3-dev
+          libgtest-dev libgmock-dev libxml2-dev)
+case "${1:-release}" in
+  bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
+  test) packages+=(libxml2-utils) ;;
+esac
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
+    missing+=("$package")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "Installing: ${missing[*]}"
+  sudo=""
+  [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  $sudo apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
+fi
+
+jobs=$(nproc)
+case "${1:-release}" in
+  release)
+    cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF >/dev/null
+    cmake --build build/release -j "$jobs" ;;
+  test)
+    cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=ON \
+      -DXYLEM_FUZZ_SECONDS="${XYLEM_FUZZ_SECONDS:-5}" >/dev/null
+    cmake --build build/test -j "$jobs" ;;
+  bench)
+    cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF \
+      -DXYLEM_BUILD_BENCH=ON >/dev/null
+    cmake --build build/bench -j "$jobs" ;;
+  *) echo "usage: scripts/setup.sh release|test|bench" >&2; exit 2 ;;
+esac
