@@ -1,6 +1,11 @@
 #include "common/Utf.hpp"
 
+#include <bit>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace xylem {
 
@@ -17,8 +22,27 @@ TyUTF8DecodeResult DecodeUTF8(const uint8_t* Begin, const uint8_t* End, char16_t
   const uint8_t* in = Begin;
   char16_t* out = Out;
   while (in < End) {
-    // ASCII runs dominate markup: take eight bytes at a time while none has the high bit set
-    // and none is NUL.
+    // ASCII runs dominate markup: take sixteen (or eight) bytes at a time while none has the
+    // high bit set and none is NUL.
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    while (End - in >= 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+      const int stop = _mm_movemask_epi8(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, zero)));
+      // Out has room for all sixteen (never more units than bytes), so store first and keep
+      // only the ASCII prefix when the block holds something else.
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, zero));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8), _mm_unpackhi_epi8(bytes, zero));
+      if (stop) {
+        const int prefix = std::countr_zero(static_cast<unsigned>(stop));
+        in += prefix;
+        out += prefix;
+        break;
+      }
+      in += 16;
+      out += 16;
+    }
+#endif
     while (End - in >= 8) {
       uint64_t word;
       std::memcpy(&word, in, 8);
@@ -109,8 +133,9 @@ size_t UTF8Length(std::u16string_view Text) {
   return length;
 }
 
-size_t EncodeUTF8(std::u16string_view Text, char* Out) {
-  char* out = Out;
+namespace {
+
+char* encodeCodePoints(std::u16string_view Text, char* out) {
   forEachCodePoint(Text, [&](uint32_t code) {
     if (code < 0x80) {
       *out++ = static_cast<char>(code);
@@ -128,6 +153,35 @@ size_t EncodeUTF8(std::u16string_view Text, char* Out) {
       *out++ = static_cast<char>(0x80 | (code & 0x3F));
     }
   });
+  return out;
+}
+
+}  // namespace
+
+size_t EncodeUTF8(std::u16string_view Text, char* Out) {
+  char* out = Out;
+  const char16_t* at = Text.data();
+  const char16_t* end = at + Text.size();
+  while (at < end) {
+    // Four units at once while all are ASCII: markup is mostly ASCII.
+    while (end - at >= 4) {
+      uint64_t word;
+      std::memcpy(&word, at, 8);
+      if (word & 0xFF80FF80FF80FF80ull) break;
+      out[0] = static_cast<char>(at[0]);
+      out[1] = static_cast<char>(at[1]);
+      out[2] = static_cast<char>(at[2]);
+      out[3] = static_cast<char>(at[3]);
+      out += 4;
+      at += 4;
+    }
+    if (at == end) break;
+    // Up to the next ASCII unit, so that a surrogate pair is encoded whole.
+    const char16_t* stop = at + 1;
+    while (stop < end && *stop >= 0x80) ++stop;
+    out = encodeCodePoints(std::u16string_view(at, static_cast<size_t>(stop - at)), out);
+    at = stop;
+  }
   return static_cast<size_t>(out - Out);
 }
 
@@ -142,7 +196,8 @@ std::u16string ToUTF16(std::string_view UTF8) {
     const TyUTF8DecodeResult part = DecodeUTF8(at, end, result.data() + written);
     written += part.Written;
     if (!part.NulFound) break;
-    const auto* nul = static_cast<const uint8_t*>(std::memchr(at, 0, static_cast<size_t>(end - at)));
+    const auto* nul =
+        static_cast<const uint8_t*>(std::memchr(at, 0, static_cast<size_t>(end - at)));
     result[written++] = u'\0';
     at = nul + 1;
   }

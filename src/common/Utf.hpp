@@ -16,8 +16,8 @@ struct TyUTF8DecodeResult {
 };
 
 // Decodes [Begin, End) into Out, which must hold at least End - Begin code units (UTF-8 never
-// needs more units than bytes). Invalid sequences become U+FFFD and are counted. Stops at the
-// first NUL byte with NulFound set. No allocation.
+// needs more units than bytes; units behind Written may be overwritten). Invalid sequences
+// become U+FFFD and are counted. Stops at the first NUL byte with NulFound set. No allocation.
 TyUTF8DecodeResult DecodeUTF8(const uint8_t* Begin, const uint8_t* End, char16_t* Out);
 
 // Exact number of UTF-8 bytes that `EncodeUTF8` writes for Text.

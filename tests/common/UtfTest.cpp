@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 namespace xylem {
 
 TEST(Utf, RoundTripsEveryPlaneAndCountsInvalidSequences) {
@@ -40,6 +42,32 @@ TEST(Utf, StopsAtNulInsideAndOutsideTheFastRun) {
     EXPECT_EQ(result.Written, bytes.find('\0'));
   }
   EXPECT_EQ(ToUTF8(u"\xD800x"), "\xEF\xBF\xBDx");  // a lone surrogate is not passed through
+}
+
+// The encoder's ASCII fast path must hand surrogate pairs and lone surrogates to the general
+// path whole: random mixes round-trip, with lone surrogates coming back as U+FFFD.
+TEST(Utf, EncoderRoundTripsRandomMixesAcrossTheFastPath) {
+  std::mt19937 random(3);
+  const std::u16string alphabet = u"abcd<>\n\u00E9\u20AC\U0001F600";
+  for (int round = 0; round < 500; ++round) {
+    std::u16string text;
+    for (int i = random() % 24; i > 0; --i) {
+      const size_t pick = random() % (alphabet.size() + 1);
+      if (pick == alphabet.size()) {
+        text.push_back(u'\xD800');  // lone
+      } else if (alphabet[pick] >= 0xD800 && alphabet[pick] <= 0xDBFF) {
+        text.append(u"\U0001F600");
+      } else if (alphabet[pick] < 0xD800 || alphabet[pick] > 0xDFFF) {
+        text.push_back(alphabet[pick]);
+      }
+    }
+    std::string bytes(UTF8Length(text), '\0');
+    ASSERT_EQ(EncodeUTF8(text, bytes.data()), bytes.size());
+    std::u16string expected = text;
+    for (char16_t& unit : expected)
+      if (unit == 0xD800 && (&unit == &expected.back() || (&unit)[1] < 0xDC00)) unit = 0xFFFD;
+    ASSERT_EQ(ToUTF16(bytes), expected) << "round " << round;
+  }
 }
 
 }  // namespace xylem

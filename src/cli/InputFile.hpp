@@ -1,0 +1,31 @@
+#pragma once
+// Loading the tool's input files: a path, or "-" for standard input, into a text list with
+// its detected format. Failures become one clear line on stderr, never an exception.
+
+#include <memory>
+#include <string>
+
+#include "text/TextFile.hpp"
+#include "text/TextList.hpp"
+
+namespace xylem::cli {
+
+struct TyInputFile {
+  std::string Path;         // as given on the command line ("-" for standard input)
+  std::string DisplayName;  // what messages call it ("<stdin>" for standard input)
+  TxTextList List;
+  TyTextFileFormat Format;
+  double LoadSeconds = 0;
+};
+
+// Loads Path (or stdin for "-"). On failure prints "xylem: NAME: MESSAGE" to stderr, with the
+// message on one line, and returns null.
+std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path);
+
+// The message of an exception as one line: the loader's two-line messages joined by a blank.
+std::string OneLine(std::string Message);
+
+// "CR LF", "LF" or "CR".
+const char* NewlineName(std::u16string_view Newline);
+
+}  // namespace xylem::cli

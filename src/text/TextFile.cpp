@@ -1,0 +1,258 @@
+#include "text/TextFile.hpp"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/Exception.hpp"
+#include "text/ByteOrderMark.hpp"
+#include "text/EncodingDetector.hpp"
+#include "text/TextListIterator.hpp"
+#include "text/TextListLoader.hpp"
+
+namespace xylem {
+
+namespace {
+
+// A read-only mapping of a whole file, released early by Release or at the latest on scope
+// exit.
+class CyMappedFile {
+ public:
+  explicit CyMappedFile(const std::string& Path) {
+    const int fd = open(Path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) fail(Path);
+    struct stat info {};
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+      const int error = S_ISDIR(info.st_mode) ? EISDIR : errno;
+      close(fd);
+      errno = error;
+      fail(Path);
+    }
+    size_ = static_cast<size_t>(info.st_size);
+    if (size_ > 0) {
+      void* data = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd, 0);
+      if (data == MAP_FAILED) {
+        const int error = errno;
+        close(fd);
+        errno = error;
+        fail(Path);
+      }
+      // The decoder reads each piece once from front to back.
+      madvise(data, size_, MADV_SEQUENTIAL);
+      data_ = static_cast<const uint8_t*>(data);
+    }
+    close(fd);
+  }
+  ~CyMappedFile() { Release(); }
+  CyMappedFile(const CyMappedFile&) = delete;
+  CyMappedFile& operator=(const CyMappedFile&) = delete;
+
+  const uint8_t* getData() const { return data_ ? data_ : reinterpret_cast<const uint8_t*>(""); }
+  size_t getSize() const { return size_; }
+  void Release() {
+    if (data_) munmap(const_cast<uint8_t*>(data_), size_);
+    data_ = nullptr;
+  }
+
+ private:
+  [[noreturn]] static void fail(const std::string& Path) {
+    throw CyException("The file \"" + Path + "\" cannot be read: " + std::strerror(errno) + ".",
+                      kErrorFileRead);
+  }
+  const uint8_t* data_ = nullptr;
+  size_t size_ = 0;
+};
+
+// Positions the stream for a caller-given encoding: behind a mark of that encoding only.
+void skipMatchingMark(CyRewindableInputStream& Stream, const CyEncoding& Encoding, bool& HasBOM) {
+  std::string mark;
+  CyBOMDetector::RewindAndSkipBOM(Stream, mark);
+  HasBOM = !mark.empty() && ((mark == "UTF-8" && Encoding.getCodePage() == kCodePageUTF8) ||
+                             (mark == "UTF-16LE" && Encoding.getCodePage() == kCodePageUTF16LE) ||
+                             (mark == "UTF-16BE" && Encoding.getCodePage() == kCodePageUTF16BE));
+  if (!HasBOM) Stream.Rewind();
+}
+
+std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
+                          CyRewindableInputStream& Stream, CyUTF8ToCharErrorHandler* ErrorHandler,
+                          CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM, int PieceCount,
+                          const std::function<void()>& AfterDecode) {
+  if (EncodingFixed)
+    skipMatchingMark(Stream, Encoding, HasBOM);
+  else
+    CyEncodingDetector::DetectEncodingAndSkipBOM(BaseURL, Stream, HasBOM, Encoding, EncodingFixed);
+  return CyTextListLoader::LoadTextList_PARALLEL(List, Stream.getCurrent(), Stream.getRemaining(),
+                                                 Encoding, ErrorHandler, PieceCount, AfterDecode);
+}
+
+// Calls Sink(chunk) with the encoded text, about a megabyte at a time.
+template <typename Sink>
+void encodeChunks(const TxTextList& List, const CyEncoding& Encoding, bool WithBOM,
+                  std::u16string_view Newline, Sink&& sink) {
+  constexpr size_t kChunk = size_t{1} << 20;
+  CyTextEncoder encoder(Encoding);
+  std::string chunk = encoder.getMark(WithBOM);
+  CyTextListIterator iterator(List, Newline);
+  std::u16string_view text;
+  int64_t line = 0;
+  bool isNewline = false;
+  while (iterator.Next(text, line, isNewline)) {
+    const size_t failed = encoder.Encode(text, chunk);
+    if (failed != std::u16string_view::npos) {
+      char code[16];
+      std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned>(text[failed]));
+      throw CyException("Line " + std::to_string(line) + ", position " +
+                            std::to_string(isNewline ? List.getLine(line).size() + 1 : failed + 1) +
+                            ": the character " + code + " cannot be written in the encoding " +
+                            Encoding.getName() + ".",
+                        kErrorUnrepresentable);
+    }
+    if (chunk.size() >= kChunk) {
+      sink(chunk);
+      chunk.clear();
+    }
+  }
+  if (!chunk.empty()) sink(chunk);
+}
+
+[[noreturn]] void writeFailed(const std::string& Path, int Error) {
+  throw CyException("The file \"" + Path + "\" cannot be written: " + std::strerror(Error) + ".",
+                    kErrorFileWrite);
+}
+
+}  // namespace
+
+std::u16string TxTextList::LoadFromDataEncoded__PARALLEL__(const uint8_t* Data, size_t Size,
+                                                           const CyEncoding& Encoding,
+                                                           CyUTF8ToCharErrorHandler* ErrorHandler,
+                                                           int PieceCount) {
+  return CyTextListLoader::LoadTextList_PARALLEL(*this, Data, Size, Encoding, ErrorHandler,
+                                                 PieceCount);
+}
+
+std::u16string TxTextList::LoadFromBufferedInputStreamEncoded__PARALLEL__(
+    const std::string& BaseURL, CyBufferedInputStream& BufferedInputStream,
+    CyUTF8ToCharErrorHandler* ErrorHandler, CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM,
+    int PieceCount) {
+  return loadStream(*this, BaseURL, BufferedInputStream, ErrorHandler, Encoding, EncodingFixed,
+                    HasBOM, PieceCount, {});
+}
+
+std::u16string TxTextList::LoadFromURL__PARALLEL__(const std::string& Path,
+                                                   CyUTF8ToCharErrorHandler* ErrorHandler,
+                                                   CyEncoding& Encoding, bool& EncodingFixed,
+                                                   bool& HasBOM, int PieceCount) {
+  CyMappedFile file(Path);
+  CyRewindableInputStream stream(file.getData(), file.getSize());
+  return loadStream(*this, Path, stream, ErrorHandler, Encoding, EncodingFixed, HasBOM, PieceCount,
+                    [&file] { file.Release(); });
+}
+
+std::u16string TxTextList::LoadFromDataDecoded__PARALLEL__(std::u16string_view DataDecoded,
+                                                           int PieceCount) {
+  CyTextOwner* owner = CyTextOwner::CreateBuffer(DataDecoded.size());
+  if (!DataDecoded.empty())
+    std::memcpy(owner->getBuffer(), DataDecoded.data(), DataDecoded.size() * sizeof(char16_t));
+  return CyTextListLoader::LoadDecoded_PARALLEL(*this, owner, DataDecoded.size(), PieceCount);
+}
+
+std::string TxTextList::getEncoded(const CyEncoding& Encoding, bool WithBOM,
+                                   std::u16string_view Newline) const {
+  std::string bytes;
+  encodeChunks(*this, Encoding, WithBOM, Newline,
+               [&](const std::string& chunk) { bytes += chunk; });
+  return bytes;
+}
+
+void TxTextList::SaveToURL(const std::string& Path, const CyEncoding& Encoding, bool WithBOM,
+                           std::u16string_view Newline) const {
+  // Saving through a symbolic link replaces the file it points to, not the link.
+  std::string target = Path;
+  struct stat link {};
+  if (lstat(Path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    if (char* resolved = realpath(Path.c_str(), nullptr)) {
+      target = resolved;
+      std::free(resolved);
+    }
+  }
+  const size_t slash = target.rfind('/');
+  const std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+  const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
+  std::string temporary = folder + "." + name + ".XXXXXX";
+  const int fd = mkstemp(temporary.data());
+  if (fd < 0) writeFailed(Path, errno);
+  try {
+    encodeChunks(*this, Encoding, WithBOM, Newline, [&](const std::string& chunk) {
+      size_t done = 0;
+      while (done < chunk.size()) {
+        const ssize_t n = write(fd, chunk.data() + done, chunk.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) writeFailed(Path, errno);
+        done += static_cast<size_t>(n);
+      }
+    });
+    // Keep the target's permissions; a new file gets the usual ones rather than mkstemp's 0600.
+    struct stat info {};
+    if (stat(target.c_str(), &info) == 0) {
+      fchmod(fd, info.st_mode & 07777);
+    } else {
+      const mode_t mask = umask(0);
+      umask(mask);
+      fchmod(fd, 0666 & ~mask);
+    }
+    if (fsync(fd) != 0) writeFailed(Path, errno);
+    if (close(fd) != 0) {
+      const int error = errno;
+      unlink(temporary.c_str());
+      writeFailed(Path, error);
+    }
+  } catch (...) {
+    close(fd);
+    unlink(temporary.c_str());
+    throw;
+  }
+  if (rename(temporary.c_str(), target.c_str()) != 0) {
+    const int error = errno;
+    unlink(temporary.c_str());
+    writeFailed(Path, error);
+  }
+}
+
+TyTextFileFormat LoadTextFile(const std::string& Path, TxTextList& List,
+                              const TyTextFileLoadOptions& Options) {
+  TyTextFileFormat format;
+  format.EncodingFixed = Options.Encoding.has_value();
+  if (Options.Encoding) format.Encoding = *Options.Encoding;
+  format.Newline =
+      List.LoadFromURL__PARALLEL__(Path, Options.ErrorHandler, format.Encoding,
+                                   format.EncodingFixed, format.HasBOM, Options.PieceCount);
+  return format;
+}
+
+TyTextFileFormat LoadTextBytes(std::string_view Bytes, std::string_view BaseURL, TxTextList& List,
+                               const TyTextFileLoadOptions& Options) {
+  TyTextFileFormat format;
+  format.EncodingFixed = Options.Encoding.has_value();
+  if (Options.Encoding) format.Encoding = *Options.Encoding;
+  CyRewindableInputStream stream(reinterpret_cast<const uint8_t*>(Bytes.data()), Bytes.size());
+  format.Newline = List.LoadFromBufferedInputStreamEncoded__PARALLEL__(
+      std::string(BaseURL), stream, Options.ErrorHandler, format.Encoding, format.EncodingFixed,
+      format.HasBOM, Options.PieceCount);
+  return format;
+}
+
+void SaveTextFile(const std::string& Path, const TxTextList& List, const TyTextFileFormat& Format) {
+  List.SaveToURL(Path, Format.Encoding, Format.HasBOM, Format.Newline);
+}
+
+std::string EncodeTextList(const TxTextList& List, const TyTextFileFormat& Format) {
+  return List.getEncoded(Format.Encoding, Format.HasBOM, Format.Newline);
+}
+
+}  // namespace xylem

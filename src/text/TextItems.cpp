@@ -1,0 +1,205 @@
+#include "text/TextItems.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <vector>
+
+#include "common/Tasks.hpp"
+
+namespace xylem {
+
+namespace {
+
+// Below this many lines a release is cheaper than starting a thread.
+constexpr int64_t kParallelCrushMinimum = 1 << 16;
+
+// Drops the references of a run of records, one atomic operation per run of equal owners
+// (loaded lines share one owner, so parallel chunks do not fight over its counter per line).
+void releaseTexts(TxItem* Items, int64_t Count) {
+  CyTextOwner* owner = nullptr;
+  size_t run = 0;
+  for (int64_t i = 0; i < Count; ++i) {
+    CyTextOwner* next = Items[i].TextUTF16.Owner;
+    if (next != owner) {
+      if (owner) owner->Release(run);
+      owner = next;
+      run = 0;
+    }
+    ++run;
+  }
+  if (owner) owner->Release(run);
+}
+
+}  // namespace
+
+void CyTextItemsCrusher::Crush_PARALLEL(TxItem* TextItems, int64_t TextItemsCount, int PieceCount) {
+  if (TextItemsCount <= 0) return;
+  int pieces = PieceCount > 0 ? PieceCount : CyTasks::PieceCount();
+  if (TextItemsCount < kParallelCrushMinimum) pieces = 1;
+  std::vector<int64_t> starts(static_cast<size_t>(pieces) + 1);
+  int64_t at = 0;
+  for (int i = 0; i < pieces; ++i) {
+    starts[static_cast<size_t>(i)] = at;
+    at += (TextItemsCount - at) / (pieces - i);
+  }
+  starts[static_cast<size_t>(pieces)] = TextItemsCount;
+  CyTasks::RunAll(pieces, [&](int TextItemsLine) {
+    const int64_t first = starts[static_cast<size_t>(TextItemsLine)];
+    releaseTexts(TextItems + first, starts[static_cast<size_t>(TextItemsLine) + 1] - first);
+  });
+}
+
+TxTextItems::~TxTextItems() { Clear(); }
+
+TxItem* TxTextItems::InsertBefore(int64_t Index, int64_t Count) {
+  if (Count <= 0) return nullptr;
+  block_.Reserve(static_cast<size_t>(count_ + Count));
+  TxItem* at = data() + (Index - 1);
+  std::memmove(at + Count, at, static_cast<size_t>(count_ - (Index - 1)) * sizeof(TxItem));
+  std::memset(static_cast<void*>(at), 0, static_cast<size_t>(Count) * sizeof(TxItem));
+  count_ += Count;
+  return at;
+}
+
+void TxTextItems::Remove(int64_t Index, int64_t Count) {
+  if (Count <= 0) return;
+  TxItem* at = data() + (Index - 1);
+  CyTextItemsCrusher::Crush_PARALLEL(at, Count);
+  std::memmove(static_cast<void*>(at), at + Count,
+               static_cast<size_t>(count_ - (Index - 1) - Count) * sizeof(TxItem));
+  count_ -= Count;
+  std::memset(static_cast<void*>(data() + count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
+}
+
+void TxTextItems::Clear() {
+  CyTextItemsCrusher::Crush_PARALLEL(data(), count_);
+  block_.ResetUninitialized(0);
+  count_ = 0;
+}
+
+void TxTextItems::Trim(int64_t Count) {
+  Count = std::min(Count, count_);
+  count_ -= Count;
+  std::memset(static_cast<void*>(data() + count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
+}
+
+void TxTextItems::Allocate(int64_t Count) {
+  Clear();
+  block_.ResetUninitialized(static_cast<size_t>(Count));
+  count_ = Count;
+}
+
+void TxTextItems::Abandon() {
+  block_.Zero(0, block_.getCapacity());
+  count_ = 0;
+}
+
+int64_t TxTextItems::CalcDelta(int64_t FirstLine, int64_t LastLine) const {
+  int64_t sum = 0;
+  for (int64_t line = FirstLine; line <= LastLine; ++line) sum += getItems(line)->Delta;
+  return sum;
+}
+
+int64_t TxTextItems::CalcPanic(int64_t FirstLine, int64_t LastLine) const {
+  int64_t sum = 0;
+  for (int64_t line = FirstLine; line <= LastLine; ++line) sum += getItems(line)->Panic;
+  return sum;
+}
+
+int64_t TxTextItems::CalcRowCount(int64_t FirstLine, int64_t LastLine) const {
+  int64_t sum = 0;
+  for (int64_t line = FirstLine; line <= LastLine; ++line) sum += getItems(line)->RowCount;
+  return sum;
+}
+
+bool TxTextItems::getDelta(int64_t FirstLine, int64_t LastLine) const {
+  for (int64_t line = FirstLine; line <= LastLine; ++line) {
+    const TxItem* item = getItems(line);
+    if (item->DeltaMax > 0 || item->DeltaMin < 0) return false;
+  }
+  return true;
+}
+
+int64_t TxTextItems::getTextCount(int64_t FirstLine, int64_t LastLine) const {
+  int64_t sum = 0;
+  for (int64_t line = FirstLine; line <= LastLine; ++line)
+    sum += static_cast<int64_t>(getItems(line)->TextUTF16.Length);
+  return sum;
+}
+
+void TxTextItems::ConvertLineLineposToOffset(std::u16string_view Newline, int64_t Line,
+                                             int64_t Linepos, int64_t& Offset) const {
+  const auto newlineLength = static_cast<int64_t>(Newline.size());
+  int64_t offset = 0;
+  for (int64_t line = 1; line < Line && line <= count_; ++line)
+    offset += static_cast<int64_t>(getItems(line)->TextUTF16.Length) + newlineLength;
+  Offset = offset + Linepos - 1;
+}
+
+void TxTextItems::ConvertOffsetToLineLinepos(std::u16string_view Newline, int64_t Offset,
+                                             int64_t& Line, int64_t& Linepos) const {
+  const auto newlineLength = static_cast<int64_t>(Newline.size());
+  int64_t remaining = Offset;
+  for (int64_t line = 1; line <= count_; ++line) {
+    const int64_t step = static_cast<int64_t>(getItems(line)->TextUTF16.Length) + newlineLength;
+    if (remaining - step < 0) {
+      Line = line;
+      Linepos = remaining + 1;
+      return;
+    }
+    remaining -= step;
+  }
+  Line = count_;
+  Linepos = count_ ? static_cast<int64_t>(getLastItem()->TextUTF16.Length) + 1 : 1;
+}
+
+namespace {
+
+// Writes lines FirstLine .. LastLine joined by Newline into Out (sized by the caller).
+char16_t* joinInto(const TxTextItems& Items, std::u16string_view Newline, int64_t FirstLine,
+                   int64_t LastLine, char16_t* Out) {
+  for (int64_t line = FirstLine; line <= LastLine; ++line) {
+    if (line > FirstLine) Out = std::copy(Newline.begin(), Newline.end(), Out);
+    const TyTextUTF16& text = Items.getItems(line)->TextUTF16;
+    if (text.Length) Out = std::copy(text.Text, text.Text + text.Length, Out);
+  }
+  return Out;
+}
+
+}  // namespace
+
+std::u16string TxTextItems::getJoined(std::u16string_view Newline, int64_t FirstLine,
+                                      int64_t LastLine) const {
+  if (FirstLine > LastLine) return {};
+  const int64_t size = getTextCount(FirstLine, LastLine) +
+                       (LastLine - FirstLine) * static_cast<int64_t>(Newline.size());
+  std::u16string joined(static_cast<size_t>(size), u'\0');
+  joinInto(*this, Newline, FirstLine, LastLine, joined.data());
+  return joined;
+}
+
+std::string TxTextItems::getFIFOUTF16LE(bool WithBOM, std::u16string_view Newline,
+                                        int64_t FirstLine, int64_t LastLine) const {
+  const size_t units =
+      FirstLine > LastLine
+          ? 0
+          : static_cast<size_t>(getTextCount(FirstLine, LastLine) +
+                                (LastLine - FirstLine) * static_cast<int64_t>(Newline.size()));
+  const size_t mark = WithBOM ? 2 : 0;
+  std::string bytes(mark + units * 2, '\0');
+  if (WithBOM) bytes[0] = '\xFF', bytes[1] = '\xFE';
+  if (units == 0) return bytes;
+  const std::u16string joined = getJoined(Newline, FirstLine, LastLine);
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(bytes.data() + mark, joined.data(), units * 2);
+  } else {
+    for (size_t i = 0; i < units; ++i) {
+      bytes[mark + 2 * i] = static_cast<char>(joined[i] & 0xFF);
+      bytes[mark + 2 * i + 1] = static_cast<char>(joined[i] >> 8);
+    }
+  }
+  return bytes;
+}
+
+}  // namespace xylem

@@ -1,0 +1,346 @@
+#include "text/TextListLoader.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "common/Exception.hpp"
+#include "common/Settings.hpp"
+#include "common/Tasks.hpp"
+#include "text/PageMemory.hpp"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace xylem {
+
+void ThrowBinaryFile() {
+  throw CyException(CySettings::Get().ApplicationName +
+                        " does not support binary files.\r\nUse another editor to edit the file.",
+                    kErrorBinaryFile);
+}
+
+namespace {
+
+int resolvePieceCount(int PieceCount) {
+  return PieceCount > 0 ? PieceCount : CyTasks::PieceCount();
+}
+
+template <typename Unit>
+std::vector<size_t> splitBoundaries(const Unit* Data, size_t Size, int Count) {
+  if (Count < 1) Count = 1;
+  std::vector<size_t> bounds(static_cast<size_t>(Count) + 1);
+  bounds[0] = 0;
+  for (int i = 0; i < Count; ++i) {
+    size_t at = bounds[static_cast<size_t>(i)];
+    at += (Size - at) / static_cast<size_t>(Count - i);
+    // Move behind the next line end; the end of the data (or a NUL) keeps the boundary.
+    while (at < Size && Data[at] != 0) {
+      const Unit unit = Data[at++];
+      if (unit == 10) break;
+      if (unit == 13) {
+        if (at < Size && Data[at] == 10) ++at;
+        break;
+      }
+    }
+    bounds[static_cast<size_t>(i) + 1] = at;
+  }
+  // Keep boundaries up to the first one that reaches the end.
+  for (int i = 0; i < Count; ++i) {
+    if (bounds[static_cast<size_t>(i)] != Size && bounds[static_cast<size_t>(i) + 1] == Size) {
+      bounds.resize(static_cast<size_t>(i) + 2);
+      return bounds;
+    }
+  }
+  return {0, Size};
+}
+
+}  // namespace
+
+std::vector<size_t> CyTextListLoader::SplitBoundaries(const uint8_t* Data, size_t Size, int Count) {
+  return splitBoundaries(Data, Size, Count);
+}
+
+std::vector<size_t> CyTextListLoader::SplitBoundaries(const char16_t* Data, size_t Size,
+                                                      int Count) {
+  return splitBoundaries(Data, Size, Count);
+}
+
+void CyTextListLoaderPiece::CountNewlines() {
+  const char16_t* at = DataPartUTF16.Start;
+  const char16_t* const end = DataPartUTF16.End;
+  int64_t lf = 0, cr = 0, pairs = 0;
+#if defined(__SSE2__)
+  // Branch-free counting in 16-bit lanes (a compare yields -1 per hit), flushed to the 64-bit
+  // totals before a lane can overflow. The pair test reads the unit behind each block, so
+  // blocks stop one unit short of the end (behind a piece lies foreign data).
+  const __m128i vLF = _mm_set1_epi16(10), vCR = _mm_set1_epi16(13), vZero = _mm_setzero_si128();
+  auto sumLanes = [](__m128i Lanes) {
+    const __m128i wide = _mm_madd_epi16(Lanes, _mm_set1_epi16(1));  // pairs of lanes as int32
+    alignas(16) int32_t parts[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(parts), wide);
+    return static_cast<int64_t>(parts[0]) + parts[1] + parts[2] + parts[3];
+  };
+  while (end - at >= 9) {
+    __m128i lfLanes = vZero, crLanes = vZero, pairLanes = vZero, nulLanes = vZero;
+    const char16_t* const stop = at + std::min<ptrdiff_t>((end - at - 1) / 8, 8192) * 8;
+    for (; at < stop; at += 8) {
+      const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+      const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + 1));
+      const __m128i isCR = _mm_cmpeq_epi16(units, vCR);
+      lfLanes = _mm_sub_epi16(lfLanes, _mm_cmpeq_epi16(units, vLF));
+      crLanes = _mm_sub_epi16(crLanes, isCR);
+      pairLanes = _mm_sub_epi16(pairLanes, _mm_and_si128(isCR, _mm_cmpeq_epi16(next, vLF)));
+      nulLanes = _mm_or_si128(nulLanes, _mm_cmpeq_epi16(units, vZero));
+    }
+    if (_mm_movemask_epi8(nulLanes)) {
+      Binary = true;
+      return;
+    }
+    // Lanes count at most 8192 hits each: as signed 16-bit they stay positive.
+    lf += sumLanes(lfLanes);
+    cr += sumLanes(crLanes);
+    pairs += sumLanes(pairLanes);
+  }
+#endif
+  for (; at < end; ++at) {
+    const char16_t unit = *at;
+    if (unit == 0) {
+      Binary = true;
+      return;
+    }
+    if (unit == 10) ++lf;
+    if (unit == 13) {
+      ++cr;
+      if (at + 1 < end && at[1] == 10) ++pairs;
+    }
+  }
+  NewlineCount1310 = pairs;
+  NewlineCount13 = cr - pairs;
+  NewlineCount10 = lf - pairs;
+  NewlineCount = lf + cr - pairs;
+}
+
+namespace {
+
+// The first CR or LF in [At, End), or End.
+inline const char16_t* findLineEnd(const char16_t* At, const char16_t* End) {
+#if defined(__SSE2__)
+  const __m128i vLF = _mm_set1_epi16(10), vCR = _mm_set1_epi16(13);
+  while (End - At >= 8) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(At));
+    const int mask =
+        _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, vLF), _mm_cmpeq_epi16(units, vCR)));
+    if (mask) return At + std::countr_zero(static_cast<unsigned>(mask)) / 2;
+    At += 8;
+  }
+#endif
+  while (At < End && *At != 10 && *At != 13) ++At;
+  return At;
+}
+
+}  // namespace
+
+namespace {
+
+// Writes a whole record. With SSE2 the record goes around the cache: the block is far larger
+// than any cache, and streaming stores skip reading each line of it before writing.
+inline void writeRecord(TxItem* Target, const TxItem& Source) {
+#if defined(__SSE2__)
+  static_assert(sizeof(TxItem) % 16 == 0 && alignof(TxItem) <= 16);
+  if ((reinterpret_cast<uintptr_t>(Target) & 15) == 0) {
+    const auto* from = reinterpret_cast<const __m128i*>(&Source);
+    auto* to = reinterpret_cast<__m128i*>(Target);
+    for (size_t i = 0; i < sizeof(TxItem) / 16; ++i)
+      _mm_stream_si128(to + i, _mm_loadu_si128(from + i));
+    return;
+  }
+#endif
+  std::memcpy(static_cast<void*>(Target), &Source, sizeof(TxItem));
+}
+
+}  // namespace
+
+int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner) {
+  char16_t* at = DataPartUTF16.Start;
+  char16_t* const end = DataPartUTF16.End;
+  TxItem* item = TextList->getItems(TextListOffset + 1);
+  TxItem* const first = item;
+  // Take the page faults of this piece's records here, in parallel with the other pieces.
+  CyPageMemory::Populate(item, static_cast<size_t>(NewlineCount + (Last ? 1 : 0)) * sizeof(TxItem));
+  TxItem record;
+  std::memset(static_cast<void*>(&record), 0, sizeof(record));
+  record.SetFresh(TextListUniqueID);
+  record.TextUTF16.Owner = Owner;
+  const int64_t idStep = TextListUniqueID ? 1 : 0;
+  char16_t* lineStart = at;
+  while (true) {
+    char16_t* lineEnd = const_cast<char16_t*>(findLineEnd(at, end));
+    if (lineEnd == end) break;
+    at = lineEnd + 1;
+    if (*lineEnd == 13 && at < end && *at == 10) ++at;
+    *lineEnd = u'\0';  // for CR LF only the CR; the LF stays behind the terminator
+    record.TextUTF16.Text = lineStart;
+    record.TextUTF16.Length = static_cast<size_t>(lineEnd - lineStart);
+    writeRecord(item++, record);
+    record.UniqueID += idStep;
+    lineStart = at;
+  }
+  if (Last) {
+    record.TextUTF16.Text = lineStart;
+    record.TextUTF16.Length = static_cast<size_t>(end - lineStart);
+    writeRecord(item++, record);
+  }
+#if defined(__SSE2__)
+  _mm_sfence();  // streamed records are visible before the caller joins this task
+#endif
+  return item - first;
+}
+
+void CyTextListLoaderPieces::CountNewlines_PARALLEL() {
+  CyTasks::RunAll(static_cast<int>(Pieces.size()),
+                  [this](int Piece) { Pieces[static_cast<size_t>(Piece)].CountNewlines(); });
+  for (const auto& piece : Pieces)
+    if (piece.Binary) ThrowBinaryFile();
+}
+
+std::u16string CyTextListLoaderPieces::DetectOS_NOT_PARALLEL() const {
+  int64_t lf = 0, cr = 0, pairs = 0;
+  for (const auto& piece : Pieces) {
+    lf += piece.NewlineCount10;
+    cr += piece.NewlineCount13;
+    pairs += piece.NewlineCount1310;
+  }
+  // Lone CR is tested before lone LF on purpose: more lone CRs than pairs make a CR file even
+  // when lone LFs outnumber both.
+  if (cr > pairs) return u"\r";
+  if (lf > pairs) return u"\n";
+  return u"\r\n";
+}
+
+void CyTextListLoaderPieces::AllocateTextList_NOT_PARALLEL(TxTextList& List) {
+  int64_t lines = 1;
+  for (const auto& piece : Pieces) lines += piece.NewlineCount;
+  List.InvalidateCache();
+  List.getTextItems().Allocate(lines);
+}
+
+void CyTextListLoaderPieces::FillTextList_PARALLEL(TxTextList& List, CyTextOwner* Owner) {
+  int64_t offset = 0;
+  for (auto& piece : Pieces) {
+    piece.TextList = &List;
+    piece.TextListOffset = offset;
+    piece.TextListUniqueID = List.CreateUniqueID(piece.NewlineCount + 1);
+    offset += piece.NewlineCount;
+  }
+  Pieces.back().Last = true;
+  // Every record holds a reference to the one buffer; taken in one step, not per line.
+  Owner->AddRef(static_cast<size_t>(List.getCount()));
+  std::vector<int64_t> written(Pieces.size());
+  CyTasks::RunAll(static_cast<int>(Pieces.size()), [&](int Piece) {
+    written[static_cast<size_t>(Piece)] = Pieces[static_cast<size_t>(Piece)].FillTextList(Owner);
+  });
+  for (size_t i = 0; i < Pieces.size(); ++i) {
+    if (written[i] != Pieces[i].NewlineCount + (Pieces[i].Last ? 1 : 0)) {
+      Owner->Release(static_cast<size_t>(List.getCount()));
+      List.getTextItems().Abandon();
+      throw CyShouldNeverHappenException("FillTextList: line count differs from the count stage");
+    }
+  }
+}
+
+std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyDataPartUTF8>& Parts,
+                                                           const uint8_t* Data, char16_t* Buffer,
+                                                           CyUTF8ToCharErrorHandler& ErrorHandler) {
+  std::vector<CyUTFDecoderWorkerParam> params(Parts.size());
+  for (size_t i = 0; i < Parts.size(); ++i) {
+    params[i].Source = Parts[i];
+    params[i].Target = Buffer + (Parts[i].Start - Data);
+  }
+  CyTasks::RunAll(static_cast<int>(params.size()), [&](int Param) {
+    CyUTFDecoderWorkerParam& param = params[static_cast<size_t>(Param)];
+    CyPageMemory::Populate(
+        param.Target,
+        static_cast<size_t>(param.Source.End - param.Source.Start) * sizeof(char16_t));
+    param.Result = DecodeUTF8(param.Source.Start, param.Source.End, param.Target);
+  });
+  std::vector<CyDataPartUTF16> decoded(params.size());
+  size_t errors = 0;
+  bool nul = false;
+  for (size_t i = 0; i < params.size(); ++i) {
+    decoded[i] = {params[i].Target, params[i].Target + params[i].Result.Written};
+    errors += params[i].Result.ErrorCount;
+    nul = nul || params[i].Result.NulFound;
+  }
+  if (nul) ThrowBinaryFile();
+  ErrorHandler.ReportErrors(errors);
+  return decoded;
+}
+
+namespace {
+
+// Drops the loader's own reference to the buffer on every exit.
+struct TyOwnerReference {
+  CyTextOwner* Owner;
+  ~TyOwnerReference() {
+    if (Owner) Owner->Release();
+  }
+};
+
+std::u16string loadPieces(TxTextList& List, CyTextListLoaderPieces& Pieces, CyTextOwner* Owner) {
+  Pieces.CountNewlines_PARALLEL();
+  std::u16string newline = Pieces.DetectOS_NOT_PARALLEL();
+  Pieces.AllocateTextList_NOT_PARALLEL(List);
+  Pieces.FillTextList_PARALLEL(List, Owner);
+  return newline;
+}
+
+}  // namespace
+
+std::u16string CyTextListLoader::LoadDecoded_PARALLEL(TxTextList& List, CyTextOwner* Owner,
+                                                      size_t Units, int PieceCount) {
+  TyOwnerReference reference{Owner};
+  char16_t* data = Owner->getBuffer();
+  data[Units] = u'\0';
+  const std::vector<size_t> bounds = SplitBoundaries(data, Units, resolvePieceCount(PieceCount));
+  CyTextListLoaderPieces pieces;
+  pieces.Pieces.resize(bounds.size() - 1);
+  for (size_t i = 0; i + 1 < bounds.size(); ++i)
+    pieces.Pieces[i].DataPartUTF16 = {data + bounds[i], data + bounds[i + 1]};
+  return loadPieces(List, pieces, Owner);
+}
+
+std::u16string CyTextListLoader::LoadTextList_PARALLEL(TxTextList& List, const uint8_t* Data,
+                                                       size_t Size, const CyEncoding& Encoding,
+                                                       CyUTF8ToCharErrorHandler* ErrorHandler,
+                                                       int PieceCount,
+                                                       const std::function<void()>& AfterDecode) {
+  if (Encoding.IsBinary()) ThrowBinaryFile();
+  CyUTF8ToCharErrorHandler counting(2);
+  CyUTF8ToCharErrorHandler& handler = ErrorHandler ? *ErrorHandler : counting;
+  if (Encoding.getCodePage() != kCodePageUTF8) {
+    const TyDecodedText decoded = DecodeToUTF16(Data, Size, Encoding);
+    TyOwnerReference reference{decoded.Owner};
+    handler.ReportErrors(decoded.ErrorCount);
+    if (AfterDecode) AfterDecode();
+    reference.Owner = nullptr;
+    return LoadDecoded_PARALLEL(List, decoded.Owner, decoded.Units, PieceCount);
+  }
+  const std::vector<size_t> bounds = SplitBoundaries(Data, Size, resolvePieceCount(PieceCount));
+  std::vector<CyDataPartUTF8> parts(bounds.size() - 1);
+  for (size_t i = 0; i + 1 < bounds.size(); ++i)
+    parts[i] = {Data + bounds[i], Data + bounds[i + 1]};
+  // UTF-8 never needs more code units than bytes, so the one buffer is sized by the input.
+  TyOwnerReference reference{CyTextOwner::CreateBuffer(Size)};
+  const std::vector<CyDataPartUTF16> decoded =
+      CyUTF8DecoderParallel::Decode(parts, Data, reference.Owner->getBuffer(), handler);
+  if (AfterDecode) AfterDecode();
+  *decoded.back().End = u'\0';
+  CyTextListLoaderPieces pieces;
+  pieces.Pieces.resize(decoded.size());
+  for (size_t i = 0; i < decoded.size(); ++i) pieces.Pieces[i].DataPartUTF16 = decoded[i];
+  return loadPieces(List, pieces, reference.Owner);
+}
+
+}  // namespace xylem

@@ -1,0 +1,108 @@
+#pragma once
+// The parallel load of a text list: split the data into pieces at line ends, decode UTF-8
+// pieces in parallel into one UTF-16 buffer, count line ends in parallel, choose the newline,
+// size the record array once, and fill the records in parallel as slices of the one buffer
+// (line ends overwritten by NUL in place, no copy per line).
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "common/Utf.hpp"
+#include "text/Converter.hpp"
+#include "text/TextList.hpp"
+
+namespace xylem {
+
+// A byte range [Start, End) of the whole file's data.
+struct CyDataPartUTF8 {
+  const uint8_t* Start;
+  const uint8_t* End;
+};
+
+// A code-unit range [Start, End) of the decoded buffer.
+struct CyDataPartUTF16 {
+  char16_t* Start;
+  char16_t* End;
+};
+
+// One piece of a load; its two task bodies touch only its own range and records.
+class CyTextListLoaderPiece {
+ public:
+  bool Binary = false;  // a NUL was found in the range
+  CyDataPartUTF16 DataPartUTF16{};
+  int64_t NewlineCount = 0;      // all line ends
+  int64_t NewlineCount10 = 0;    // lone LF
+  int64_t NewlineCount13 = 0;    // lone CR
+  int64_t NewlineCount1310 = 0;  // CR LF pairs
+  bool Last = false;             // the final piece adds the line behind its last line end
+  TxTextList* TextList = nullptr;
+  int64_t TextListOffset = 0;    // lines before this piece
+  int64_t TextListUniqueID = 0;  // first identity reserved for its lines
+
+  // Counts the line ends of the range; stops at once with Binary set at a NUL.
+  void CountNewlines();
+  // Fills records TextListOffset + 1 onward from the range, each a slice of Owner's buffer.
+  // Returns the number of records written.
+  int64_t FillTextList(CyTextOwner* Owner);
+};
+
+class CyTextListLoaderPieces {
+ public:
+  std::vector<CyTextListLoaderPiece> Pieces;
+
+  // Runs CountNewlines on every piece in parallel. Throws the binary-file error for the first
+  // piece (in order) that met a NUL.
+  void CountNewlines_PARALLEL();
+  // The newline from the summed counts: lone CR beats pairs first, then lone LF; ties "\r\n".
+  std::u16string DetectOS_NOT_PARALLEL() const;
+  // Clears List and sizes it to all line ends + 1 records.
+  void AllocateTextList_NOT_PARALLEL(TxTextList& List);
+  // Hands out offsets and identity blocks in piece order, then fills in parallel.
+  void FillTextList_PARALLEL(TxTextList& List, CyTextOwner* Owner);
+};
+
+// Decodes UTF-8 parts in parallel into one buffer: part i lands at the same offset in code
+// units as its bytes have in the data, so no part can overrun the next.
+class CyUTF8DecoderParallel {
+ public:
+  struct CyUTFDecoderWorkerParam {
+    CyDataPartUTF8 Source{};
+    char16_t* Target = nullptr;
+    TyUTF8DecodeResult Result{};
+  };
+  // Returns the decoded range of each part. Reports the summed error count to ErrorHandler
+  // once; throws the binary-file error when a part met a NUL.
+  static std::vector<CyDataPartUTF16> Decode(const std::vector<CyDataPartUTF8>& Parts,
+                                             const uint8_t* Data, char16_t* Buffer,
+                                             CyUTF8ToCharErrorHandler& ErrorHandler);
+};
+
+class CyTextListLoader {
+ public:
+  // Loads Size bytes (behind any byte-order mark) in Encoding into List and returns the
+  // newline. AfterDecode, when given, runs once the input bytes are no longer needed (a
+  // mapped file can be unmapped before the records are allocated). PieceCount 0 means
+  // CyTasks::PieceCount(). List is unchanged when this throws.
+  static std::u16string LoadTextList_PARALLEL(TxTextList& List, const uint8_t* Data, size_t Size,
+                                              const CyEncoding& Encoding,
+                                              CyUTF8ToCharErrorHandler* ErrorHandler,
+                                              int PieceCount,
+                                              const std::function<void()>& AfterDecode = {});
+  // Loads Units code units of Owner's buffer (NUL behind them); takes over the caller's
+  // reference to Owner in every case.
+  static std::u16string LoadDecoded_PARALLEL(TxTextList& List, CyTextOwner* Owner, size_t Units,
+                                             int PieceCount);
+  // Part boundaries over [Data, Data + Size): at most Count parts, each ending just behind a
+  // line end (never inside CR LF), empty trailing parts dropped. Returns Size-relative offsets
+  // starting with 0 and ending with Size; a single part for empty data.
+  static std::vector<size_t> SplitBoundaries(const uint8_t* Data, size_t Size, int Count);
+  static std::vector<size_t> SplitBoundaries(const char16_t* Data, size_t Size, int Count);
+};
+
+// Throws the binary-file error (code 17, the two-line message naming the application).
+[[noreturn]] void ThrowBinaryFile();
+
+}  // namespace xylem
