@@ -12,7 +12,10 @@ int main(int argc, char** argv) {
   app.fallthrough(false);
 
   TyCommandRun run;
+  AddCheckCommand(app, run);
   AddInfoCommand(app, run);
+  AddReplaceCommand(app, run);
+  AddTokensCommand(app, run);
 
   try {
     app.parse(argc, argv);

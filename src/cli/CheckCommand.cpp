@@ -1,0 +1,72 @@
+// xylem check: well-formedness of XML, strictness of JSON; errors in the formats that editors'
+// problem matchers and CI logs parse.
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/Checkers.hpp"
+#include "cli/Command.hpp"
+#include "cli/DocumentKind.hpp"
+#include "cli/InputFile.hpp"
+#include "xml/ErrReport.hpp"
+
+namespace xylem::cli {
+
+namespace {
+
+struct TyCheckArgs {
+  std::vector<std::string> Files{"-"};
+  std::string Report = "gcc";
+};
+
+bool hasErrors(const IyXMLErrsPtr& Errs) {
+  for (int32_t i = 0; i < Errs->getCount(); ++i)
+    if (XMLErrLevelOf(Errs->getXMLErr(i)->getSeverity()) == TyXMLErrLevel::elError) return true;
+  return false;
+}
+
+int runCheck(const TyCheckArgs& Args) {
+  const std::optional<TyErrReportFormat> format = ErrReportFormatFromName(Args.Report);
+  if (!format) {
+    std::fprintf(stderr, "xylem: unknown report format '%s' (gcc, json, sarif, github)\n",
+                 Args.Report.c_str());
+    return kExitUsage;
+  }
+  int exitCode = kExitOK;
+  std::vector<TyErrReportSource> sources;
+  for (const std::string& path : Args.Files) {
+    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    if (!input) {
+      exitCode = kExitUsage;
+      continue;
+    }
+    IyXMLErrsPtr errors;
+    switch (DetectDocumentKind(path, input->List)) {
+      case TyDocumentKind::dkJSON: errors = CheckJSON(*input); break;
+      default: continue;
+    }
+    if (hasErrors(errors) && exitCode == kExitOK) exitCode = kExitFindings;
+    sources.push_back({input->DisplayName, errors});
+  }
+  const std::string report = WriteErrReport(sources, *format);
+  std::fwrite(report.data(), 1, report.size(), stdout);
+  return exitCode;
+}
+
+}  // namespace
+
+void AddCheckCommand(CLI::App& App, TyCommandRun& Run) {
+  auto args = std::make_shared<TyCheckArgs>();
+  CLI::App* command = App.add_subcommand(
+      "check",
+      "Check each file: JSON for strict RFC 8259 syntax (kind by extension, then by content). "
+      "Errors go to stdout as FILE:LINE:COL: error: MESSAGE, sorted by position. Exit code 0 "
+      "when every file is fine, 1 when any has an error, 2 for usage or I/O errors.");
+  command->add_option("FILE", args->Files, "Files to check (- or nothing for standard input)");
+  command->add_option("--report", args->Report, "Output format: gcc (default), json, sarif, github")
+      ->check(CLI::IsMember({"gcc", "json", "sarif", "github"}));
+  command->callback([&Run, args] { Run = [args] { return runCheck(*args); }; });
+}
+
+}  // namespace xylem::cli

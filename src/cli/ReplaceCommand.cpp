@@ -1,0 +1,99 @@
+// xylem replace: replace all over whole files, plain or regular expression.
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/Command.hpp"
+#include "cli/InputFile.hpp"
+#include "cli/Output.hpp"
+#include "common/Utf.hpp"
+#include "search/EuroReplacer.hpp"
+#include "search/Escapes.hpp"
+#include "search/RegExprSearcher.hpp"
+
+namespace xylem::cli {
+
+namespace {
+
+struct TyReplaceArgs {
+  std::string Search;
+  std::string Replacement;
+  std::vector<std::string> Files;
+  bool Regex = false;
+  bool CaseSensitive = false;
+  bool WholeWord = false;
+  bool InPlace = false;
+};
+
+// The replaced text of one file, joined with the document's own newline.
+std::u16string replaceAll(CyReplacer& Replacer, const TyInputFile& Input, int64_t& Count) {
+  const std::u16string text =
+      Input.List.getTextItems().getJoined(Input.Format.Newline, 1, Input.List.getCount());
+  CyFIFOUTF16 out;
+  int64_t delta = 0, maxDelta = 0;
+  Count = 0;
+  Replacer.Replace(text.data(), static_cast<int64_t>(text.size()), 0,
+                   static_cast<int64_t>(text.size()), {}, out, delta, maxDelta, Count);
+  return Count > 0 ? out.ReadAll() : text;
+}
+
+int runReplace(const TyReplaceArgs& Args) {
+  const uint8_t options = (Args.Regex ? roRegExpr : 0) | (Args.CaseSensitive ? roCaseSensitive : 0) |
+                          (Args.WholeWord ? roWholeWordOnly : 0);
+  const std::u16string search = ToUTF16(Args.Search);
+  const std::u16string replacement = ToUTF16(Args.Replacement);
+  // Pattern and template are checked once, before any file is touched.
+  try {
+    CreateReplacer(search, replacement, options, u"\n");
+  } catch (const CyRegExprException& error) {
+    std::fprintf(stderr, "xylem: pattern: %s (at offset %lld)\n", error.getPCRE2Message().c_str(),
+                 static_cast<long long>(error.getPosition()));
+    return kExitUsage;
+  } catch (const ReplaceWithException& error) {
+    std::fprintf(stderr, "xylem: replacement: %s (at offset %lld)\n", error.what(),
+                 static_cast<long long>(error.getPosition()));
+    return kExitUsage;
+  }
+
+  int exitCode = kExitOK;
+  for (const std::string& path : Args.Files) {
+    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    if (!input) {
+      exitCode = kExitUsage;
+      continue;
+    }
+    // The pattern's newline follows each document's own.
+    const auto replacer = CreateReplacer(search, replacement, options, input->Format.Newline);
+    int64_t count = 0;
+    const std::u16string result = replaceAll(*replacer, *input, count);
+    std::fprintf(stderr, "%s: %lld replacement%s\n", input->DisplayName.c_str(),
+                 static_cast<long long>(count), count == 1 ? "" : "s");
+    if (!WriteResult(*input, result, Args.InPlace && count > 0, !Args.InPlace))
+      exitCode = kExitUsage;
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+void AddReplaceCommand(CLI::App& App, TyCommandRun& Run) {
+  auto args = std::make_shared<TyReplaceArgs>();
+  CLI::App* command = App.add_subcommand(
+      "replace",
+      "Replace every match of SEARCH with REPLACEMENT in each file. The count per file goes to "
+      "stderr; the result goes to stdout, or back into the file with -i (written atomically, "
+      "encoding, byte-order mark and newline kept). With --regex, SEARCH is a PCRE2 pattern and "
+      "REPLACEMENT may use $1, ${name}, \\n and the other template escapes.");
+  command->add_option("SEARCH", args->Search, "Text or pattern to find")->required();
+  command->add_option("REPLACEMENT", args->Replacement, "Replacement text or template")->required();
+  command->add_option("FILE", args->Files, "Files (- for standard input)")->required();
+  command->add_flag("--regex,-r", args->Regex, "SEARCH is a regular expression");
+  command->add_flag("--case-sensitive,-c", args->CaseSensitive, "Match case exactly");
+  command->add_flag("--whole-word,-w", args->WholeWord,
+                    "Matches must not touch letters, digits, _, -, . or :");
+  command->add_flag("--in-place,-i", args->InPlace, "Write the result back into each file");
+  command->callback([&Run, args] { Run = [args] { return runReplace(*args); }; });
+}
+
+}  // namespace xylem::cli
