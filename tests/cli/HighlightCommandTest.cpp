@@ -1,0 +1,39 @@
+#include <gtest/gtest.h>
+
+#include "ToolRunner.hpp"
+
+namespace xylem::cli::test {
+
+TEST(HighlightCommand, HtmlClassesFollowTheCategoriesAndTextIsEscaped) {
+  CyTempFolder folder;
+  const std::string path = folder.Write("a.xml", "<x:a k=\"v\">&amp; &nbsp;<!--\nc --></x:a>\n");
+  TyToolResult result = RunTool("highlight --html '" + path + "'");
+  ASSERT_EQ(result.ExitCode, 0) << result.Err;
+  for (const char* expected :
+       {"<span class=\"xml-start-tag-marker\">&lt;</span>",
+        "<span class=\"xml-start-tag-name-with-prefix\">x:a</span>",
+        "<span class=\"xml-start-tag-attribute-value\">v</span>",
+        "<span class=\"xml-text\">&amp;amp; </span>", "<span class=\"xml-entity\">&amp;nbsp;</span>",
+        // The second line starts inside the comment, from the stored line state.
+        "\n<span class=\"xml-comment-text\">c </span><span class=\"xml-comment-marker\">--&gt;</span>",
+        ".xml-end-tag-marker{"})
+    EXPECT_NE(result.Out.find(expected), std::string::npos) << expected;
+
+  result = RunTool("highlight --ansi --theme dark '" + path + "'");
+  EXPECT_EQ(result.ExitCode, 0);
+  EXPECT_NE(result.Out.find("\x1b[0"), std::string::npos);
+  result = RunTool("highlight --html --ansi '" + path + "'");
+  EXPECT_EQ(result.ExitCode, 2);
+}
+
+TEST(TokensCommand, ListsTokensWithPositionsAndMissingMarks) {
+  CyTempFolder folder;
+  const std::string path = folder.Write("a.xml", "<a\n>x</b");
+  const TyToolResult result = RunTool("tokens '" + path + "'");
+  ASSERT_EQ(result.ExitCode, 0) << result.Err;
+  EXPECT_NE(result.Out.find("1:1\tELEMENT_OPEN\tOPEN\t\"<\"\n"), std::string::npos) << result.Out;
+  EXPECT_NE(result.Out.find("2:1\tELEMENT_OPEN\tCLOSE\t\">\"\n"), std::string::npos) << result.Out;
+  EXPECT_NE(result.Out.find("(missing)"), std::string::npos) << result.Out;
+}
+
+}  // namespace xylem::cli::test
