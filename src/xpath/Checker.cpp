@@ -54,7 +54,8 @@ IyXMLErrPtr MakeXPath31PlacedErr(const TyXPath31CheckError& Error,
   int32_t Line = 0, Linepos = 0, Line2 = 0, Linepos2 = 0;
   Placement.Place(Error.TokenStart, Line, Linepos);
   Placement.Place(Error.TokenEnd, Line2, Linepos2);
-  auto Location = std::make_shared<CyXMLLocation>(Placement.getURL(), Line, Linepos, Line2, Linepos2);
+  auto Location =
+      std::make_shared<CyXMLLocation>(Placement.getURL(), Line, Linepos, Line2, Linepos2);
   if (Incoming)
     return std::make_shared<CyXMLErr>(Incoming->getProcessorInfo(), Location, Error.Message,
                                       Incoming->getReasonDoc(), Incoming->getReasonID(),

@@ -4,6 +4,7 @@
 
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
+#include "xpath/Checker.hpp"
 #include "xpath/Parser.hpp"
 
 namespace xylem {
@@ -15,21 +16,29 @@ using C = TyXPathColoringCategory;
 // A token the parser never reached has no class: colour it by what it looks like.
 C CategoryOfKind(TyXPath31Token Kind) {
   switch (Kind) {
-    case X_StringLiteral: return C::xpcString;
+    case X_StringLiteral:
+      return C::xpcString;
     case X_IntegerLiteral:
-    case X_NumericLiteral: return C::xpcNumber;
-    case X_AVT: return C::xpcAVTText;
-    case X_ERROR: return C::xpcError;
-    case X_Dollar: return C::xpcVariable;
+    case X_NumericLiteral:
+      return C::xpcNumber;
+    case X_AVT:
+      return C::xpcAVTText;
+    case X_ERROR:
+      return C::xpcError;
+    case X_Dollar:
+      return C::xpcVariable;
     case X_LParenthesis:
     case X_RParenthesis:
     case X_LSquareBracket:
     case X_RSquareBracket:
     case X_LCurlyBracket:
-    case X_RCurlyBracket: return C::xpcBracket;
+    case X_RCurlyBracket:
+      return C::xpcBracket;
     case X_Slash:
-    case X_SlashSlash: return C::xpcSlash;
-    default: break;
+    case X_SlashSlash:
+      return C::xpcSlash;
+    default:
+      break;
   }
   if (Kind <= X_NCNameColonAsterisk) return C::xpcNameTest;
   if (Kind <= X_Union) return C::xpcKeyword;
@@ -38,9 +47,10 @@ C CategoryOfKind(TyXPath31Token Kind) {
 
 }  // namespace
 
-CyXPathEmbeddedLineColoring::CyXPathEmbeddedLineColoring(
-    std::span<const std::u16string_view> Lines, TyXPath31ParserRule Rule, int64_t FirstLine,
-    int64_t FirstLinepos, const CyXPathColoring& Scheme)
+CyXPathEmbeddedLineColoring::CyXPathEmbeddedLineColoring(std::span<const std::u16string_view> Lines,
+                                                         TyXPath31ParserRule Rule,
+                                                         int64_t FirstLine, int64_t FirstLinepos,
+                                                         const CyXPathColoring& Scheme)
     : Scheme_(Scheme), FirstLine_(FirstLine), FirstLinepos_(FirstLinepos) {
   for (std::u16string_view Line : Lines) {
     LineStarts_.push_back(int32_t(Text_.size()));
@@ -60,6 +70,9 @@ CyXPathEmbeddedLineColoring::CyXPathEmbeddedLineColoring(const std::vector<std::
                                   Rule, FirstLine, FirstLinepos, Scheme) {}
 
 void CyXPathEmbeddedLineColoring::Build(TyXPath31ParserRule Rule) {
+  Spans_.push_back({0, C::xpcText});
+  // Blank text is valid, as for the checker: nothing to parse or mark.
+  if (IsXPath31Blank(Text_)) return;
   CyXPath31Parser Parser(Text_.c_str(), Rule);
   PyXPath31Step Failing = nullptr;
   try {
@@ -74,7 +87,6 @@ void CyXPathEmbeddedLineColoring::Build(TyXPath31ParserRule Rule) {
   const TyXPath31Steps& Steps = Parser.XPath31Steps();
   const char16_t* Base = Text_.c_str();
   bool AfterError = false;
-  Spans_.push_back({0, C::xpcText});
   for (size_t I = CyXPath31Tokenizer::kLeadingSteps; I < Steps.size(); ++I) {
     const TyXPath31Step& Step = Steps[I];
     if (Step.PTail == Step.PHead) continue;  // X_BOF, X_EOF, empty pieces

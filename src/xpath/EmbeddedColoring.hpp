@@ -18,8 +18,8 @@ namespace xylem {
 // Parses the value once at construction; afterwards every line can be walked any number of
 // times, in any order. Items of a line cover it without gaps: tokens in their class's
 // category, white space between them as xpcText, the failing token of an invalid expression as
-// xpcError, and tokens after it by their kind alone (what they look like). Not thread-safe; the
-// object owns a copy of the text.
+// xpcError, and tokens after it by their kind alone (what they look like). Blank text is valid
+// (as for the checker) and all xpcText. Not thread-safe; the object owns a copy of the text.
 class CyXPathEmbeddedLineColoring {
  public:
   // Lines: the value's text, one string per line (the first from the value's start, the last

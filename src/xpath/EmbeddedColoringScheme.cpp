@@ -46,29 +46,29 @@ constexpr TyDefault kDefaults[] = {
 static_assert(std::size(kDefaults) == kXPathColoringCategoryCount);
 
 constexpr C kByType[] = {
-    C::xpcAVTText,      // xtAVT
-    C::xpcAxis,         // xtAxis
-    C::xpcBracket,      // xtBracket
-    C::xpcConstructor,  // xtConstructor
-    C::xpcContextItem,  // xtContextItem
-    C::xpcError,        // xtError
-    C::xpcFunctionCall, // xtFunctionCall
-    C::xpcItemType,     // xtItemType
-    C::xpcKeySpecifier, // xtKeySpecifier
-    C::xpcKeyword,      // xtKeyword
-    C::xpcNameTest,     // xtNameTest
-    C::xpcNameTest,     // xtNameTestNoScope
-    C::xpcNumber,       // xtNumber
-    C::xpcOccurrence,   // xtOccurrence
-    C::xpcOperator,     // xtOperator
-    C::xpcSchemaType,   // xtSchemaAtomicOrUnionType
-    C::xpcSchemaType,   // xtSchemaSimpleTypeName
-    C::xpcSchemaType,   // xtSchemaTypeName
-    C::xpcSlash,        // xtSlash
-    C::xpcString,       // xtString
-    C::xpcSymbol,       // xtSymbol
-    C::xpcVariable,     // xtVariable
-    C::xpcVariable,     // xtVariableRef
+    C::xpcAVTText,       // xtAVT
+    C::xpcAxis,          // xtAxis
+    C::xpcBracket,       // xtBracket
+    C::xpcConstructor,   // xtConstructor
+    C::xpcContextItem,   // xtContextItem
+    C::xpcError,         // xtError
+    C::xpcFunctionCall,  // xtFunctionCall
+    C::xpcItemType,      // xtItemType
+    C::xpcKeySpecifier,  // xtKeySpecifier
+    C::xpcKeyword,       // xtKeyword
+    C::xpcNameTest,      // xtNameTest
+    C::xpcNameTest,      // xtNameTestNoScope
+    C::xpcNumber,        // xtNumber
+    C::xpcOccurrence,    // xtOccurrence
+    C::xpcOperator,      // xtOperator
+    C::xpcSchemaType,    // xtSchemaAtomicOrUnionType
+    C::xpcSchemaType,    // xtSchemaSimpleTypeName
+    C::xpcSchemaType,    // xtSchemaTypeName
+    C::xpcSlash,         // xtSlash
+    C::xpcString,        // xtString
+    C::xpcSymbol,        // xtSymbol
+    C::xpcVariable,      // xtVariable
+    C::xpcVariable,      // xtVariableRef
 };
 static_assert(std::size(kByType) == kXPath31TokenTypeCount);
 

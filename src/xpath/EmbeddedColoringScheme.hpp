@@ -12,26 +12,26 @@
 namespace xylem {
 
 // (value, display name) of each category, in the scheme's order.
-#define XYLEM_XPATH_COLORING_CATEGORIES(X)     \
-  X(xpcText, "Text")                           \
-  X(xpcAVTText, "AVT text")                    \
-  X(xpcAxis, "Axis")                           \
-  X(xpcBracket, "Bracket")                     \
-  X(xpcConstructor, "Constructor")             \
-  X(xpcContextItem, "Context item")            \
-  X(xpcError, "Error")                         \
-  X(xpcFunctionCall, "Function call")          \
-  X(xpcItemType, "Item type")                  \
-  X(xpcKeySpecifier, "Key specifier")          \
-  X(xpcKeyword, "Keyword")                     \
-  X(xpcNameTest, "Name test")                  \
-  X(xpcNumber, "Number")                       \
-  X(xpcOccurrence, "Occurrence indicator")     \
-  X(xpcOperator, "Operator")                   \
-  X(xpcSchemaType, "Schema type")              \
-  X(xpcSlash, "Slash")                         \
-  X(xpcString, "String")                       \
-  X(xpcSymbol, "Symbol")                       \
+#define XYLEM_XPATH_COLORING_CATEGORIES(X) \
+  X(xpcText, "Text")                       \
+  X(xpcAVTText, "AVT text")                \
+  X(xpcAxis, "Axis")                       \
+  X(xpcBracket, "Bracket")                 \
+  X(xpcConstructor, "Constructor")         \
+  X(xpcContextItem, "Context item")        \
+  X(xpcError, "Error")                     \
+  X(xpcFunctionCall, "Function call")      \
+  X(xpcItemType, "Item type")              \
+  X(xpcKeySpecifier, "Key specifier")      \
+  X(xpcKeyword, "Keyword")                 \
+  X(xpcNameTest, "Name test")              \
+  X(xpcNumber, "Number")                   \
+  X(xpcOccurrence, "Occurrence indicator") \
+  X(xpcOperator, "Operator")               \
+  X(xpcSchemaType, "Schema type")          \
+  X(xpcSlash, "Slash")                     \
+  X(xpcString, "String")                   \
+  X(xpcSymbol, "Symbol")                   \
   X(xpcVariable, "Variable")
 
 enum class TyXPathColoringCategory : uint8_t {

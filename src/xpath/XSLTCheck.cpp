@@ -93,11 +93,10 @@ class CyXSLTChecker {
     int64_t Line = 0, Linepos = 0;
     Iterator_.GetAttributeValueLocation(Index, Line, Linepos);
     try {
-      ExpandXSLTAttributeValue(Attribute.RawValue, Expanded_, Map_,
-                               [&](std::u16string_view Reference, size_t At) {
-                                 return Iterator_.ExpandReferences(
-                                     Reference, Attribute.ValueOffset + int64_t(At));
-                               });
+      ExpandXSLTAttributeValue(
+          Attribute.RawValue, Expanded_, Map_, [&](std::u16string_view Reference, size_t At) {
+            return Iterator_.ExpandReferences(Reference, Attribute.ValueOffset + int64_t(At));
+          });
     } catch (const CyXMLReferenceException& E) {
       Errors_.push_back(std::make_shared<CyXMLErr>(
           XPath31CheckerProcessorInfo(), URL_, int32_t(E.Line), int32_t(E.Linepos),

@@ -24,7 +24,8 @@ class TxTextList;
 // exact in the document (also after references and over line breaks, each of "\r\n", "\r" and
 // "\n" ending a line) and a token produced by a reference is reported at its '&'. A reference
 // that cannot be read is reported at its '&' with the reader's message. Records carry URL, the
-// parser's message, ID "XPST0003" and, as reason parameters, the tokens expected there. The
+// parser's message, ID "XPST0003" and, as reason parameters, the tokens expected there (a
+// reference or markup failure: the reader's message at its position, no ID). The
 // list is in document order under the description "XPath syntax". Allocates per element; the
 // parse of each distinct (kind, text) runs once per Cache. Not thread-safe (the cache).
 IyXMLErrsPtr CheckXSLTStylesheet(std::u16string_view Text, const std::u16string& URL,

@@ -8,8 +8,8 @@ namespace xylem {
 namespace {
 
 using K = TyXSLTAttributeKind;
-constexpr K E = K::xakExpression, P = K::xakPattern, S = K::xakSequenceType,
-            I = K::xakItemType, A = K::xakAVT;
+constexpr K E = K::xakExpression, P = K::xakPattern, S = K::xakSequenceType, I = K::xakItemType,
+            A = K::xakAVT;
 
 struct TyEntry {
   std::u16string_view Element;
@@ -164,8 +164,7 @@ TyXSLTAttributeKind XSLTAttributeKind(std::u16string_view ElementLocalName,
   if (AttributeName.size() > 1 && AttributeName[0] == u'_') return A;
   TyEntry Key{ElementLocalName, AttributeName, K::xakNone};
   const TyEntry* It = std::lower_bound(std::begin(kEntries), std::end(kEntries), Key, Less);
-  if (It != std::end(kEntries) && It->Element == ElementLocalName &&
-      It->Attribute == AttributeName)
+  if (It != std::end(kEntries) && It->Element == ElementLocalName && It->Attribute == AttributeName)
     return It->Kind;
   return K::xakNone;
 }
@@ -179,14 +178,26 @@ TyXSLTAttributeKind XSLTLiteralResultAttributeKind(std::u16string_view Namespace
 
 TyXPath31ParserRule XSLTAttributeRule(TyXSLTAttributeKind Kind) {
   switch (Kind) {
-    case K::xakExpression: return xprExpr;
-    case K::xakPattern: return xprPattern30;
-    case K::xakSequenceType: return xprSequenceType;
-    case K::xakItemType: return xprItemType;
-    case K::xakAVT: return xprAVT;
-    case K::xakNone: break;
+    case K::xakExpression:
+      return xprExpr;
+    case K::xakPattern:
+      return xprPattern30;
+    case K::xakSequenceType:
+      return xprSequenceType;
+    case K::xakItemType:
+      return xprItemType;
+    case K::xakAVT:
+      return xprAVT;
+    case K::xakNone:
+      break;
   }
   return xprERROR;
+}
+
+TyXPath31ParserRule XSLTAttributeRuleByQName(std::u16string_view ElementQName,
+                                             std::u16string_view AttributeQName) {
+  if (ElementQName.substr(0, 4) != u"xsl:") return xprERROR;
+  return XSLTAttributeRule(XSLTAttributeKind(ElementQName.substr(4), AttributeQName));
 }
 
 bool IsXSLTStylesheetElement(std::u16string_view LocalName) {

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <string>
 
-#include "common/Utf.hpp"
 #include "CheckerTestAnnotations.hpp"
+#include "common/Utf.hpp"
 #include "text/TextList.hpp"
 #include "xpath/CheckerWithCache.hpp"
 #include "xpath/ErrImprover.hpp"
@@ -80,8 +80,7 @@ TEST(CheckerTest, ExpectedTokensAfterOperator) {
   ASSERT_FALSE(Checker.Check());
   const auto& Expected = Checker.getError().Expected;
   for (const char16_t* Token : {u"(", u"$", u"IntegerLiteral", u"StringLiteral", u"NCName"})
-    EXPECT_NE(std::find(Expected.begin(), Expected.end(), Token), Expected.end())
-        << ToUTF8(Token);
+    EXPECT_NE(std::find(Expected.begin(), Expected.end(), Token), Expected.end()) << ToUTF8(Token);
   EXPECT_EQ(std::find(Expected.begin(), Expected.end(), u")"), Expected.end());
 }
 
@@ -180,9 +179,9 @@ TEST(CheckerTest, ImprovePlacesTheErrorOnEachLineOfAMultiLineValue) {
 TEST(CheckerTest, ImproveLeavesTheErrorOfAValidExpressionAlone) {
   TxTextList Lines;
   Lines.LoadFromText__PARALLEL__(u"<a select=\"unknown-function(1)\"/>", 1);
-  auto Incoming = std::make_shared<CyXMLErr>(nullptr, u"u", 1, 12, u"XPST0017: Unknown function",
-                                             u"", u"XPST0017", TyReasonParameters{},
-                                             TyXMLErrSeverity::errError);
+  auto Incoming =
+      std::make_shared<CyXMLErr>(nullptr, u"u", 1, 12, u"XPST0017: Unknown function", u"",
+                                 u"XPST0017", TyReasonParameters{}, TyXMLErrSeverity::errError);
   CyXPath31Checker Checker(u"unknown-function(1)", xprExpr);
   EXPECT_EQ(Checker.Improve(Lines, Incoming, 1, 12), Incoming);
 

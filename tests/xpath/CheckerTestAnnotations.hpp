@@ -10,7 +10,7 @@
 namespace xylem::test {
 
 struct TyAnnotated {
-  std::u16string Text;                               // without the marks
+  std::u16string Text;                              // without the marks
   std::vector<std::pair<int32_t, int32_t>> Points;  // 1-based (line, position) of each mark
 };
 
