@@ -44,7 +44,13 @@ int runCheck(const TyCheckArgs& Args) {
     IyXMLErrsPtr errors;
     switch (DetectDocumentKind(path, input->List)) {
       case TyDocumentKind::dkJSON: errors = CheckJSON(*input); break;
-      default: continue;
+      case TyDocumentKind::dkXML: errors = CheckXML(*input); break;
+      case TyDocumentKind::dkXSLT:
+        errors = CheckXML(*input);
+        if (!hasErrors(errors)) errors = CheckXSLT(*input);
+        break;
+      case TyDocumentKind::dkDTD:
+      case TyDocumentKind::dkText: continue;  // nothing to check yet
     }
     if (hasErrors(errors) && exitCode == kExitOK) exitCode = kExitFindings;
     sources.push_back({input->DisplayName, errors});
@@ -60,7 +66,7 @@ void AddCheckCommand(CLI::App& App, TyCommandRun& Run) {
   auto args = std::make_shared<TyCheckArgs>();
   CLI::App* command = App.add_subcommand(
       "check",
-      "Check each file: JSON for strict RFC 8259 syntax (kind by extension, then by content). "
+      "Check each file: XML for well-formedness, XSLT stylesheets also for the syntax of every XPath-bearing attribute, JSON for strict RFC 8259 syntax (kind by extension, then by content). "
       "Errors go to stdout as FILE:LINE:COL: error: MESSAGE, sorted by position. Exit code 0 "
       "when every file is fine, 1 when any has an error, 2 for usage or I/O errors.");
   command->add_option("FILE", args->Files, "Files to check (- or nothing for standard input)");

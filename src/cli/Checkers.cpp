@@ -5,7 +5,12 @@
 #include "json/Memory.hpp"
 #include "json/Parser.hpp"
 #include "json/Scanner.hpp"
+#include "common/Tasks.hpp"
 #include "xml/ErrRecord.hpp"
+#include "xml/LineState.hpp"
+#include "xml/WellFormed.hpp"
+#include "xpath/CheckerWithCache.hpp"
+#include "xpath/XSLTCheck.hpp"
 
 namespace xylem::cli {
 
@@ -16,6 +21,18 @@ IyXMLErrsPtr errorsOf(std::vector<IyXMLErrPtr> Errors) {
 }
 
 }  // namespace
+
+IyXMLErrsPtr CheckXML(TyInputFile& Input) {
+  int64_t totalDelta = 0;
+  CyXMLParserParallel::UpdateAllLines(Input.List.getTextItems(), totalDelta, CyTasks::PieceCount());
+  return CyXMLWellFormed::Check_PARALLEL(Input.List);
+}
+
+IyXMLErrsPtr CheckXSLT(const TyInputFile& Input) {
+  // One cache for the whole run: stylesheets repeat the same expressions.
+  static CyXPath31CheckerWithCache cache;
+  return CheckXSLTStylesheet(Input.List, u"", cache);
+}
 
 IyXMLErrsPtr CheckJSON(const TyInputFile& Input) {
   // Joined with the document's newline, so the scanner's lines and columns are the list's.

@@ -7,6 +7,14 @@
 
 namespace xylem::cli {
 
+// XML well-formedness. Computes the line states first (in parallel), so the list is changed
+// only in its per-line caches.
+IyXMLErrsPtr CheckXML(TyInputFile& Input);
+
+// The syntax of every XPath-bearing attribute of an XSLT stylesheet (which must be
+// well-formed), errors placed on the failing token.
+IyXMLErrsPtr CheckXSLT(const TyInputFile& Input);
+
 // JSON strictness (RFC 8259): at most one error, the first.
 IyXMLErrsPtr CheckJSON(const TyInputFile& Input);
 

@@ -1,0 +1,98 @@
+// Formatting big.xml (256 MiB) and big.oneline.xml (64 MiB) with the default choices,
+// including the load of the file into a text list and the UTF-8 output to /dev/null, against
+// `xmllint --format file > /dev/null` run as a child process in the same run. Peak memory of
+// both is measured in a child process before the timings.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "support/Corpus.hpp"
+#include "support/PeakMemory.hpp"
+#include "text/TextFile.hpp"
+#include "xml/Formatter.hpp"
+#include "xml/WriterUTF8Stream.hpp"
+
+extern char** environ;
+
+namespace {
+
+using namespace xylem;
+
+size_t FormatFile(const std::string& path) {
+  TxTextList list;
+  LoadTextFile(path, list);
+  const TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  const int fd = ::open("/dev/null", O_WRONLY);
+  CyXMLWriterUTF8OutputStream out(fd);
+  TxXMLParser parser;
+  CyXMLFormatter::Format(list, parser, u"", out, choices.XMLFormattingOptions,
+                         choices.XMLLayoutOptions, CyXMLWordList(choices.WordsD),
+                         CyXMLWordList(choices.WordsP));
+  out.Flush();
+  ::close(fd);
+  return out.getBytes();
+}
+
+// Replaces the calling process by xmllint writing to /dev/null.
+[[noreturn]] void ExecXmllint(const std::string& path) {
+  const int fd = ::open("/dev/null", O_WRONLY);
+  ::dup2(fd, 1);
+  ::execlp("xmllint", "xmllint", "--format", path.c_str(), static_cast<char*>(nullptr));
+  _exit(127);
+}
+
+int RunXmllint(const std::string& path) {
+  const pid_t child = fork();
+  if (child == 0) ExecXmllint(path);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status;
+}
+
+void BM_XylemFormat(benchmark::State& state, const char* file) {
+  const std::string path = bench::CorpusFile(file);
+  size_t bytes = 0;
+  for (auto _ : state) bytes = FormatFile(path);
+  state.counters["output_MiB"] = static_cast<double>(bytes) / (1 << 20);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                          static_cast<int64_t>(bench::ReadFileBytes(path).size()));
+}
+
+void BM_XmllintFormat(benchmark::State& state, const char* file) {
+  const std::string path = bench::CorpusFile(file);
+  for (auto _ : state)
+    if (RunXmllint(path) != 0) state.SkipWithError("xmllint failed");
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                          static_cast<int64_t>(bench::ReadFileBytes(path).size()));
+}
+
+BENCHMARK_CAPTURE(BM_XylemFormat, big, "big.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XmllintFormat, big, "big.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XylemFormat, oneline, "big.oneline.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XmllintFormat, oneline, "big.oneline.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // XYLEM_BENCH_NO_PEAK=1 skips the memory measurement (for quick timing runs).
+  const char* skip = std::getenv("XYLEM_BENCH_NO_PEAK");
+  for (const char* file : {"big.xml", "big.oneline.xml"}) {
+    if (skip && *skip == '1') break;
+    const std::string path = bench::CorpusFile(file);
+    const uint64_t ours = bench::PeakMemoryOf([&] { FormatFile(path); });
+    const uint64_t theirs = bench::PeakMemoryOf([&] { ExecXmllint(path); });
+    std::printf("peak memory %s: xylem %.0f MiB, xmllint %.0f MiB (ratio %.2f)\n", file,
+                ours / 1048576.0, theirs / 1048576.0, theirs ? double(ours) / double(theirs) : 0.0);
+  }
+  std::fflush(stdout);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

@@ -1,0 +1,156 @@
+#pragma once
+// The formatter's light node tree: records linked by pointers, allocated from one arena owned
+// by PyXMLDOMTree and freed at once. Names and texts are pieces of the source lines (pointer
+// and length), never copies, so the source text list must outlive the tree. Also the two
+// option sets of the formatting dialog and the element-name word lists.
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace xylem {
+
+enum class TyXMLDOMNodeType : uint8_t {
+  ntCDATA,
+  ntComment,
+  ntDoctype,
+  ntElement,
+  ntPI,
+  ntRefChar,
+  ntRefEntity,
+  ntText,
+  ntXML,
+  ntXMLModel,
+  ntXMLStylesheet,
+};
+
+// A piece of one source line: Count code units from P (not NUL-terminated).
+struct TyXMLDOMPiece {
+  const char16_t* P = nullptr;
+  size_t Count = 0;
+  std::u16string_view View() const { return {P, Count}; }
+};
+
+// An attribute as written ("name = 'value'"), one piece per source line it touches.
+struct TyXMLDOMAttribute {
+  std::span<const TyXMLDOMPiece> Text;
+  bool SameLine = false;   // began on the line where the previous attribute (or the name) ended
+  bool MultiLine = false;  // its text spans several source lines
+};
+
+struct TyXMLDOMNode {
+  TyXMLDOMNode* Parent = nullptr;
+  TyXMLDOMNode* FirstChild = nullptr;
+  TyXMLDOMNode* LastChild = nullptr;
+  TyXMLDOMNode* NextSibling = nullptr;
+  const char16_t* NameP = nullptr;  // element name in the source (no copy)
+  uint32_t NameCount = 0;
+  TyXMLDOMNodeType Type_ = TyXMLDOMNodeType::ntText;
+  bool HasText = false;      // ntText: holds more than tab, space, CR and LF
+  bool PreserveText = false;  // ntElement: content kept verbatim under xloPreserveVerbatim
+  std::span<const TyXMLDOMAttribute> Attributes;  // ntElement
+  std::u16string_view CloseSlash;  // ntElement: "/>" with the blanks before it as written; empty
+                                   // when written as start and end tag
+  // Per source line: the inner text between the delimiters (comments, PIs, CDATA, DOCTYPE,
+  // references without "&"/"&#" and ";"), a text's characters, or, for an element inside a
+  // preserved one, its start tag as written (copied verbatim; empty for other elements).
+  std::span<const TyXMLDOMPiece> Text;
+  // ntElement inside a preserved one: the end tag as written (empty for "/>" and elsewhere).
+  std::span<const TyXMLDOMPiece> EndTag;
+
+  std::u16string_view Name() const { return {NameP, NameCount}; }
+};
+
+// Owns every node, piece and attribute of one tree; freeing the tree frees them all at once.
+// Allocation is a pointer bump in blocks growing to 4 MiB. Not thread-safe.
+class PyXMLDOMTree {
+ public:
+  PyXMLDOMTree() = default;
+  PyXMLDOMTree(const PyXMLDOMTree&) = delete;
+  PyXMLDOMTree& operator=(const PyXMLDOMTree&) = delete;
+
+  // A new zeroed node of Type, not linked anywhere.
+  TyXMLDOMNode* NewNode(TyXMLDOMNodeType Type);
+  // Copies of Items in the arena (valid until Clear or destruction).
+  std::span<const TyXMLDOMPiece> CopyPieces(std::span<const TyXMLDOMPiece> Items);
+  std::span<const TyXMLDOMAttribute> CopyAttributes(std::span<const TyXMLDOMAttribute> Items);
+  // Frees everything and empties the tree.
+  void Clear();
+
+  // The top-level nodes in document order (linked by NextSibling).
+  TyXMLDOMNode* getFirst() const { return First_; }
+  TyXMLDOMNode* getLast() const { return Last_; }
+  void setFirst(TyXMLDOMNode* Node) { First_ = Node; }
+  void setLast(TyXMLDOMNode* Node) { Last_ = Node; }
+
+ private:
+  void* Allocate(size_t Bytes, size_t Align);
+
+  std::vector<std::unique_ptr<std::byte[]>> Blocks_;
+  std::byte* Next_ = nullptr;
+  size_t Left_ = 0;
+  size_t NextBlock_ = 0;  // size of the block allocated last
+  TyXMLDOMNode* First_ = nullptr;
+  TyXMLDOMNode* Last_ = nullptr;
+};
+
+enum class TyXMLFormattingOption : uint8_t {
+  xfoClearWhitespaceOnlyElements,
+  xfoFormatAttributes,
+  xfoFormatEmptyElements,
+  xfoFormatText,
+  xfoRemoveWhitespaceOnlyLines,
+};
+
+enum class TyXMLLayoutOption : uint8_t {
+  xloAttributesInline,
+  xloEmptyElementAddSpaceBeforeSlash,
+  xloEmptyElementExpand,
+  xloPreserveVerbatim,
+  xloTextInline,
+};
+
+// A set of enumeration values; bit i holds value i (the form kept in CySettings).
+template <typename E>
+struct TyXMLOptionSet {
+  uint32_t Bits = 0;
+  constexpr TyXMLOptionSet() = default;
+  constexpr TyXMLOptionSet(std::initializer_list<E> Items) {
+    for (E e : Items) Bits |= 1u << static_cast<unsigned>(e);
+  }
+  static constexpr TyXMLOptionSet FromBits(uint32_t Value) {
+    TyXMLOptionSet s;
+    s.Bits = Value;
+    return s;
+  }
+  constexpr bool Has(E e) const { return (Bits >> static_cast<unsigned>(e)) & 1u; }
+  constexpr bool operator==(const TyXMLOptionSet&) const = default;
+};
+
+using TyXMLFormattingOptions = TyXMLOptionSet<TyXMLFormattingOption>;
+using TyXMLLayoutOptions = TyXMLOptionSet<TyXMLLayoutOption>;
+
+// Element names (qualified, as written), built from a list joined by "|". Blank entries and
+// the blanks around names are ignored. Contains is a hash look-up.
+class CyXMLWordList {
+ public:
+  CyXMLWordList() = default;
+  explicit CyXMLWordList(std::u16string_view Joined);
+  bool Contains(std::u16string_view Name) const { return !Names_.empty() && Names_.contains(Name); }
+  bool IsEmpty() const { return Names_.empty(); }
+
+ private:
+  struct TyHash {
+    using is_transparent = void;
+    size_t operator()(std::u16string_view s) const { return std::hash<std::u16string_view>{}(s); }
+  };
+  std::unordered_set<std::u16string, TyHash, std::equal_to<>> Names_;
+};
+
+}  // namespace xylem

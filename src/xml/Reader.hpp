@@ -1,0 +1,47 @@
+#pragma once
+// CyXMLReader: reads a document's lines with the tokenizer into the formatter's node tree,
+// refusing a document that is not well-formed with the first error's position.
+
+#include <cstdint>
+#include <string>
+
+#include "common/Exception.hpp"
+#include "text/TextList.hpp"
+#include "xml/DOM.hpp"
+#include "xml/Tokenizer.hpp"
+
+namespace xylem {
+
+// The message of every refusal to format.
+inline constexpr const char* kXMLNotWellFormedMessage =
+    "Cannot format document because it's not well-formed.";
+// Deeper element nesting is refused: indenting it would write output quadratic in the depth.
+inline constexpr int32_t kXMLFormatterMaxDepth = 4096;
+
+// A refusal to format: the message and the 1-based line and position of the first error.
+class CyXMLFormatException : public CyException {
+ public:
+  CyXMLFormatException(const std::string& message, int64_t line, int64_t linepos)
+      : CyException(message), Line(line), Linepos(linepos) {}
+  int64_t Line;
+  int64_t Linepos;
+};
+
+class CyXMLReader {
+ public:
+  // Builds XMLDOMTree (cleared first) from all lines of TextList, scanning them in order with
+  // XMLParser from the document-level state. Names and texts point into TextList's lines,
+  // which must stay unchanged while the tree is used. PreserveText of an element: false when
+  // its name is in WordsD; else true when it is in WordsP or has xml:space="preserve"; false
+  // with xml:space="default"; else the parent's value. Refuses (CyXMLFormatException with
+  // kXMLNotWellFormedMessage) any missing token except the one that ends character data, a
+  // mismatched, unmatched or unclosed tag, no root or several roots, text, references or
+  // CDATA outside the root, and nesting deeper than kXMLFormatterMaxDepth. One linear pass,
+  // no recursion, allocation only from the tree's arena and a few reused buffers.
+  static void Read(const TxTextList& TextList, TxXMLParser& XMLParser,
+                   TyXMLFormattingOptions XMLFormattingOptions,
+                   TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
+                   const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree);
+};
+
+}  // namespace xylem

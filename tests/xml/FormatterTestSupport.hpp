@@ -1,0 +1,22 @@
+#pragma once
+// Helpers shared by the formatter tests: formatting UTF-8 text under option bits, and a
+// libxml2 view of a document's content for comparing documents before and after formatting.
+
+#include <cstdint>
+#include <string>
+
+namespace xylem::test {
+
+// Formats Text (UTF-8, LF or CR LF line ends) with the option sets given as bits (bit i:
+// value i of the enumeration) and the default word lists. The result has its CR LF line
+// breaks turned into "\n"; a line feed the writer wrote without its CR fails the test.
+std::string FormatXML(const std::string& Text, uint32_t FormattingBits, uint32_t LayoutBits,
+                      const std::u16string& ExtraIndent = u"");
+
+// The document's content as libxml2 parses it (entities substituted): elements with their
+// attributes (values with white space runs made one space), comments, PIs, and the text of
+// each run of adjacent text and CDATA with white space runs made one space and trimmed;
+// white-space-only runs dropped. Empty string with an error text when libxml2 refuses it.
+std::string ContentOf(const std::string& Text, std::string* Error = nullptr);
+
+}  // namespace xylem::test
