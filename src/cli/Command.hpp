@@ -16,6 +16,7 @@ inline constexpr int kExitUsage = 2;     // usage or I/O error: missing, binary,
 using TyCommandRun = std::function<int()>;
 
 void AddCheckCommand(CLI::App& App, TyCommandRun& Run);
+void AddFormatCommand(CLI::App& App, TyCommandRun& Run);
 void AddHighlightCommand(CLI::App& App, TyCommandRun& Run);
 void AddInfoCommand(CLI::App& App, TyCommandRun& Run);
 void AddReplaceCommand(CLI::App& App, TyCommandRun& Run);

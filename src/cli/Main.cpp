@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
 
   TyCommandRun run;
   AddCheckCommand(app, run);
+  AddFormatCommand(app, run);
   AddHighlightCommand(app, run);
   AddInfoCommand(app, run);
   AddReplaceCommand(app, run);

@@ -7,9 +7,13 @@
 namespace xylem::cli {
 
 bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlace, bool ToStdout) {
+  TxTextList result;
+  result.LoadFromText__PARALLEL__(Text);
+  return WriteResult(Input, result, InPlace, ToStdout);
+}
+
+bool WriteResult(const TyInputFile& Input, const TxTextList& result, bool InPlace, bool ToStdout) {
   try {
-    TxTextList result;
-    result.LoadFromText__PARALLEL__(Text);
     if (InPlace && Input.Path != "-") SaveTextFile(Input.Path, result, Input.Format);
     if (ToStdout) {
       const std::string bytes = EncodeTextList(result, Input.Format);

@@ -12,5 +12,7 @@ namespace xylem::cli {
 // input's format. InPlace writes the file (never standard input); ToStdout writes the bytes to
 // stdout. Returns false after printing "xylem: NAME: MESSAGE" when writing failed.
 bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlace, bool ToStdout);
+// The same for a result already in a text list.
+bool WriteResult(const TyInputFile& Input, const TxTextList& Result, bool InPlace, bool ToStdout);
 
 }  // namespace xylem::cli

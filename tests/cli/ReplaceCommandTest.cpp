@@ -4,24 +4,14 @@
 
 namespace xylem::cli::test {
 
-namespace {
-
-std::string utf16le(const std::string& ascii) {
-  std::string out = "\xFF\xFE";
-  for (char c : ascii) out += std::string{c, '\0'};
-  return out;
-}
-
-}  // namespace
-
 TEST(ReplaceCommand, InPlaceKeepsEncodingMarkAndNewline) {
   CyTempFolder folder;
-  const std::string utf16 = folder.Write("a.xml", utf16le("<a qty=\"3\">1.5</a>\r\n<b>2.25</b>\r\n"));
+  const std::string utf16 = folder.Write("a.xml", UTF16LEWithMark("<a qty=\"3\">1.5</a>\r\n<b>2.25</b>\r\n"));
   TyToolResult result = RunTool("replace -i -r '([0-9]+)\\.([0-9]+)' '$1,$2' '" + utf16 + "'");
   EXPECT_EQ(result.ExitCode, 0) << result.Err;
   EXPECT_EQ(result.Err, utf16 + ": 2 replacements\n");
   EXPECT_EQ(result.Out, "");
-  EXPECT_EQ(folder.Read("a.xml"), utf16le("<a qty=\"3\">1,5</a>\r\n<b>2,25</b>\r\n"));
+  EXPECT_EQ(folder.Read("a.xml"), UTF16LEWithMark("<a qty=\"3\">1,5</a>\r\n<b>2,25</b>\r\n"));
 
   // Without -i the result goes to stdout and the file stays as it was.
   const std::string lf = folder.Write("b.xml", "Caf\xC3\xA9 CAF\xC3\x89 cafe\n");

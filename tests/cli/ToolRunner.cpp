@@ -40,6 +40,12 @@ std::string CyTempFolder::Write(const std::string& Name, const std::string& Byte
 
 std::string CyTempFolder::Read(const std::string& Name) const { return readAll(path_ / Name); }
 
+std::string UTF16LEWithMark(const std::string& ASCII) {
+  std::string out = "\xFF\xFE";
+  for (char c : ASCII) out += std::string{c, '\0'};
+  return out;
+}
+
 TyToolResult RunTool(const std::string& Args, const std::string& Stdin) {
   CyTempFolder io;
   io.Write("stdin", Stdin);

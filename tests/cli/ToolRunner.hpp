@@ -15,6 +15,9 @@ struct TyToolResult {
 // Runs `xylem ARGS` through the shell (ARGS already quoted), with Stdin as standard input.
 TyToolResult RunTool(const std::string& Args, const std::string& Stdin = "");
 
+// ASCII text as UTF-16LE bytes behind a byte-order mark.
+std::string UTF16LEWithMark(const std::string& ASCII);
+
 // A fresh folder removed when the object goes away.
 class CyTempFolder {
  public:

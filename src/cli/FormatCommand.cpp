@@ -1,0 +1,177 @@
+// xylem format: XML or JSON pretty-printing with the choices of the editor's formatting dialog.
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/Checkers.hpp"
+#include "cli/Command.hpp"
+#include "cli/DocumentKind.hpp"
+#include "cli/InputFile.hpp"
+#include "cli/Output.hpp"
+#include "common/Settings.hpp"
+#include "common/Utf.hpp"
+#include "json/Exception.hpp"
+#include "json/Formatter.hpp"
+#include "xml/ErrRecord.hpp"
+#include "xml/ErrReport.hpp"
+#include "xml/Formatter.hpp"
+#include "xml/Reader.hpp"
+
+namespace xylem::cli {
+
+namespace {
+
+struct TyFormatArgs {
+  std::vector<std::string> Files{"-"};
+  std::string Attributes, Empty, Text, Indent;
+  std::optional<bool> RemoveBlankLines, ClearWhitespaceOnly;
+  std::optional<std::string> Preserve, FormatIn;
+  bool InPlace = false;
+};
+
+using enum TyXMLFormattingOption;
+using enum TyXMLLayoutOption;
+
+void setOption(TyXMLFormattingOptions& Set, TyXMLFormattingOption Option, bool On) {
+  const uint32_t bit = 1u << static_cast<unsigned>(Option);
+  Set.Bits = On ? Set.Bits | bit : Set.Bits & ~bit;
+}
+void setOption(TyXMLLayoutOptions& Set, TyXMLLayoutOption Option, bool On) {
+  const uint32_t bit = 1u << static_cast<unsigned>(Option);
+  Set.Bits = On ? Set.Bits | bit : Set.Bits & ~bit;
+}
+
+// The dialog's choices over the settings' defaults; a choice not given keeps its default.
+TyXMLFormatterChoices choicesOf(const TyFormatArgs& Args) {
+  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  auto& f = choices.XMLFormattingOptions;
+  auto& l = choices.XMLLayoutOptions;
+  if (!Args.Attributes.empty()) {
+    setOption(f, xfoFormatAttributes, Args.Attributes != "leave");
+    setOption(l, xloAttributesInline, Args.Attributes == "inline");
+  }
+  if (!Args.Empty.empty()) {
+    setOption(f, xfoFormatEmptyElements, Args.Empty != "leave");
+    setOption(l, xloEmptyElementAddSpaceBeforeSlash, Args.Empty == "collapse-space");
+    setOption(l, xloEmptyElementExpand, Args.Empty == "expand");
+  }
+  if (!Args.Text.empty()) {
+    setOption(f, xfoFormatText, Args.Text != "leave");
+    setOption(l, xloTextInline, Args.Text == "inline");
+  }
+  if (Args.RemoveBlankLines) setOption(f, xfoRemoveWhitespaceOnlyLines, *Args.RemoveBlankLines);
+  if (Args.ClearWhitespaceOnly)
+    setOption(f, xfoClearWhitespaceOnlyElements, *Args.ClearWhitespaceOnly);
+  // Lists on the command line may be separated by commas as well as by "|".
+  auto list = [](std::string names) {
+    for (char& c : names)
+      if (c == ',') c = '|';
+    return ToUTF16(names);
+  };
+  if (Args.Preserve) choices.WordsP = list(*Args.Preserve);
+  if (Args.FormatIn) choices.WordsD = list(*Args.FormatIn);
+  return choices;
+}
+
+void reportErrors(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
+  const std::string report = WriteErrReport({{Input.DisplayName, Errors}}, TyErrReportFormat::erfGcc);
+  std::fwrite(report.data(), 1, report.size(), stdout);
+}
+
+IyXMLErrsPtr oneError(int64_t Line, int64_t Linepos, std::u16string Message) {
+  return std::make_shared<CyXMLErrs>(
+      u"", std::vector<IyXMLErrPtr>{std::make_shared<CyXMLErr>(
+               nullptr, u"", static_cast<int32_t>(Line), static_cast<int32_t>(Linepos),
+               std::move(Message), u"", u"", TyReasonParameters{}, TyXMLErrSeverity::errError)});
+}
+
+int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace) {
+  TxTextList result;
+  result.InsertAtEnd(Input.List, 1, Input.List.getCount());
+  try {
+    CyXMLFormatter::FormatTextList(result, u"", Choices);
+  } catch (const CyXMLFormatException& error) {
+    // Report what `check` reports, so the user sees every error, not only the first.
+    IyXMLErrsPtr errors = CheckXML(Input);
+    if (errors->getCount() == 0) errors = oneError(error.Line, error.Linepos, ToUTF16(error.what()));
+    reportErrors(Input, errors);
+    return kExitFindings;
+  }
+  return WriteResult(Input, result, InPlace, !InPlace) ? kExitOK : kExitUsage;
+}
+
+int formatJSON(TyInputFile& Input, bool InPlace) {
+  TyJSONWriterOptions options;
+  options.Newline = Input.Format.Newline;
+  std::u16string formatted;
+  try {
+    formatted = CyJSONFormatter::Format(
+        Input.List.getTextItems().getJoined(Input.Format.Newline, 1, Input.List.getCount()),
+        options);
+  } catch (const JSONException& error) {
+    reportErrors(Input, oneError(error.Line, error.Linepos, error.Reason));
+    return kExitFindings;
+  }
+  // The layout ends at the closing bracket; keep the file's final line end if it had one.
+  if (Input.List.getLine(Input.List.getCount()).empty()) formatted += Input.Format.Newline;
+  return WriteResult(Input, formatted, InPlace, !InPlace) ? kExitOK : kExitUsage;
+}
+
+int runFormat(const TyFormatArgs& Args) {
+  if (!Args.Indent.empty()) {
+    CySettings::Get().IndentationUnit =
+        Args.Indent == "tab" ? u"\t" : std::u16string(std::stoul(Args.Indent), u' ');
+  }
+  const TyXMLFormatterChoices choices = choicesOf(Args);
+  int exitCode = kExitOK;
+  for (const std::string& path : Args.Files) {
+    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    int code = kExitUsage;
+    if (input) {
+      code = DetectDocumentKind(path, input->List) == TyDocumentKind::dkJSON
+                 ? formatJSON(*input, Args.InPlace)
+                 : formatXML(*input, choices, Args.InPlace);
+    }
+    exitCode = std::max(exitCode, code);
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+void AddFormatCommand(CLI::App& App, TyCommandRun& Run) {
+  auto args = std::make_shared<TyFormatArgs>();
+  CLI::App* command = App.add_subcommand(
+      "format",
+      "Pretty-print XML or JSON (kind by extension, then by content). The result goes to stdout, "
+      "or back into the file with -i (written atomically, encoding, byte-order mark and newline "
+      "kept). A document that does not parse is not written; its errors are reported as by "
+      "`check` (exit 1). Defaults: attributes inline, empty elements collapsed, text inline, "
+      "blank lines removed, white-space-only elements cleared, four-space indent.");
+  command->add_option("FILE", args->Files, "Files (- or nothing for standard input)");
+  command->add_option("--attributes", args->Attributes,
+                      "inline: on the element's line; lines: one per line; leave: as written")
+      ->check(CLI::IsMember({"inline", "lines", "leave"}));
+  command->add_option("--empty", args->Empty,
+                      "Empty elements: collapse (<e/>), collapse-space (<e />), expand (<e></e>), "
+                      "leave")
+      ->check(CLI::IsMember({"collapse", "collapse-space", "expand", "leave"}));
+  command->add_option("--text", args->Text,
+                      "Text: inline (on the element's line), lines (on lines of its own), leave")
+      ->check(CLI::IsMember({"inline", "lines", "leave"}));
+  command->add_flag("--remove-blank-lines,!--keep-blank-lines", args->RemoveBlankLines,
+                    "Remove white-space-only lines (default) or keep blank lines as they are");
+  command->add_flag("--clear-whitespace-only,!--keep-whitespace-only", args->ClearWhitespaceOnly,
+                    "Treat elements holding only white space as empty (default)");
+  command->add_option("--preserve", args->Preserve,
+                      "Elements whose content is kept verbatim (names separated by | or ,)");
+  command->add_option("--format-in", args->FormatIn,
+                      "Elements formatted even inside preserved ones (names separated by | or ,)");
+  command->add_option("--indent", args->Indent, "Indentation: a number of spaces, or tab")
+      ->check(CLI::IsMember({"tab"}) | CLI::Range(0, 16));
+  command->add_flag("--in-place,-i", args->InPlace, "Write the result back into each file");
+  command->callback([&Run, args] { Run = [args] { return runFormat(*args); }; });
+}
+
+}  // namespace xylem::cli

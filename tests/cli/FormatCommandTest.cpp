@@ -1,0 +1,55 @@
+#include <gtest/gtest.h>
+
+#include "ToolRunner.hpp"
+
+namespace xylem::cli::test {
+
+TEST(FormatCommand, DialogChoicesAndInPlaceKeepTheFileForm) {
+  CyTempFolder folder;
+  struct Row { const char* options; const char* expected; };
+  const Row rows[] = {
+      {"", "<a>\r\n    <b x=\"1\" y=\"2\"/>\r\n    <c> t u </c>\r\n</a>\r\n"},
+      {"--attributes lines --indent 2",
+       "<a>\r\n  <b\r\n    x=\"1\"\r\n    y=\"2\"/>\r\n  <c> t u </c>\r\n</a>\r\n"},
+      {"--empty collapse-space --indent tab", "<a>\r\n\t<b x=\"1\" y=\"2\" />\r\n\t<c> t u </c>\r\n</a>\r\n"},
+      {"--empty expand --text lines",
+       "<a>\r\n    <b x=\"1\" y=\"2\"></b>\r\n    <c>\r\n        t u\r\n    </c>\r\n</a>\r\n"},
+      {"--preserve c", "<a>\r\n    <b x=\"1\" y=\"2\"/>\r\n    <c>  t   u </c>\r\n</a>\r\n"},
+  };
+  for (const Row& row : rows) {
+    const std::string path = folder.Write("a.xml", "<a><b x=\"1\"   y=\"2\"/><c>  t   u </c></a>\r\n");
+    const TyToolResult result = RunTool(std::string("format ") + row.options + " '" + path + "'");
+    EXPECT_EQ(result.ExitCode, 0) << row.options << result.Err;
+    EXPECT_EQ(result.Out, row.expected) << row.options;
+  }
+
+  // -i keeps a UTF-16 file's mark and an LF document's newline.
+  const std::string utf16 = folder.Write("u.xml", UTF16LEWithMark("<a><b/></a>\n"));
+  TyToolResult result = RunTool("format -i --indent 1 '" + utf16 + "'");
+  EXPECT_EQ(result.ExitCode, 0) << result.Err;
+  EXPECT_EQ(folder.Read("u.xml"), UTF16LEWithMark("<a>\n <b/>\n</a>\n"));
+
+  const std::string json = folder.Write("j.json", "{\"a\":[1,{}]}\n");
+  result = RunTool("format '" + json + "'");
+  EXPECT_EQ(result.Out, "{\n    \"a\": [\n        1,\n        {}\n    ]\n}\n");
+}
+
+TEST(FormatCommand, BrokenDocumentsAreReportedAndLeftUntouched) {
+  CyTempFolder folder;
+  const std::string xml = folder.Write("bad.xml", "<a>\n<b></c>\n</a>\n");
+  TyToolResult result = RunTool("format -i '" + xml + "'");
+  EXPECT_EQ(result.ExitCode, 1);
+  EXPECT_EQ(result.Out.rfind(xml + ":2:", 0), 0u) << result.Out;
+  EXPECT_EQ(folder.Read("bad.xml"), "<a>\n<b></c>\n</a>\n");
+
+  const std::string json = folder.Write("bad.json", "[1,]");
+  result = RunTool("format -i '" + json + "'");
+  EXPECT_EQ(result.ExitCode, 1);
+  EXPECT_EQ(result.Out.rfind(json + ":1:4: error:", 0), 0u) << result.Out;
+  EXPECT_EQ(folder.Read("bad.json"), "[1,]");
+
+  result = RunTool("format --empty sideways '" + json + "'");
+  EXPECT_EQ(result.ExitCode, 2);
+}
+
+}  // namespace xylem::cli::test
