@@ -20,6 +20,7 @@
 #include "json/Memory.hpp"
 #include "json/Parser.hpp"
 #include "json/Scanner.hpp"
+#include "support/ChildProcess.hpp"
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
 
@@ -70,37 +71,6 @@ void FormatToNull(const std::string& Path) {
   CyJSONFormatter::Format(input, out, options);
 }
 
-struct TyChildRun {
-  double Seconds;
-  double CPUSeconds;
-  uint64_t PeakBytes;
-};
-
-// Runs Argv with stdout to /dev/null; returns wall and CPU seconds and the child's peak RSS.
-TyChildRun RunChild(const std::vector<std::string>& Argv) {
-  const auto start = std::chrono::steady_clock::now();
-  const pid_t child = fork();
-  if (child == 0) {
-    const int null = ::open("/dev/null", O_WRONLY);
-    ::dup2(null, 1);
-    std::vector<char*> args;
-    for (const std::string& arg : Argv) args.push_back(const_cast<char*>(arg.c_str()));
-    args.push_back(nullptr);
-    ::execvp(args[0], args.data());
-    _exit(127);
-  }
-  int status = 0;
-  struct rusage usage {};
-  ::wait4(child, &status, 0, &usage);
-  const double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    std::fprintf(stderr, "%s failed (status %d)\n", Argv[0].c_str(), status);
-    std::exit(3);
-  }
-  return {seconds, CPUSeconds(usage), static_cast<uint64_t>(usage.ru_maxrss) * 1024};
-}
-
 void XylemCase(benchmark::State& State, const std::string& Task, const std::string& File) {
   const std::string path = bench::CorpusFile(File);
   const std::string key = "xylem/" + Task + "/" + File;
@@ -131,9 +101,10 @@ void PeerCase(benchmark::State& State, const std::string& Tool, const std::strin
   else
     argv = {"python3", "-m", "json.tool", path};
   for (auto _ : State) {
-    const TyChildRun run = RunChild(argv);
-    State.SetIterationTime(run.Seconds);
-    Record(key, run.Seconds, run.CPUSeconds);
+    const bench::TyChildRun run = bench::RunChild(argv);
+    if (run.Status != 0) State.SkipWithError((argv[0] + " failed").c_str());
+    State.SetIterationTime(run.WallSeconds);
+    Record(key, run.WallSeconds, run.CPUSeconds);
     RecordPeak(key, run.PeakBytes);
   }
   State.counters["peak_MiB"] = static_cast<double>(results[key].PeakBytes) / (1 << 20);

@@ -24,6 +24,7 @@
 #include "search/FileReplacer.hpp"
 #include "search/RegExprReplacer.hpp"
 #include "search/TextReplacer.hpp"
+#include "support/ChildProcess.hpp"
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
 
@@ -103,31 +104,6 @@ std::vector<std::string> PeerArgv(const std::string& Tool, const TyReplaceCase& 
   return {"sed", "-E", Case.Sed, Path};
 }
 
-// Runs Argv with stdout to OutputPath; returns wall seconds and the child's peak RSS.
-std::pair<double, uint64_t> RunChild(const std::vector<std::string>& Argv, const char* OutputPath) {
-  const auto start = std::chrono::steady_clock::now();
-  const pid_t child = fork();
-  if (child == 0) {
-    const int out = ::open(OutputPath, O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ::dup2(out, 1);
-    std::vector<char*> args;
-    for (const std::string& arg : Argv) args.push_back(const_cast<char*>(arg.c_str()));
-    args.push_back(nullptr);
-    ::execvp(args[0], args.data());
-    _exit(127);
-  }
-  int status = 0;
-  struct rusage usage {};
-  ::wait4(child, &status, 0, &usage);
-  const double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    std::fprintf(stderr, "%s failed (status %d)\n", Argv[0].c_str(), status);
-    std::exit(3);
-  }
-  return {seconds, static_cast<uint64_t>(usage.ru_maxrss) * 1024};
-}
-
 // Our output must equal perl's and sed's byte for byte, or the timings compare different work.
 void VerifyOutputs() {
   const std::string path = bench::CorpusFile(kFile);
@@ -138,7 +114,7 @@ void VerifyOutputs() {
     const int64_t count =
         XylemReplace(path, replaceCase, [&ours](std::string_view Bytes) { ours.append(Bytes); });
     for (const char* tool : {"perl", "sed"}) {
-      RunChild(PeerArgv(tool, replaceCase, path), scratch.c_str());
+      bench::RunChild(PeerArgv(tool, replaceCase, path), scratch);
       const std::string theirs = ReadWholeFile(scratch);
       const bool same = theirs == ours;
       std::printf("verify %-8s %-5s: %lld replacements, %zu bytes, %s\n", replaceCase.Name, tool,
@@ -177,10 +153,11 @@ void PeerCase(benchmark::State& State, const std::string& Tool, const TyReplaceC
   const std::string key = Tool + "/" + Case.Name;
   const std::vector<std::string> argv = PeerArgv(Tool, Case, bench::CorpusFile(kFile));
   for (auto _ : State) {
-    const auto [seconds, peak] = RunChild(argv, "/dev/null");
-    State.SetIterationTime(seconds);
-    results[key].Seconds.push_back(seconds);
-    results[key].PeakBytes = std::max(results[key].PeakBytes, peak);
+    const bench::TyChildRun run = bench::RunChild(argv);
+    if (run.Status != 0) State.SkipWithError((argv[0] + " failed").c_str());
+    State.SetIterationTime(run.WallSeconds);
+    results[key].Seconds.push_back(run.WallSeconds);
+    results[key].PeakBytes = std::max(results[key].PeakBytes, run.PeakBytes);
   }
   State.counters["peak_MiB"] = static_cast<double>(results[key].PeakBytes) / (1 << 20);
 }

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "support/ChildProcess.hpp"
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
 #include "text/TextFile.hpp"
@@ -39,22 +40,6 @@ size_t FormatFile(const std::string& path) {
   return out.getBytes();
 }
 
-// Replaces the calling process by xmllint writing to /dev/null.
-[[noreturn]] void ExecXmllint(const std::string& path) {
-  const int fd = ::open("/dev/null", O_WRONLY);
-  ::dup2(fd, 1);
-  ::execlp("xmllint", "xmllint", "--format", path.c_str(), static_cast<char*>(nullptr));
-  _exit(127);
-}
-
-int RunXmllint(const std::string& path) {
-  const pid_t child = fork();
-  if (child == 0) ExecXmllint(path);
-  int status = 0;
-  waitpid(child, &status, 0);
-  return status;
-}
-
 void BM_XylemFormat(benchmark::State& state, const char* file) {
   const std::string path = bench::CorpusFile(file);
   size_t bytes = 0;
@@ -67,7 +52,8 @@ void BM_XylemFormat(benchmark::State& state, const char* file) {
 void BM_XmllintFormat(benchmark::State& state, const char* file) {
   const std::string path = bench::CorpusFile(file);
   for (auto _ : state)
-    if (RunXmllint(path) != 0) state.SkipWithError("xmllint failed");
+    if (bench::RunChild({"xmllint", "--format", path}).Status != 0)
+      state.SkipWithError("xmllint failed");
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
                           static_cast<int64_t>(bench::ReadFileBytes(path).size()));
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "common/Tasks.hpp"
+#include "support/ChildProcess.hpp"
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
 #include "text/TextFile.hpp"
@@ -57,32 +58,6 @@ int32_t CheckFile(const std::string& Path) {
   return errors;
 }
 
-struct TyChildRun {
-  int Status = -1;
-  double CPUSeconds = 0;
-  long PeakKiB = 0;
-};
-
-TyChildRun RunChild(const std::vector<std::string>& Args) {
-  TyChildRun run;
-  // posix_spawn, not fork: a forked child would start its peak-memory count from this
-  // process's resident set.
-  std::vector<char*> argv;
-  for (const std::string& a : Args) argv.push_back(const_cast<char*>(a.c_str()));
-  argv.push_back(nullptr);
-  pid_t pid = -1;
-  if (posix_spawnp(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return run;
-  int status = 0;
-  rusage usage{};
-  if (pid > 0 && wait4(pid, &status, 0, &usage) == pid) {
-    run.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.CPUSeconds = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-                     static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-    run.PeakKiB = usage.ru_maxrss;
-  }
-  return run;
-}
-
 void BM_XylemCheck(benchmark::State& state) {
   int32_t errors = 0;
   for (auto _ : state) errors = CheckFile(BigXML());
@@ -95,15 +70,15 @@ void BM_XylemCheck(benchmark::State& state) {
 
 void RunXmllint(benchmark::State& state, std::vector<std::string> Args) {
   Args.push_back(BigXML());
-  TyChildRun run;
+  bench::TyChildRun run;
   double cpu = 0;
   for (auto _ : state) {
-    run = RunChild(Args);
+    run = bench::RunChild(Args);
     if (run.Status != 0) state.SkipWithError("xmllint failed");
     cpu += run.CPUSeconds;
   }
   state.counters["child_cpu_s"] = cpu / static_cast<double>(state.iterations());
-  state.counters["child_peak_MiB"] = static_cast<double>(run.PeakKiB) / 1024;
+  state.counters["child_peak_MiB"] = static_cast<double>(run.PeakBytes) / (1 << 20);
 }
 
 void BM_XmllintNoout(benchmark::State& state) { RunXmllint(state, {"xmllint", "--noout"}); }

@@ -35,7 +35,9 @@ TEST(ReplaceCommand, BadPatternOrTemplateWritesNothing) {
   for (const Row& row : rows) {
     const TyToolResult result = RunTool(std::string("replace -i ") + row.args + " '" + path + "'");
     EXPECT_EQ(result.ExitCode, 2) << row.args;
-    if (row.message) EXPECT_EQ(result.Err, row.message);
+    if (row.message) {
+      EXPECT_EQ(result.Err, row.message);
+    }
     EXPECT_EQ(folder.Read("a.xml"), "<a>1</a>\n") << row.args;
   }
 }
