@@ -11,7 +11,6 @@
 namespace xylem {
 namespace {
 
-using testing::Annotate;
 using testing::ParseError;
 
 constexpr char16_t kValue[] = u"value ('{', '[', string, number, true, false or null)";
@@ -54,15 +53,7 @@ TEST(JSONParser, EveryMessageAtTheOffendingToken) {
       {u"null^,", u"Unexpected ','."},
       {u"false ^:", u"Unexpected ':'."},
   };
-  for (const Row& row : rows) {
-    const auto input = Annotate(row.marked);
-    const auto error = ParseError(input.Text);
-    SCOPED_TRACE(ToUTF8(row.marked));
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ToUTF8(error->Reason), ToUTF8(row.reason));
-    EXPECT_EQ(error->Line, input.Line);
-    EXPECT_EQ(error->Linepos, input.Linepos);
-  }
+  for (const Row& row : rows) testing::ExpectErrorAt(row.marked, row.reason.c_str());
 }
 
 // Writes each event with the offsets of its positions, to check order and spans at once.

@@ -7,7 +7,6 @@
 namespace xylem {
 namespace {
 
-using testing::Annotate;
 using testing::ParseError;
 
 constexpr char16_t kEscapeAdvice[] =
@@ -69,16 +68,7 @@ TEST(JSONScanner, EveryMessageAtItsLineAndColumn) {
       {u"1e+^", u"Exponent sign ('+' or '-') must be followed by one or more digits."},
       {u"{\"k\": 1E-^]}", u"Exponent sign ('+' or '-') must be followed by one or more digits."},
   };
-  for (const Row& row : rows) {
-    const auto input = Annotate(row.marked);
-    const auto error = ParseError(input.Text);
-    SCOPED_TRACE(ToUTF8(row.marked));
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ToUTF8(error->Reason), ToUTF8(row.reason));
-    EXPECT_EQ(error->Line, input.Line);
-    EXPECT_EQ(error->Linepos, input.Linepos);
-    EXPECT_STREQ(error->what(), ToUTF8(row.reason).c_str());
-  }
+  for (const Row& row : rows) testing::ExpectErrorAt(row.marked, row.reason.c_str());
 }
 
 // White space is a token of its own; CR LF is one line break, CR and LF alone are one each.
@@ -124,13 +114,8 @@ TEST(JSONScanner, TokensSpansAndLinesAcrossEveryLineBreak) {
 
 TEST(JSONScanner, ColumnsCountFromOneAfterEachKindOfLineBreak) {
   for (const char16_t* marked : {u"[\n^x]", u"[\r^x]", u"[\r\n^x]", u"[\n\r^x]", u"[\r\r\n  ^x]",
-                                 u"[1,\r\n2,\r3,\n4,\r\n\n  ^x]", u"[\"\u00E9\U0001F600\", ^x]"}) {
-    const auto input = Annotate(marked);
-    const auto error = ParseError(input.Text);
-    ASSERT_TRUE(error.has_value()) << ToUTF8(marked);
-    EXPECT_EQ(error->Line, input.Line) << ToUTF8(marked);
-    EXPECT_EQ(error->Linepos, input.Linepos) << ToUTF8(marked);
-  }
+                                 u"[1,\r\n2,\r3,\n4,\r\n\n  ^x]", u"[\"\u00E9\U0001F600\", ^x]"})
+    testing::ExpectErrorAt(marked, nullptr);
 }
 
 }  // namespace

@@ -57,6 +57,21 @@ inline std::optional<JSONException> ParseError(std::u16string_view Text) {
   return std::nullopt;
 }
 
+// Parses the annotated input Marked and expects it to fail at the '^' with Reason (any reason
+// when Reason is null), the exception's message being the reason.
+inline void ExpectErrorAt(std::u16string_view Marked, const char16_t* Reason) {
+  const TyAnnotated input = Annotate(Marked);
+  const std::optional<JSONException> error = ParseError(input.Text);
+  SCOPED_TRACE(ToUTF8(Marked));
+  ASSERT_TRUE(error.has_value());
+  if (Reason) {
+    EXPECT_EQ(ToUTF8(error->Reason), ToUTF8(Reason));
+    EXPECT_STREQ(error->what(), ToUTF8(Reason).c_str());
+  }
+  EXPECT_EQ(error->Line, input.Line);
+  EXPECT_EQ(error->Linepos, input.Linepos);
+}
+
 // Text with each "<XXXX>" (four hex digits) replaced by that UTF-16 unit: lone surrogates cannot
 // be written in C++ string literals.
 inline std::u16string Units(std::u16string_view Text) {
