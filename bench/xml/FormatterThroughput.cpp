@@ -17,7 +17,8 @@
 #include "support/PeakMemory.hpp"
 #include "text/TextFile.hpp"
 #include "xml/Formatter.hpp"
-#include "xml/WriterUTF8Stream.hpp"
+#include "text/TextFileWriter.hpp"
+#include "xml/WriterFileStream.hpp"
 
 extern char** environ;
 
@@ -25,26 +26,24 @@ namespace {
 
 using namespace xylem;
 
-size_t FormatFile(const std::string& path) {
+void FormatFile(const std::string& path) {
   TxTextList list;
-  LoadTextFile(path, list);
+  const TyTextFileFormat format = LoadTextFile(path, list);
   const TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
   const int fd = ::open("/dev/null", O_WRONLY);
-  CyXMLWriterUTF8OutputStream out(fd);
+  CyTextFileWriter file(fd, "/dev/null", format);
+  CyXMLWriterFileOutputStream out(file);
   TxXMLParser parser;
   CyXMLFormatter::Format(list, parser, u"", out, choices.XMLFormattingOptions,
                          choices.XMLLayoutOptions, CyXMLWordList(choices.WordsD),
                          CyXMLWordList(choices.WordsP));
-  out.Flush();
+  file.Commit();
   ::close(fd);
-  return out.getBytes();
 }
 
 void BM_XylemFormat(benchmark::State& state, const char* file) {
   const std::string path = bench::CorpusFile(file);
-  size_t bytes = 0;
-  for (auto _ : state) bytes = FormatFile(path);
-  state.counters["output_MiB"] = static_cast<double>(bytes) / (1 << 20);
+  for (auto _ : state) FormatFile(path);
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
                           static_cast<int64_t>(bench::ReadFileBytes(path).size()));
 }

@@ -8,6 +8,7 @@
 #include "cli/Command.hpp"
 #include "cli/DocumentKind.hpp"
 #include "cli/InputFile.hpp"
+#include "cli/JSONInput.hpp"
 #include "cli/Output.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
@@ -17,6 +18,7 @@
 #include "xml/ErrReport.hpp"
 #include "xml/Formatter.hpp"
 #include "xml/Reader.hpp"
+#include "xml/WriterFileStream.hpp"
 
 namespace xylem::cli {
 
@@ -87,10 +89,16 @@ IyXMLErrsPtr oneError(int64_t Line, int64_t Linepos, std::u16string Message) {
 }
 
 int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace) {
-  TxTextList result;
-  result.InsertAtEnd(Input.List, 1, Input.List.getCount());
+  const CyXMLWordList wordsD(Choices.WordsD), wordsP(Choices.WordsP);
   try {
-    CyXMLFormatter::FormatTextList(result, u"", Choices);
+    // The whole document is read (and refused if need be) before the first byte is written.
+    const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
+      CyXMLWriterFileOutputStream stream(Out);
+      TxXMLParser parser;
+      CyXMLFormatter::Format(Input.List, parser, u"", stream, Choices.XMLFormattingOptions,
+                             Choices.XMLLayoutOptions, wordsD, wordsP);
+    });
+    return written ? kExitOK : kExitUsage;
   } catch (const CyXMLFormatException& error) {
     // Report what `check` reports, so the user sees every error, not only the first.
     IyXMLErrsPtr errors = CheckXML(Input);
@@ -98,24 +106,24 @@ int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InP
     reportErrors(Input, errors);
     return kExitFindings;
   }
-  return WriteResult(Input, result, InPlace, !InPlace) ? kExitOK : kExitUsage;
 }
 
 int formatJSON(TyInputFile& Input, bool InPlace) {
   TyJSONWriterOptions options;
   options.Newline = Input.Format.Newline;
-  std::u16string formatted;
+  // The layout ends at the closing bracket; keep the file's final line end if it had one.
+  const bool finalNewline = Input.List.getLine(Input.List.getCount()).empty();
   try {
-    formatted = CyJSONFormatter::Format(
-        Input.List.getTextItems().getJoined(Input.Format.Newline, 1, Input.List.getCount()),
-        options);
+    const CyJSONMemory memory = JSONMemoryOf(Input);
+    const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
+      CyJSONFormatter::Format(memory, Out, options);
+      if (finalNewline) Out.PutNewline();
+    });
+    return written ? kExitOK : kExitUsage;
   } catch (const JSONException& error) {
     reportErrors(Input, oneError(error.Line, error.Linepos, error.Reason));
     return kExitFindings;
   }
-  // The layout ends at the closing bracket; keep the file's final line end if it had one.
-  if (Input.List.getLine(Input.List.getCount()).empty()) formatted += Input.Format.Newline;
-  return WriteResult(Input, formatted, InPlace, !InPlace) ? kExitOK : kExitUsage;
 }
 
 int runFormat(const TyFormatArgs& Args) {

@@ -1,10 +1,33 @@
 #include "cli/Output.hpp"
 
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "common/Exception.hpp"
 
 namespace xylem::cli {
+
+bool WriteStreamed(const TyInputFile& Input, bool InPlace,
+                   const std::function<void(CyTextFileWriter&)>& Produce) {
+  try {
+    if (InPlace && Input.Path != "-") {
+      CyTextFileWriter out(Input.Path, Input.Format);
+      Produce(out);
+      out.Commit();
+    } else {
+      std::fflush(stdout);  // what the command printed before comes first
+      CyTextFileWriter out(STDOUT_FILENO, "standard output", Input.Format);
+      Produce(out);
+      out.Commit();
+    }
+    return true;
+  } catch (const CyException& error) {
+    if (error.getCode() != kErrorFileWrite && error.getCode() != kErrorUnrepresentable) throw;
+    std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(), OneLine(error.what()).c_str());
+    return false;
+  }
+}
 
 bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlace, bool ToStdout) {
   TxTextList result;
@@ -12,18 +35,15 @@ bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlac
   return WriteResult(Input, result, InPlace, ToStdout);
 }
 
-bool WriteResult(const TyInputFile& Input, const TxTextList& result, bool InPlace, bool ToStdout) {
-  try {
-    if (InPlace && Input.Path != "-") SaveTextFile(Input.Path, result, Input.Format);
-    if (ToStdout) {
-      const std::string bytes = EncodeTextList(result, Input.Format);
-      std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+bool WriteResult(const TyInputFile& Input, const TxTextList& Result, bool InPlace, bool ToStdout) {
+  if (!InPlace && !ToStdout) return true;
+  return WriteStreamed(Input, InPlace, [&Result](CyTextFileWriter& Out) {
+    const int64_t count = Result.getCount();
+    for (int64_t line = 1; line <= count; ++line) {
+      if (line > 1) Out.PutNewline();
+      Out.Put(Result.getLine(line));
     }
-    return true;
-  } catch (const CyException& error) {
-    std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(), OneLine(error.what()).c_str());
-    return false;
-  }
+  });
 }
 
 }  // namespace xylem::cli

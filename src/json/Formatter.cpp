@@ -39,6 +39,12 @@ std::u16string CyJSONFormatter::Format(const CyJSONMemory& Input,
   return result;
 }
 
+void CyJSONFormatter::Format(const CyJSONMemory& Input, IyTextSink& Destination,
+                             const TyJSONWriterOptions& Options) {
+  const CyJSONTree tree = parseTree(Input);
+  CyJSONWriter::Create(Destination, Options).Write(tree.Root());
+}
+
 void CyJSONFormatter::Format(const CyJSONMemory& Input, std::ostream& Destination,
                              const TyJSONWriterOptions& Options) {
   const CyJSONTree tree = parseTree(Input);

@@ -19,6 +19,9 @@ class CyJSONFormatter {
   static std::u16string Format(std::u16string_view Text, const TyJSONWriterOptions& Options = {});
   // The formatted text of Input.
   static std::u16string Format(const CyJSONMemory& Input, const TyJSONWriterOptions& Options = {});
+  // Hands the formatted text of Input to Destination.
+  static void Format(const CyJSONMemory& Input, IyTextSink& Destination,
+                     const TyJSONWriterOptions& Options = {});
   // Writes the formatted text of Input to Destination, encoded with Options.CodePage.
   static void Format(const CyJSONMemory& Input, std::ostream& Destination,
                      const TyJSONWriterOptions& Options = {});

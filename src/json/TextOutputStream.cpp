@@ -10,6 +10,9 @@ namespace xylem {
 CyTextOutputStream::CyTextOutputStream(std::u16string& Target, std::u16string_view Newline)
     : TargetString_(&Target), Newline_(Newline) {}
 
+CyTextOutputStream::CyTextOutputStream(IyTextSink& Target, std::u16string_view Newline)
+    : TargetSink_(&Target), Newline_(Newline) {}
+
 CyTextOutputStream::CyTextOutputStream(std::ostream& Target, int CodePage,
                                        std::u16string_view Newline)
     : TargetStream_(&Target), CodePage_(CodePage), Newline_(Newline) {
@@ -46,6 +49,10 @@ void CyTextOutputStream::Drain(bool HoldBackHigh) {
   Used_ = 0;
   if (TargetString_ != nullptr) {
     TargetString_->append(text);
+    return;
+  }
+  if (TargetSink_ != nullptr) {
+    TargetSink_->Put(text);
     return;
   }
   size_t byteCount = 0;

@@ -7,10 +7,12 @@
 #include <string>
 #include <string_view>
 
+#include "common/TextSink.hpp"
+
 namespace xylem {
 
 // Collects text in a fixed buffer and hands it on in large pieces. Code page 1200 (UTF-16LE)
-// is the in-memory form; byte streams may also take 1201 (UTF-16BE) or 65001 (UTF-8). Call
+// is the in-memory form and a text sink's; byte streams may also take 1201 (UTF-16BE) or 65001 (UTF-8). Call
 // Flush before reading the destination. Not thread-safe.
 class CyTextOutputStream {
  public:
@@ -20,6 +22,8 @@ class CyTextOutputStream {
 
   // Appends to Target (UTF-16 in memory). Newline is the line end WriteLine writes.
   CyTextOutputStream(std::u16string& Target, std::u16string_view Newline);
+  // Hands the text to Target (which encodes it itself), in pieces of up to a buffer.
+  CyTextOutputStream(IyTextSink& Target, std::u16string_view Newline);
   // Writes bytes in CodePage to Target; raises CyException for an unsupported code page.
   CyTextOutputStream(std::ostream& Target, int CodePage, std::u16string_view Newline);
   ~CyTextOutputStream();
@@ -62,6 +66,7 @@ class CyTextOutputStream {
 
   std::u16string* TargetString_ = nullptr;
   std::ostream* TargetStream_ = nullptr;
+  IyTextSink* TargetSink_ = nullptr;
   int CodePage_ = kCodePageUTF16LE;
   std::u16string Newline_;
   uint64_t Flushed_ = 0;

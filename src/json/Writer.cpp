@@ -10,6 +10,13 @@ CyJSONWriter::CyJSONWriter(std::u16string& Destination, const TyJSONWriterOption
 CyJSONWriter::CyJSONWriter(std::ostream& Destination, const TyJSONWriterOptions& Options)
     : Stream_(Destination, Options.CodePage, Options.Newline), Unit_(Options.IndentationUnit) {}
 
+CyJSONWriter::CyJSONWriter(IyTextSink& Destination, const TyJSONWriterOptions& Options)
+    : Stream_(Destination, Options.Newline), Unit_(Options.IndentationUnit) {}
+
+CyJSONWriter CyJSONWriter::Create(IyTextSink& Destination, const TyJSONWriterOptions& Options) {
+  return CyJSONWriter(Destination, Options);
+}
+
 CyJSONWriter CyJSONWriter::Create(std::u16string& Destination, const TyJSONWriterOptions& Options) {
   return CyJSONWriter(Destination, Options);
 }

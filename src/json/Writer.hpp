@@ -28,6 +28,8 @@ class CyJSONWriter {
  public:
   // A writer over a UTF-16 string (code page 1200), appending to it.
   static CyJSONWriter Create(std::u16string& Destination, const TyJSONWriterOptions& Options = {});
+  // A writer over a text sink (which encodes the text itself).
+  static CyJSONWriter Create(IyTextSink& Destination, const TyJSONWriterOptions& Options = {});
   // A writer over a byte stream, encoding with Options.CodePage.
   static CyJSONWriter Create(std::ostream& Destination, const TyJSONWriterOptions& Options = {});
 
@@ -48,6 +50,7 @@ class CyJSONWriter {
  private:
   CyJSONWriter(std::u16string& Destination, const TyJSONWriterOptions& Options);
   CyJSONWriter(std::ostream& Destination, const TyJSONWriterOptions& Options);
+  CyJSONWriter(IyTextSink& Destination, const TyJSONWriterOptions& Options);
   void WriteIndentation(int Level);
   void WriteLeaf(TyJSONValue Value) {
     const TyJSONNode& node = Value.Tree->Node(Value.Index);

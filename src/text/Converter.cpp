@@ -128,8 +128,9 @@ size_t CyTextEncoder::Encode(std::u16string_view Text, std::string& Out) {
   const size_t start = Out.size();
   switch (encoding_.getCodePage()) {
     case kCodePageUTF8:
-      Out.resize(start + UTF8Length(Text));
-      EncodeUTF8(Text, Out.data() + start);
+      // One pass with room for the widest case, rather than measuring first.
+      Out.resize(start + Text.size() * 3);
+      Out.resize(start + EncodeUTF8(Text, Out.data() + start));
       return std::u16string_view::npos;
     case kCodePageUTF16LE:
     case kCodePageUTF16BE: {

@@ -13,7 +13,7 @@
 #include "common/Exception.hpp"
 #include "text/ByteOrderMark.hpp"
 #include "text/EncodingDetector.hpp"
-#include "text/TextListIterator.hpp"
+#include "text/TextFileWriter.hpp"
 #include "text/TextListLoader.hpp"
 
 namespace xylem {
@@ -91,39 +91,14 @@ std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
                                                  Encoding, ErrorHandler, PieceCount, AfterDecode);
 }
 
-// Calls Sink(chunk) with the encoded text, about a megabyte at a time.
-template <typename Sink>
-void encodeChunks(const TxTextList& List, const CyEncoding& Encoding, bool WithBOM,
-                  std::u16string_view Newline, Sink&& sink) {
-  constexpr size_t kChunk = size_t{1} << 20;
-  CyTextEncoder encoder(Encoding);
-  std::string chunk = encoder.getMark(WithBOM);
-  CyTextListIterator iterator(List, Newline);
-  std::u16string_view text;
-  int64_t line = 0;
-  bool isNewline = false;
-  while (iterator.Next(text, line, isNewline)) {
-    const size_t failed = encoder.Encode(text, chunk);
-    if (failed != std::u16string_view::npos) {
-      char code[16];
-      std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned>(text[failed]));
-      throw CyException("Line " + std::to_string(line) + ", position " +
-                            std::to_string(isNewline ? List.getLine(line).size() + 1 : failed + 1) +
-                            ": the character " + code + " cannot be written in the encoding " +
-                            Encoding.getName() + ".",
-                        kErrorUnrepresentable);
-    }
-    if (chunk.size() >= kChunk) {
-      sink(chunk);
-      chunk.clear();
-    }
+// Streams every line of List, with Newline between lines, into Out and commits it.
+void writeLines(const TxTextList& List, CyTextFileWriter& Out) {
+  const int64_t count = List.getCount();
+  for (int64_t line = 1; line <= count; ++line) {
+    if (line > 1) Out.PutNewline();
+    Out.Put(List.getLine(line));
   }
-  if (!chunk.empty()) sink(chunk);
-}
-
-[[noreturn]] void writeFailed(const std::string& Path, int Error) {
-  throw CyException("The file \"" + Path + "\" cannot be written: " + std::strerror(Error) + ".",
-                    kErrorFileWrite);
+  Out.Commit();
 }
 
 }  // namespace
@@ -165,63 +140,15 @@ std::u16string TxTextList::LoadFromDataDecoded__PARALLEL__(std::u16string_view D
 std::string TxTextList::getEncoded(const CyEncoding& Encoding, bool WithBOM,
                                    std::u16string_view Newline) const {
   std::string bytes;
-  encodeChunks(*this, Encoding, WithBOM, Newline,
-               [&](const std::string& chunk) { bytes += chunk; });
+  CyTextFileWriter out(bytes, {Encoding, WithBOM, false, std::u16string(Newline)});
+  writeLines(*this, out);
   return bytes;
 }
 
 void TxTextList::SaveToURL(const std::string& Path, const CyEncoding& Encoding, bool WithBOM,
                            std::u16string_view Newline) const {
-  // Saving through a symbolic link replaces the file it points to, not the link.
-  std::string target = Path;
-  struct stat link {};
-  if (lstat(Path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
-    if (char* resolved = realpath(Path.c_str(), nullptr)) {
-      target = resolved;
-      std::free(resolved);
-    }
-  }
-  const size_t slash = target.rfind('/');
-  const std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
-  const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
-  std::string temporary = folder + "." + name + ".XXXXXX";
-  const int fd = mkstemp(temporary.data());
-  if (fd < 0) writeFailed(Path, errno);
-  try {
-    encodeChunks(*this, Encoding, WithBOM, Newline, [&](const std::string& chunk) {
-      size_t done = 0;
-      while (done < chunk.size()) {
-        const ssize_t n = write(fd, chunk.data() + done, chunk.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) writeFailed(Path, errno);
-        done += static_cast<size_t>(n);
-      }
-    });
-    // Keep the target's permissions; a new file gets the usual ones rather than mkstemp's 0600.
-    struct stat info {};
-    if (stat(target.c_str(), &info) == 0) {
-      fchmod(fd, info.st_mode & 07777);
-    } else {
-      const mode_t mask = umask(0);
-      umask(mask);
-      fchmod(fd, 0666 & ~mask);
-    }
-    if (fsync(fd) != 0) writeFailed(Path, errno);
-    if (close(fd) != 0) {
-      const int error = errno;
-      unlink(temporary.c_str());
-      writeFailed(Path, error);
-    }
-  } catch (...) {
-    close(fd);
-    unlink(temporary.c_str());
-    throw;
-  }
-  if (rename(temporary.c_str(), target.c_str()) != 0) {
-    const int error = errno;
-    unlink(temporary.c_str());
-    writeFailed(Path, error);
-  }
+  CyTextFileWriter out(Path, {Encoding, WithBOM, false, std::u16string(Newline)});
+  writeLines(*this, out);
 }
 
 TyTextFileFormat LoadTextFile(const std::string& Path, TxTextList& List,

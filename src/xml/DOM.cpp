@@ -3,21 +3,27 @@
 #include <algorithm>
 #include <cstring>
 
+#include "text/PageMemory.hpp"
+
 namespace xylem {
 
 namespace {
-// Blocks grow from 16 KiB to 4 MiB, so small documents stay small and big ones take few blocks.
+// Blocks grow from 16 KiB to 64 MiB, so small documents stay small and big ones take few blocks
+// of huge pages (the first touch of fresh memory costs a fault per page).
 constexpr size_t kFirstBlockBytes = size_t{1} << 14;
-constexpr size_t kMaxBlockBytes = size_t{1} << 22;
+constexpr size_t kMaxBlockBytes = size_t{1} << 26;
 }
+
+PyXMLDOMTree::~PyXMLDOMTree() { Clear(); }
 
 void* PyXMLDOMTree::Allocate(size_t Bytes, size_t Align) {
   size_t pad = (Align - reinterpret_cast<uintptr_t>(Next_) % Align) % Align;
   if (Next_ == nullptr || pad + Bytes > Left_) {
     NextBlock_ = std::min(kMaxBlockBytes, NextBlock_ ? NextBlock_ * 2 : kFirstBlockBytes);
     const size_t size = std::max(NextBlock_, Bytes + Align);
-    Blocks_.emplace_back(new std::byte[size]);  // not zeroed: every object is constructed
-    Next_ = Blocks_.back().get();
+    // Not zeroed: every object is constructed.
+    Blocks_.push_back({static_cast<std::byte*>(CyPageMemory::Allocate(size, false)), size});
+    Next_ = Blocks_.back().Data;
     Left_ = size;
     pad = (Align - reinterpret_cast<uintptr_t>(Next_) % Align) % Align;
   }
@@ -50,7 +56,14 @@ std::span<const TyXMLDOMAttribute> PyXMLDOMTree::CopyAttributes(
   return {p, Items.size()};
 }
 
+void PyXMLDOMTree::Absorb(PyXMLDOMTree& Other) {
+  Blocks_.insert(Blocks_.end(), Other.Blocks_.begin(), Other.Blocks_.end());
+  Other.Blocks_.clear();
+  Other.Clear();
+}
+
 void PyXMLDOMTree::Clear() {
+  for (const TyBlock& block : Blocks_) CyPageMemory::Free(block.Data, block.Bytes);
   Blocks_.clear();
   Next_ = nullptr;
   Left_ = 0;

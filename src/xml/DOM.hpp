@@ -68,10 +68,11 @@ struct TyXMLDOMNode {
 };
 
 // Owns every node, piece and attribute of one tree; freeing the tree frees them all at once.
-// Allocation is a pointer bump in blocks growing to 4 MiB. Not thread-safe.
+// Allocation is a pointer bump in blocks growing to 64 MiB. Not thread-safe.
 class PyXMLDOMTree {
  public:
   PyXMLDOMTree() = default;
+  ~PyXMLDOMTree();
   PyXMLDOMTree(const PyXMLDOMTree&) = delete;
   PyXMLDOMTree& operator=(const PyXMLDOMTree&) = delete;
 
@@ -82,6 +83,9 @@ class PyXMLDOMTree {
   std::span<const TyXMLDOMAttribute> CopyAttributes(std::span<const TyXMLDOMAttribute> Items);
   // Frees everything and empties the tree.
   void Clear();
+  // Takes over Other's memory (nodes keep their addresses); Other is left empty. For joining
+  // trees read in parallel.
+  void Absorb(PyXMLDOMTree& Other);
 
   // The top-level nodes in document order (linked by NextSibling).
   TyXMLDOMNode* getFirst() const { return First_; }
@@ -92,7 +96,11 @@ class PyXMLDOMTree {
  private:
   void* Allocate(size_t Bytes, size_t Align);
 
-  std::vector<std::unique_ptr<std::byte[]>> Blocks_;
+  struct TyBlock {
+    std::byte* Data;
+    size_t Bytes;
+  };
+  std::vector<TyBlock> Blocks_;
   std::byte* Next_ = nullptr;
   size_t Left_ = 0;
   size_t NextBlock_ = 0;  // size of the block allocated last

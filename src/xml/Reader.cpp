@@ -1,339 +1,145 @@
 #include "xml/Reader.hpp"
 
+#include <memory>
 #include <vector>
+
+#include "common/Tasks.hpp"
+#include "xml/ReaderBuilder.hpp"
 
 namespace xylem {
 
 namespace {
 
-using G = TyXMLGroup;
-using S = TyXMLSymbol;
-using NT = TyXMLDOMNodeType;
+using detail::CyXMLTreeBuilder;
+using detail::NT;
 
-bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
+// How far past an even cut a piece start is looked for.
+constexpr int64_t kPieceStartSearchLines = 4096;
 
-// A position in the source: a line and a pointer into that line's characters.
-struct TyWhere {
-  int64_t Line = 0;
-  const char16_t* P = nullptr;
-};
+// A line where a piece may start: the previous line ends a tag and this one begins one, so
+// the boundary most likely lies between two constructs (the join checks that it does).
+bool IsPieceStart(const TxTextList& List, int64_t Line) {
+  const std::u16string_view before = List.getLine(Line - 1);
+  if (before.empty() || before.back() != u'>') return false;
+  const std::u16string_view line = List.getLine(Line);
+  const size_t first = line.find_first_not_of(u" \t");
+  return first != std::u16string_view::npos && line[first] == u'<';
+}
 
-enum class TyConstruct : uint8_t { None, StartTag, EndTag, Delimited };
-
-class CyBuilder {
- public:
-  CyBuilder(const TxTextList& List, PyXMLDOMTree& Tree, const CyXMLWordList& WordsD,
-            const CyXMLWordList& WordsP)
-      : List_(List), Tree_(Tree), WordsD_(WordsD), WordsP_(WordsP) {}
-
-  void Run(TxXMLParser& Parser) {
-    const int64_t count = List_.getCount();
-    uint64_t g = kXMLDocumentGroupWord, s = kXMLDocumentSymbolWord;
-    for (Line_ = 1; Line_ <= count; ++Line_) {
-      Text_ = List_.getItems(Line_)->TextUTF16.getText();
-      Parser.First(Text_, Line_ == count, g, s);
-      for (;;) {
-        const TyXMLToken& t = Parser.getToken();
-        if (t.IsDone) break;
-        Handle(t);
-        Parser.Next();
-      }
-      g = Parser.getStackG();
-      s = Parser.getStackS();
-      const char16_t* end = Text_ + List_.getItems(Line_)->TextUTF16.Length;
-      // The line end between two lines is character data when no markup construct is open.
-      if (Line_ < count && Construct_ == TyConstruct::None && !TextOpen_) {
-        TextOpen_ = true;
-        TextStart_ = {Line_, end};
-        TextHas_ = false;
-      }
-      LastEnd_ = {Line_, end};
-    }
-    if (count == 0) throw CyXMLFormatException(kXMLNotWellFormedMessage, 1, 1);  // no root
-    Line_ = count;
-    Text_ = List_.getItems(count)->TextUTF16.getText();
-    if (Construct_ != TyConstruct::None) Fail(ConstructStart_);
-    FlushText(LastEnd_);
-    if (Open_) Fail(OpenStarts_.back());  // the innermost unclosed element
-    if (!RootSeen_) Fail(LastEnd_);
-  }
-
- private:
-  [[noreturn]] void Fail(TyWhere Where) {
-    const int64_t Linepos = Where.P - List_.getItems(Where.Line)->TextUTF16.getText() + 1;
-    throw CyXMLFormatException(kXMLNotWellFormedMessage, Where.Line, Linepos);
-  }
-
-  // The source from A to B as one piece per line, copied into the arena.
-  std::span<const TyXMLDOMPiece> Pieces(TyWhere A, TyWhere B) {
-    Scratch_.clear();
-    for (int64_t line = A.Line; line <= B.Line; ++line) {
-      const TyTextUTF16& slice = List_.getItems(line)->TextUTF16;
-      const char16_t* first = line == A.Line ? A.P : slice.getText();
-      const char16_t* last = line == B.Line ? B.P : slice.getText() + slice.Length;
-      Scratch_.push_back({first, static_cast<size_t>(last - first)});
-    }
-    return Tree_.CopyPieces(Scratch_);
-  }
-
-  void Link(TyXMLDOMNode* Node) {
-    Node->Parent = Open_;
-    if (Open_) {
-      if (Open_->LastChild)
-        Open_->LastChild->NextSibling = Node;
-      else
-        Open_->FirstChild = Node;
-      Open_->LastChild = Node;
-    } else {
-      if (Tree_.getLast())
-        Tree_.getLast()->NextSibling = Node;
-      else
-        Tree_.setFirst(Node);
-      Tree_.setLast(Node);
-    }
-  }
-
-  TyXMLDOMNode* NewNode(NT Type) { return Tree_.NewNode(Type); }
-
-  void FlushText(TyWhere End) {
-    if (!TextOpen_) return;
-    TextOpen_ = false;
-    if (!Open_ && TextHas_) Fail(TextStart_);  // character data outside the root
-    TyXMLDOMNode* node = NewNode(NT::ntText);
-    node->HasText = TextHas_;
-    node->Text = Pieces(TextStart_, End);
-    Link(node);
-  }
-
-  void Handle(const TyXMLToken& t) {
-    const TyWhere at{Line_, Text_ + t.Offset0};
-    const TyWhere after{Line_, Text_ + t.Offset1};
-    const unsigned group = t.Group0();
-    const unsigned symbol = t.Symbol0();
-    if (t.TextIsMissing) {
-      // The zero-width end of character data is how text ends before markup, not an error.
-      if (group == XMLValue(G::TEXT) && symbol == XMLMissing(S::CLOSE)) return;
-      Fail(at);
-    }
-    switch (Construct_) {
-      case TyConstruct::None:
-        return Begin(t, group, symbol, at, after);
-      case TyConstruct::StartTag:
-        return InStartTag(t, symbol, at, after);
-      case TyConstruct::EndTag:
-        if (symbol == XMLValue(S::TAG)) {
-          EndName_ = t.Text();
-        } else if (symbol == XMLValue(S::CLOSE) && group == XMLValue(G::ELEMENT_CLOSE)) {
-          if (!Open_ || Open_->Name() != EndName_) Fail(ConstructStart_);
-          if (Open_->Parent && Open_->Parent->PreserveText)  // copied verbatim
-            Open_->EndTag = Pieces(ConstructStart_, after);
-          Open_ = Open_->Parent;
-          OpenStarts_.pop_back();
-          --Depth_;
-          Construct_ = TyConstruct::None;
-        }
-        return;
-      case TyConstruct::Delimited:
-        if (group == ConstructGroup_ && symbol == XMLValue(S::CLOSE)) EndDelimited(at);
-        return;
-    }
-  }
-
-  void Begin(const TyXMLToken& t, unsigned group, unsigned symbol, TyWhere at, TyWhere after) {
-    if (group == XMLValue(G::TEXT)) {
-      if (!TextOpen_) {
-        TextOpen_ = true;
-        TextStart_ = at;
-        TextHas_ = false;
-      }
-      if (!TextHas_)
-        for (char16_t c : t.Text())
-          if (!IsBlank(c)) {
-            TextHas_ = true;
-            break;
-          }
-      return;
-    }
-    if (t.Count() == 0) return;
-    const bool open = symbol == XMLValue(S::OPEN);
-    if (!open && symbol != XMLValue(S::OPEN_SLASH)) Fail(at);
-    FlushText(at);
-    ConstructStart_ = at;
-    ConstructGroup_ = group;
-    InnerStart_ = after;
-    switch (static_cast<G>(group)) {
-      case G::ELEMENT_OPEN:
-        if (!open) Fail(at);
-        Construct_ = TyConstruct::StartTag;
-        Attributes_.clear();
-        NameP_ = nullptr;
-        NameCount_ = 0;
-        LastEndLine_ = Line_;
-        BlankOpen_ = false;
-        InAttribute_ = false;
-        SpaceMode_ = 0;
-        return;
-      case G::ELEMENT_CLOSE:
-        Construct_ = TyConstruct::EndTag;
-        EndName_ = {};
-        return;
-      case G::CDATA: DelimitedType_ = NT::ntCDATA; break;
-      case G::COMMENT: DelimitedType_ = NT::ntComment; break;
-      case G::DOCTYPE: DelimitedType_ = NT::ntDoctype; break;
-      case G::PI: DelimitedType_ = NT::ntPI; break;
-      case G::REF_ENTITY: DelimitedType_ = NT::ntRefEntity; break;
-      case G::XML: DelimitedType_ = NT::ntXML; break;
-      case G::XMLModel: DelimitedType_ = NT::ntXMLModel; break;
-      case G::XMLStylesheet: DelimitedType_ = NT::ntXMLStylesheet; break;
-      default: Fail(at);
-    }
-    if (!open) Fail(at);
-    // References and CDATA are content: outside the root they are errors.
-    if (!Open_ && (DelimitedType_ == NT::ntCDATA || DelimitedType_ == NT::ntRefEntity)) Fail(at);
-    Construct_ = TyConstruct::Delimited;
-  }
-
-  void EndDelimited(TyWhere at) {
-    NT type = DelimitedType_;
-    TyWhere inner = InnerStart_;
-    if (type == NT::ntRefEntity && inner.Line == at.Line && inner.P < at.P && *inner.P == u'#') {
-      type = NT::ntRefChar;
-      ++inner.P;
-    }
-    TyXMLDOMNode* node = NewNode(type);
-    node->Text = Pieces(inner, at);
-    Link(node);
-    Construct_ = TyConstruct::None;
-  }
-
-  void InStartTag(const TyXMLToken& t, unsigned symbol, TyWhere at, TyWhere after) {
-    switch (static_cast<S>(symbol)) {
-      case S::WHITESPACE:
-        if (!BlankOpen_) {
-          BlankOpen_ = true;
-          BlankStart_ = at;
-        }
-        return;
-      case S::TAG:
-        NameP_ = at.P;
-        NameCount_ = static_cast<uint32_t>(t.Count());
-        LastEndLine_ = Line_;
-        break;
-      case S::ATTRIBUTE_NAME:
-        if (InAttribute_) Fail(AttributeStart_);  // a name without its value
-        InAttribute_ = true;
-        AttributeStart_ = at;
-        InSpaceAttribute_ = t.Text() == u"xml:space";
-        SpaceValue_ = {};
-        break;
-      case S::STRING1_V:
-      case S::STRING2_V:
-        if (InSpaceAttribute_) SpaceValue_ = t.Text();
-        break;
-      case S::STRING1_V_CLOSE:
-      case S::STRING2_V_CLOSE: {
-        if (!InAttribute_) Fail(at);  // a value without a name
-        InAttribute_ = false;
-        TyXMLDOMAttribute a;
-        a.SameLine = AttributeStart_.Line == LastEndLine_;
-        a.MultiLine = AttributeStart_.Line != Line_;
-        a.Text = Pieces(AttributeStart_, after);
-        Attributes_.push_back(a);
-        LastEndLine_ = Line_;
-        if (InSpaceAttribute_)
-          SpaceMode_ = SpaceValue_ == u"preserve" ? 1 : SpaceValue_ == u"default" ? 2 : SpaceMode_;
-        InSpaceAttribute_ = false;
+// First lines of the pieces (the first is line 1); one piece when the document is small.
+std::vector<int64_t> PieceStarts(const TxTextList& List, int PieceCount, int64_t MinPieceLines) {
+  const int64_t count = List.getCount();
+  if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
+  PieceCount = static_cast<int>(std::min<int64_t>(PieceCount, count / std::max<int64_t>(MinPieceLines, 1)));
+  std::vector<int64_t> starts{1};
+  for (int i = 1; i < PieceCount; ++i) {
+    const int64_t cut = count * i / PieceCount;
+    const int64_t stop = std::min(count, cut + kPieceStartSearchLines);
+    for (int64_t line = std::max(cut, starts.back() + 1); line <= stop; ++line) {
+      if (IsPieceStart(List, line)) {
+        starts.push_back(line);
         break;
       }
-      case S::CLOSE_SLASH:
-      case S::CLOSE: {
-        const bool empty = symbol == XMLValue(S::CLOSE_SLASH);
-        if (NameCount_ == 0) Fail(ConstructStart_);
-        if (InAttribute_) Fail(AttributeStart_);
-        TyXMLDOMNode* node = NewNode(NT::ntElement);
-        node->NameP = NameP_;
-        node->NameCount = NameCount_;
-        node->Attributes = Tree_.CopyAttributes(Attributes_);
-        // Only an element inside a preserved one is copied as written.
-        if (Open_ && Open_->PreserveText) node->Text = Pieces(ConstructStart_, after);
-        if (empty) {
-          const bool blanks = BlankOpen_ && BlankStart_.Line == Line_;
-          node->CloseSlash = {blanks ? BlankStart_.P : at.P,
-                              static_cast<size_t>(after.P - (blanks ? BlankStart_.P : at.P))};
-        }
-        const std::u16string_view name = node->Name();
-        node->PreserveText = WordsD_.Contains(name)   ? false
-                             : WordsP_.Contains(name) ? true
-                             : SpaceMode_ == 1        ? true
-                             : SpaceMode_ == 2        ? false
-                             : Open_ ? Open_->PreserveText
-                                     : false;
-        if (!Open_) {
-          if (RootSeen_) Fail(ConstructStart_);  // a second root
-          RootSeen_ = true;
-        }
-        Link(node);
-        if (!empty) {
-          if (++Depth_ > kXMLFormatterMaxDepth) Fail(ConstructStart_);
-          Open_ = node;
-          OpenStarts_.push_back(ConstructStart_);
-        }
-        Construct_ = TyConstruct::None;
-        break;
-      }
-      default:
-        break;
     }
-    BlankOpen_ = false;
   }
+  return starts;
+}
 
-  const TxTextList& List_;
-  PyXMLDOMTree& Tree_;
-  const CyXMLWordList& WordsD_;
-  const CyXMLWordList& WordsP_;
+// The elements open at a piece's end, outermost first (read before the piece is joined, while
+// the chain still ends at the piece's top level).
+std::vector<TyXMLDOMNode*> OpenChain(TyXMLDOMNode* Innermost) {
+  std::vector<TyXMLDOMNode*> chain;
+  for (TyXMLDOMNode* e = Innermost; e; e = e->Parent) chain.push_back(e);
+  return {chain.rbegin(), chain.rend()};
+}
 
-  int64_t Line_ = 0;
-  const char16_t* Text_ = nullptr;
-  TyWhere LastEnd_;
-  TyXMLDOMNode* Open_ = nullptr;  // innermost open element
-  std::vector<TyWhere> OpenStarts_;  // start tags of the open elements, outermost first
-  int32_t Depth_ = 0;
-  bool RootSeen_ = false;
+// Reads the pieces in parallel and joins them into Tree. False when the document must be read
+// in one pass instead: an error anywhere (the one pass finds the first), a piece start that
+// was not between two constructs, or a join that needs context a piece did not have.
+bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
+                  PyXMLDOMTree& Tree, const std::vector<int64_t>& Starts) {
+  const size_t n = Starts.size();
+  std::vector<std::unique_ptr<PyXMLDOMTree>> trees(n);
+  std::vector<std::unique_ptr<CyXMLTreeBuilder>> builders(n);
+  for (size_t i = 0; i < n; ++i) {
+    if (i > 0) trees[i] = std::make_unique<PyXMLDOMTree>();
+    builders[i] = std::make_unique<CyXMLTreeBuilder>(List, i == 0 ? Tree : *trees[i], WordsD,
+                                                     WordsP, i > 0);
+  }
+  std::vector<char> failed(n, 0);
+  CyTasks::RunAll(static_cast<int>(n), [&](int i) {
+    const size_t k = static_cast<size_t>(i);
+    TxXMLParser parser;
+    try {
+      builders[k]->Read(parser, Starts[k], k + 1 < n ? Starts[k + 1] - 1 : List.getCount());
+      if (k + 1 == n) builders[k]->Finish();
+    } catch (const CyXMLFormatException&) {
+      failed[k] = 1;
+    }
+  });
+  for (const char f : failed)
+    if (f) return false;
 
-  TyConstruct Construct_ = TyConstruct::None;
-  TyWhere ConstructStart_;
-  TyWhere InnerStart_;
-  unsigned ConstructGroup_ = 0;
-  NT DelimitedType_ = NT::ntText;
-
-  bool TextOpen_ = false;
-  bool TextHas_ = false;
-  TyWhere TextStart_;
-
-  const char16_t* NameP_ = nullptr;
-  uint32_t NameCount_ = 0;
-  std::u16string_view EndName_;
-  std::vector<TyXMLDOMAttribute> Attributes_;
-  TyWhere AttributeStart_;
-  int64_t LastEndLine_ = 0;
-  bool BlankOpen_ = false;
-  TyWhere BlankStart_;
-  bool InAttribute_ = false;  // between an attribute's name and its value's closing quote
-  bool InSpaceAttribute_ = false;
-  std::u16string_view SpaceValue_;
-  int SpaceMode_ = 0;  // xml:space of the tag being read: 0 none, 1 preserve, 2 default
-
-  std::vector<TyXMLDOMPiece> Scratch_;
-};
+  std::vector<TyXMLDOMNode*> open = OpenChain(builders[0]->getOpen());
+  bool rootSeen = builders[0]->getRootSeen();
+  for (size_t i = 1; i < n; ++i) {
+    const CyXMLTreeBuilder& piece = *builders[i];
+    if (!builders[i - 1]->EndsClean()) return false;
+    // Preserved content is read differently inside; the piece did not know it was inside.
+    for (const TyXMLDOMNode* e : open)
+      if (e->PreserveText) return false;
+    if (static_cast<int64_t>(open.size()) + piece.getMaxDepth() > kXMLFormatterMaxDepth)
+      return false;
+    const std::vector<TyXMLDOMNode*> chain = OpenChain(piece.getOpen());
+    for (const detail::TyXMLReaderItem& item : piece.getItems()) {
+      if (!item.Node) {
+        if (open.empty() || open.back()->Name() != item.CloseName) return false;
+        open.pop_back();
+        continue;
+      }
+      const TyXMLDOMNode& node = *item.Node;
+      if (open.empty()) {  // at document level
+        if (node.Type_ == NT::ntText ? node.HasText
+                                     : node.Type_ == NT::ntCDATA || node.Type_ == NT::ntRefEntity ||
+                                           node.Type_ == NT::ntRefChar)
+          return false;
+        if (node.Type_ == NT::ntElement) {
+          if (rootSeen) return false;
+          rootSeen = true;
+        }
+      }
+      detail::LinkNode(Tree, open.empty() ? nullptr : open.back(), item.Node);
+    }
+    open.insert(open.end(), chain.begin(), chain.end());
+    Tree.Absorb(*trees[i]);
+  }
+  return open.empty() && rootSeen;
+}
 
 }  // namespace
 
 void CyXMLReader::Read(const TxTextList& TextList, TxXMLParser& XMLParser,
-                       TyXMLFormattingOptions, TyXMLLayoutOptions, const CyXMLWordList& WordsD,
+                       TyXMLFormattingOptions XMLFormattingOptions,
+                       TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
                        const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree) {
+  (void)Read__PARALLEL__(TextList, XMLParser, XMLFormattingOptions, XMLLayoutOptions, WordsD, WordsP,
+                   XMLDOMTree, 0);
+}
+
+int CyXMLReader::Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLParser,
+                                   TyXMLFormattingOptions, TyXMLLayoutOptions,
+                                   const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
+                                   PyXMLDOMTree& XMLDOMTree, int PieceCount,
+                                   int64_t MinPieceLines) {
   XMLDOMTree.Clear();
-  CyBuilder builder(TextList, XMLDOMTree, WordsD, WordsP);
-  builder.Run(XMLParser);
+  const std::vector<int64_t> starts = PieceStarts(TextList, PieceCount, MinPieceLines);
+  if (starts.size() > 1 && ReadInPieces(TextList, WordsD, WordsP, XMLDOMTree, starts))
+    return static_cast<int>(starts.size());
+  XMLDOMTree.Clear();
+  CyXMLTreeBuilder builder(TextList, XMLDOMTree, WordsD, WordsP);
+  builder.Read(XMLParser, 1, TextList.getCount());
+  builder.Finish();
+  return 1;
 }
 
 }  // namespace xylem

@@ -36,12 +36,23 @@ class CyXMLReader {
   // with xml:space="default"; else the parent's value. Refuses (CyXMLFormatException with
   // kXMLNotWellFormedMessage) any missing token except the one that ends character data, a
   // mismatched, unmatched or unclosed tag, no root or several roots, text, references or
-  // CDATA outside the root, and nesting deeper than kXMLFormatterMaxDepth. One linear pass,
-  // no recursion, allocation only from the tree's arena and a few reused buffers.
+  // CDATA outside the root, and nesting deeper than kXMLFormatterMaxDepth. Linear, no
+  // recursion, allocation only from the tree's arena and a few reused buffers; big documents
+  // are read in parallel pieces (Read__PARALLEL__).
   static void Read(const TxTextList& TextList, TxXMLParser& XMLParser,
                    TyXMLFormattingOptions XMLFormattingOptions,
                    TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
                    const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree);
+  // Read with big documents cut into pieces read in parallel (PieceCount 0: one per processor
+  // as the settings allow; fewer when a piece would have under MinPieceLines lines) and joined.
+  // The tree and any refusal are exactly Read's: when a piece cannot be joined, or anything is
+  // wrong, the document is read again in one pass, which finds the first error. Returns the
+  // number of pieces the tree was joined from (1 for one pass).
+  static int Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLParser,
+                               TyXMLFormattingOptions XMLFormattingOptions,
+                               TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
+                               const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree,
+                               int PieceCount, int64_t MinPieceLines = 20000);
 };
 
 }  // namespace xylem

@@ -125,6 +125,19 @@ TEST_F(TextFile, SaveUsesTheDocumentNewlineAndMarkRules) {
         std::string(error.getMessage()),
         "Line 5, position 2: the character U+4E2D cannot be written in the encoding windows-1252.");
   }
+  // The position stays right when the character lies buffers behind the start of the text.
+  TxTextList longer;
+  longer.LoadFromText__PARALLEL__(std::u16string(40000, u'a') + u"\r\n" +
+                                  std::u16string(70000, u'b') + u"\r\nxyz\u4E2D");
+  format.Newline = u"\r\n";
+  try {
+    EncodeTextList(longer, format);
+    ADD_FAILURE() << "no error for an unrepresentable character";
+  } catch (const CyException& error) {
+    EXPECT_EQ(
+        std::string(error.getMessage()),
+        "Line 3, position 4: the character U+4E2D cannot be written in the encoding windows-1252.");
+  }
 }
 
 TEST_F(TextFile, SaveIsAtomicAndKeepsPermissions) {

@@ -7,7 +7,7 @@
 #include "FormatterTestSupport.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
-#include "xml/WriterUTF8Stream.hpp"
+#include "xml/WriterFileStream.hpp"
 
 namespace xylem {
 
@@ -450,22 +450,30 @@ TEST(Formatter, WordListsSplitAtBars) {
   EXPECT_TRUE(CyXMLWordList(u" | ").IsEmpty());
 }
 
-TEST(Formatter, UTF8StreamEncodesLikeTheConverter) {
-  const std::u16string text = u"a\u00e9\u20ac\U0001F680z" + std::u16string(70000, u'x') + u"\u00e9";
-  std::FILE* file = std::tmpfile();
-  ASSERT_NE(file, nullptr);
-  {
-    CyXMLWriterUTF8OutputStream out(fileno(file));
-    out.WriteString(text.substr(0, 4));  // a surrogate pair split across two writes
-    out.WritePiece(text.data() + 4, text.size() - 4);
-    out.Flush();
-    EXPECT_EQ(out.getBytes(), ToUTF8(text).size());
+TEST(Formatter, FileStreamWritesTheDocumentsNewlineAndEncoding) {
+  // Line breaks become the document's newline; a pair split across writes and text longer than
+  // the writer's buffer come out whole.
+  const std::u16string long_(70000, u'x');
+  for (const char* encoding : {"UTF-8", "UTF-16LE", "ISO-8859-1"}) {
+    for (const std::u16string newline : {u"\n", u"\r\n"}) {
+      TyTextFileFormat format{CyEncoding::FromName(encoding), false, true, newline};
+      const bool unicode = format.Encoding.IsUnicode();
+      std::string bytes;
+      CyTextFileWriter file(bytes, format);
+      CyXMLWriterFileOutputStream out(file);
+      const std::u16string text = unicode ? u"a\u00e9\U0001F680" : u"a\u00e9\u00ff";
+      out.WriteString(text.substr(0, 3));
+      out.WritePiece(text.data() + 3, text.size() - 3);
+      out.WriteString(u"\r\n");
+      out.WritePiece(long_.data(), long_.size());
+      out.WriteString(u"\r\n  <b/>");
+      file.Commit();
+      TxTextList reloaded;
+      const TyTextFileFormat read = LoadTextBytes(bytes, "x.txt", reloaded, {format.Encoding});
+      EXPECT_EQ(read.Newline, newline) << encoding;
+      EXPECT_EQ(reloaded.getTextItems().getJoined(u"|", 1, reloaded.getCount()), text + u"|" + long_ + u"|  <b/>") << encoding;
+    }
   }
-  std::rewind(file);
-  std::string bytes(ToUTF8(text).size() + 1, '\0');
-  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
-  std::fclose(file);
-  EXPECT_EQ(bytes, ToUTF8(text));
 }
 
 }  // namespace xylem

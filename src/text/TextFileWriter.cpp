@@ -1,0 +1,163 @@
+#include "text/TextFileWriter.hpp"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/Exception.hpp"
+
+namespace xylem {
+
+namespace {
+
+bool IsHighSurrogate(char16_t Unit) { return Unit >= 0xD800 && Unit <= 0xDBFF; }
+
+// Saving through a symbolic link replaces the file it points to, not the link.
+std::string ResolveLink(const std::string& Path) {
+  struct stat link {};
+  if (lstat(Path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    if (char* resolved = realpath(Path.c_str(), nullptr)) {
+      std::string target = resolved;
+      std::free(resolved);
+      return target;
+    }
+  }
+  return Path;
+}
+
+}  // namespace
+
+CyTextFileWriter::CyTextFileWriter(const TyTextFileFormat& Format, std::string Name)
+    : encoder_(Format.Encoding),
+      newline_(Format.Newline),
+      encodingName_(Format.Encoding.getName()),
+      canFail_(!Format.Encoding.IsUnicode()),  // only these meet unwritable characters
+      name_(std::move(Name)),
+      bytes_(encoder_.getMark(Format.HasBOM)) {}
+
+CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format)
+    : CyTextFileWriter(Format, Path) {
+  target_ = ResolveLink(Path);
+  const size_t slash = target_.rfind('/');
+  const std::string folder = slash == std::string::npos ? "" : target_.substr(0, slash + 1);
+  const std::string file = slash == std::string::npos ? target_ : target_.substr(slash + 1);
+  temporary_ = folder + "." + file + ".XXXXXX";
+  fd_ = mkstemp(temporary_.data());
+  if (fd_ < 0) {
+    temporary_.clear();
+    failed(errno);
+  }
+}
+
+CyTextFileWriter::CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format)
+    : CyTextFileWriter(Format, std::move(Name)) {
+  fd_ = Descriptor;
+}
+
+CyTextFileWriter::CyTextFileWriter(std::string& Bytes, const TyTextFileFormat& Format)
+    : CyTextFileWriter(Format, "") {
+  memory_ = &Bytes;
+  Bytes += bytes_;
+  bytes_.clear();
+}
+
+CyTextFileWriter::~CyTextFileWriter() {
+  if (temporary_.empty()) return;
+  close(fd_);
+  unlink(temporary_.c_str());
+}
+
+void CyTextFileWriter::PutNewline() { Put(newline_); }
+
+void CyTextFileWriter::putLarge(std::u16string_view Text) {
+  while (!Text.empty()) {
+    const size_t room = kBufferUnits - used_;
+    if (room == 0) {
+      drain(false);
+      continue;
+    }
+    const size_t count = std::min(room, Text.size());
+    std::char_traits<char16_t>::copy(buffer_ + used_, Text.data(), count);
+    used_ += count;
+    Text.remove_prefix(count);
+  }
+}
+
+void CyTextFileWriter::drain(bool Final) {
+  // A pair split by the buffer's end is encoded whole with the next buffer.
+  size_t count = used_;
+  if (!Final && count > 0 && IsHighSurrogate(buffer_[count - 1])) --count;
+  std::string& out = memory_ ? *memory_ : bytes_;
+  const std::u16string_view text(buffer_, count);
+  const size_t bad = encoder_.Encode(text, out);
+  if (bad != std::u16string_view::npos) {
+    countLines(text.substr(0, bad));
+    char code[16];
+    std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned>(text[bad]));
+    throw CyException("Line " + std::to_string(line_) + ", position " +
+                          std::to_string(unitsDrained_ + bad - lineStart_ + 1) +
+                          ": the character " + code + " cannot be written in the encoding " +
+                          encodingName_ + ".",
+                      kErrorUnrepresentable);
+  }
+  if (canFail_) countLines(text);
+  unitsDrained_ += count;
+  std::char_traits<char16_t>::move(buffer_, buffer_ + count, used_ - count);
+  used_ -= count;
+  if (!memory_) writeBytes();
+}
+
+void CyTextFileWriter::countLines(std::u16string_view Text) {
+  const char16_t end = newline_.back();
+  for (size_t i = 0; i < Text.size(); ++i) {
+    if (Text[i] != end) continue;
+    ++line_;
+    lineStart_ = unitsDrained_ + i + 1;
+  }
+}
+
+void CyTextFileWriter::writeBytes() {
+  size_t done = 0;
+  while (done < bytes_.size()) {
+    const ssize_t n = write(fd_, bytes_.data() + done, bytes_.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) failed(errno);
+    done += static_cast<size_t>(n);
+  }
+  bytes_.clear();
+}
+
+void CyTextFileWriter::Commit() {
+  drain(true);
+  if (temporary_.empty()) return;
+  // Keep the target's permissions; a new file gets the usual ones rather than mkstemp's 0600.
+  struct stat info {};
+  if (stat(target_.c_str(), &info) == 0) {
+    fchmod(fd_, info.st_mode & 07777);
+  } else {
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(fd_, 0666 & ~mask);
+  }
+  if (fsync(fd_) != 0) failed(errno);
+  const int closed = close(fd_);
+  fd_ = -1;
+  if (closed != 0 || rename(temporary_.c_str(), target_.c_str()) != 0) {
+    const int error = errno;
+    unlink(temporary_.c_str());
+    temporary_.clear();
+    failed(error);
+  }
+  temporary_.clear();
+}
+
+void CyTextFileWriter::failed(int Error) const {
+  throw CyException("The file \"" + name_ + "\" cannot be written: " + std::strerror(Error) + ".",
+                    kErrorFileWrite);
+}
+
+}  // namespace xylem

@@ -1,0 +1,83 @@
+#pragma once
+// CyTextFileWriter: streams UTF-16 text into a file in a document's format (encoding and
+// byte-order mark; the caller writes its newline with PutNewline), so that a formatted result
+// of any size is written without first holding it, or its bytes, in memory.
+//
+//   CyTextFileWriter out(path, format);  // a temporary file beside path
+//   out.Put(u"<a>"); out.PutNewline(); ...
+//   out.Commit();                        // renamed over path; until then path is untouched
+//
+// A UTF-16 file always gets its mark, UTF-8 only with HasBOM, other encodings never.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "common/TextSink.hpp"
+#include "text/Converter.hpp"
+#include "text/TextFile.hpp"
+
+namespace xylem {
+
+class CyTextFileWriter : public IyTextSink {
+ public:
+  // Writes atomically to Path: into a temporary file in the same folder (the folder of the
+  // file a symbolic link points to), renamed over Path by Commit with the old file's
+  // permissions. Throws CyException 6009 when the temporary file cannot be created.
+  CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format);
+  // Writes to an open descriptor (not closed here, never renamed); Name is used in messages.
+  CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format);
+  // Appends to Bytes in memory.
+  CyTextFileWriter(std::string& Bytes, const TyTextFileFormat& Format);
+  // Removes the temporary file unless Commit succeeded.
+  ~CyTextFileWriter() override;
+  CyTextFileWriter(const CyTextFileWriter&) = delete;
+  CyTextFileWriter& operator=(const CyTextFileWriter&) = delete;
+
+  // Appends Text (line ends in it should be the format's newline, so that messages name the
+  // right line). Throws CyException 22 naming the line and position of a character the encoding cannot
+  // represent, 6009 when the destination refuses the bytes.
+  void Put(std::u16string_view Text) override {
+    if (Text.size() > kBufferUnits - used_) {
+      putLarge(Text);
+      return;
+    }
+    std::char_traits<char16_t>::copy(buffer_ + used_, Text.data(), Text.size());
+    used_ += Text.size();
+  }
+  // Appends the format's newline.
+  void PutNewline();
+  // Writes out what is buffered; for a path, syncs the file and renames it over the target.
+  // Nothing may be put afterwards.
+  void Commit();
+
+ private:
+  static constexpr size_t kBufferUnits = 32768;
+  // Everything but the destination; the mark waits in the byte buffer.
+  CyTextFileWriter(const TyTextFileFormat& Format, std::string Name);
+  void putLarge(std::u16string_view Text);
+  // Encodes the buffer (holding back a trailing high surrogate unless Final) and writes it.
+  void drain(bool Final);
+  // Moves the line count (kept for messages) past Text, the next units to be drained.
+  void countLines(std::u16string_view Text);
+  void writeBytes();
+  [[noreturn]] void failed(int Error) const;
+
+  CyTextEncoder encoder_;
+  std::u16string newline_;
+  std::string encodingName_;
+  bool canFail_;
+  std::string name_;        // the path or name for messages
+  std::string target_;      // the file renamed over (paths only)
+  std::string temporary_;   // the temporary file (paths only; empty once renamed)
+  int fd_ = -1;
+  std::string* memory_ = nullptr;
+  std::string bytes_;
+  int64_t line_ = 1;           // line of the first unit not yet drained (for messages)
+  uint64_t lineStart_ = 0;     // index of the first unit of that line
+  uint64_t unitsDrained_ = 0;  // units encoded so far
+  size_t used_ = 0;
+  char16_t buffer_[kBufferUnits];
+};
+
+}  // namespace xylem
