@@ -18,7 +18,6 @@
 #include "xml/ErrReport.hpp"
 #include "xml/Formatter.hpp"
 #include "xml/Reader.hpp"
-#include "xml/WriterFileStream.hpp"
 
 namespace xylem::cli {
 
@@ -89,14 +88,10 @@ IyXMLErrsPtr oneError(int64_t Line, int64_t Linepos, std::u16string Message) {
 }
 
 int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace) {
-  const CyXMLWordList wordsD(Choices.WordsD), wordsP(Choices.WordsP);
   try {
     // The whole document is read (and refused if need be) before the first byte is written.
     const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
-      CyXMLWriterFileOutputStream stream(Out);
-      TxXMLParser parser;
-      CyXMLFormatter::Format(Input.List, parser, u"", stream, Choices.XMLFormattingOptions,
-                             Choices.XMLLayoutOptions, wordsD, wordsP);
+      CyXMLFormatter::FormatToFile__PARALLEL__(Input.List, Out, Input.Format, Choices);
     });
     return written ? kExitOK : kExitUsage;
   } catch (const CyXMLFormatException& error) {

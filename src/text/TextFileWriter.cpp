@@ -53,9 +53,11 @@ CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileForm
   }
 }
 
-CyTextFileWriter::CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format)
+CyTextFileWriter::CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format,
+                                   bool WithMark)
     : CyTextFileWriter(Format, std::move(Name)) {
   fd_ = Descriptor;
+  if (!WithMark) bytes_.clear();
 }
 
 CyTextFileWriter::CyTextFileWriter(std::string& Bytes, const TyTextFileFormat& Format)
@@ -129,6 +131,26 @@ void CyTextFileWriter::writeBytes() {
     done += static_cast<size_t>(n);
   }
   bytes_.clear();
+}
+
+void CyTextFileWriter::AppendEncoded(int Descriptor) {
+  drain(true);
+  if (lseek(Descriptor, 0, SEEK_SET) < 0) failed(errno);
+  constexpr size_t kChunk = size_t{1} << 20;
+  std::string& out = memory_ ? *memory_ : bytes_;
+  for (;;) {
+    const size_t start = out.size();
+    out.resize(start + kChunk);
+    const ssize_t n = read(Descriptor, out.data() + start, kChunk);
+    if (n < 0 && errno == EINTR) {
+      out.resize(start);
+      continue;
+    }
+    out.resize(start + static_cast<size_t>(std::max<ssize_t>(n, 0)));
+    if (n < 0) failed(errno);
+    if (!memory_) writeBytes();
+    if (n == 0) return;
+  }
 }
 
 void CyTextFileWriter::Commit() {

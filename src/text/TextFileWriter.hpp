@@ -26,7 +26,9 @@ class CyTextFileWriter : public IyTextSink {
   // permissions. Throws CyException 6009 when the temporary file cannot be created.
   CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format);
   // Writes to an open descriptor (not closed here, never renamed); Name is used in messages.
-  CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format);
+  // Without WithMark no byte-order mark is written (for a part of a text written in parts).
+  CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format,
+                   bool WithMark = true);
   // Appends to Bytes in memory.
   CyTextFileWriter(std::string& Bytes, const TyTextFileFormat& Format);
   // Removes the temporary file unless Commit succeeded.
@@ -47,6 +49,9 @@ class CyTextFileWriter : public IyTextSink {
   }
   // Appends the format's newline.
   void PutNewline();
+  // Appends everything in the file open at Descriptor (from its start): bytes already in this
+  // writer's encoding, such as a part written by another writer.
+  void AppendEncoded(int Descriptor);
   // Writes out what is buffered; for a path, syncs the file and renames it over the target.
   // Nothing may be put afterwards.
   void Commit();

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "text/TextFileWriter.hpp"
 #include "text/TextList.hpp"
 #include "xml/DOM.hpp"
 #include "xml/Reader.hpp"
@@ -48,6 +49,12 @@ class CyXMLFormatter {
   // The formatted text of Text (any line ends) as one string with CR LF line breaks.
   static std::u16string FormatText(std::u16string_view Text, std::u16string_view ExtraIndent,
                                    const TyXMLFormatterChoices& Choices);
+  // Format for a whole file written in Format (its encoding): a big document is read in
+  // parallel pieces and written in as many parts at once, each part after the first into a
+  // temporary file that is appended to Out in order. Out is not committed here.
+  static void FormatToFile__PARALLEL__(const TxTextList& TextList, CyTextFileWriter& Out,
+                                       const TyTextFileFormat& Format,
+                                       const TyXMLFormatterChoices& Choices);
 };
 
 }  // namespace xylem

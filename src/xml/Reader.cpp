@@ -91,6 +91,7 @@ bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyX
     if (static_cast<int64_t>(open.size()) + piece.getMaxDepth() > kXMLFormatterMaxDepth)
       return false;
     const std::vector<TyXMLDOMNode*> chain = OpenChain(piece.getOpen());
+    bool first = true;
     for (const detail::TyXMLReaderItem& item : piece.getItems()) {
       if (!item.Node) {
         if (open.empty() || open.back()->Name() != item.CloseName) return false;
@@ -107,6 +108,12 @@ bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyX
           if (rootSeen) return false;
           rootSeen = true;
         }
+      }
+      // An element is always visited by the writer (a text may be dropped with its parent's
+      // white space), so it is where writing can be cut.
+      if (first && node.Type_ == NT::ntElement) {
+        if (!open.empty()) Tree.addPieceStart(item.Node);
+        first = false;
       }
       detail::LinkNode(Tree, open.empty() ? nullptr : open.back(), item.Node);
     }

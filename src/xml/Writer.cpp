@@ -139,6 +139,16 @@ void CyXMLWriter::WriteEndTag(const TyXMLDOMNode& Element) {
   Out_.WriteString(u">");
 }
 
+CyXMLWriter::TyMode CyXMLWriter::ModeOf(const TyXMLDOMNode& Element) const {
+  if (Element.PreserveText && Layout_.Has(LO::xloPreserveVerbatim)) return TyMode::Verbatim;
+  bool hasText = false;
+  for (const TyXMLDOMNode* c = Element.FirstChild; c && !hasText; c = c->NextSibling)
+    hasText = IsReference(*c) || (c->Type_ == NT::ntText && c->HasText);
+  if (!Formatting_.Has(FO::xfoFormatText) && hasText) return TyMode::Source;
+  if (hasText && Layout_.Has(LO::xloTextInline)) return TyMode::Inline;
+  return TyMode::Indented;
+}
+
 bool CyXMLWriter::Begin(const TyXMLDOMNode& Node, int Level, bool InVerbatim) {
   if (Node.Type_ != NT::ntElement) {
     WriteDelimited(Node);
@@ -175,18 +185,7 @@ bool CyXMLWriter::Begin(const TyXMLDOMNode& Node, int Level, bool InVerbatim) {
     return false;
   }
   Out_.WriteString(u">");
-  TyMode mode = TyMode::Verbatim;
-  if (!verbatim) {
-    bool hasText = false;
-    for (const TyXMLDOMNode* c = first; c && !hasText; c = c->NextSibling)
-      hasText = IsReference(*c) || (c->Type_ == NT::ntText && c->HasText);
-    if (!Formatting_.Has(FO::xfoFormatText) && hasText)
-      mode = TyMode::Source;
-    else if (hasText && Layout_.Has(LO::xloTextInline))
-      mode = TyMode::Inline;
-    else
-      mode = TyMode::Indented;
-  }
+  const TyMode mode = ModeOf(Node);
   if (mode == TyMode::Indented && first->Type_ != NT::ntComment && first->Type_ != NT::ntText &&
       !IsReference(*first))
     LineBreak(Level + 1);
@@ -258,8 +257,17 @@ void CyXMLWriter::After(const TyXMLDOMNode& Child) {
 void CyXMLWriter::WriteNode(const TyXMLDOMNode& Node, int Indent) {
   const size_t base = Stack_.size();
   if (!Begin(Node, Indent, false)) return;
+  WriteOpen(base);
+}
+
+void CyXMLWriter::WriteOpen(size_t Base) {
+  const size_t base = Base;
   while (Stack_.size() > base) {
     TyFrame& f = Stack_.back();
+    if (f.Next == Stop_ && Stop_) {
+      Stopped_ = true;
+      return;
+    }
     if (!f.Next) {
       const TyXMLDOMNode& element = *f.Element;
       if (f.VerbatimTags)
@@ -278,22 +286,56 @@ void CyXMLWriter::WriteNode(const TyXMLDOMNode& Node, int Indent) {
 
 void CyXMLWriter::WriteDocument(const PyXMLDOMTree& Tree) {
   Out_.WriteString(ExtraIndent_);
-  bool written = false;
+  WriteTopLevel(Tree.getFirst(), false);
+}
+
+void CyXMLWriter::WriteTopLevel(const TyXMLDOMNode* First, bool Written) {
   size_t blankLines = 0;
-  for (const TyXMLDOMNode* n = Tree.getFirst(); n; n = n->NextSibling) {
+  for (const TyXMLDOMNode* n = First; n; n = n->NextSibling) {
     if (n->Type_ == NT::ntText) {  // white space: the reader refuses text outside the root
-      if (written && !Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines) && n->Text.size() > 2)
+      if (Written && !Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines) && n->Text.size() > 2)
         blankLines = n->Text.size() - 2;
       continue;
     }
-    if (written) {
+    if (Written) {
       for (; blankLines > 0; --blankLines) Out_.WriteString(u"\r\n");
       LineBreak(0);
     }
     WriteNode(*n, 0);
-    written = true;
+    if (Stopped_) return;
+    Written = true;
     blankLines = 0;
   }
+}
+
+void CyXMLWriter::WriteDocumentUntil(const PyXMLDOMTree& Tree, const TyXMLDOMNode& Stop) {
+  Stop_ = &Stop;
+  WriteDocument(Tree);
+  Stop_ = nullptr;
+  Stopped_ = false;
+}
+
+void CyXMLWriter::WriteDocumentFrom(const TyXMLDOMNode& Start, const TyXMLDOMNode* Stop) {
+  // The frames the writer holds when it is about to write Start: its ancestors, outermost
+  // first, each waiting for the child after the one on the way down.
+  std::vector<const TyXMLDOMNode*> path;
+  for (const TyXMLDOMNode* e = Start.Parent; e; e = e->Parent) path.push_back(e);
+  const TyXMLDOMNode* root = path.back();
+  Stack_.clear();
+  bool inVerbatim = false;
+  for (size_t i = path.size(); i-- > 0;) {
+    const TyXMLDOMNode& element = *path[i];
+    const TyXMLDOMNode* next = i == 0 ? &Start : path[i - 1]->NextSibling;
+    const bool verbatimTags = inVerbatim && element.PreserveText;
+    const TyMode mode = verbatimTags ? TyMode::Verbatim : ModeOf(element);
+    Stack_.push_back({&element, next, static_cast<int>(path.size() - 1 - i), mode, verbatimTags});
+    inVerbatim = mode == TyMode::Verbatim;
+  }
+  Stop_ = Stop;
+  WriteOpen(0);
+  if (!Stopped_) WriteTopLevel(root->NextSibling, true);
+  Stop_ = nullptr;
+  Stopped_ = false;
 }
 
 }  // namespace xylem

@@ -48,6 +48,12 @@ class CyXMLWriter {
   // Writes Node and everything inside it as if it stood at nesting level Indent (0: the
   // document level). Raises CyShouldNeverHappenException on an unknown node type.
   void WriteNode(const TyXMLDOMNode& Node, int Indent);
+  // Parts of WriteDocument, for writing one document with several writers at once: the
+  // start up to Stop, and from Start up to Stop or, when Stop is null, to the end. Cuts are
+  // elements inside the root element. Parts cut at the same elements, joined in order, equal
+  // WriteDocument.
+  void WriteDocumentUntil(const PyXMLDOMTree& Tree, const TyXMLDOMNode& Stop);
+  void WriteDocumentFrom(const TyXMLDOMNode& Start, const TyXMLDOMNode* Stop);
 
  private:
   enum class TyMode : uint8_t { Indented, Inline, Source, Verbatim };
@@ -59,7 +65,13 @@ class CyXMLWriter {
     bool VerbatimTags;  // the element's own tags were copied as written
   };
 
+  // How an element's children are written, from its own flags and children alone.
+  TyMode ModeOf(const TyXMLDOMNode& Element) const;
   bool Begin(const TyXMLDOMNode& Node, int Level, bool InVerbatim);
+  // Writes the open frames above Base to their ends (or up to Stop_).
+  void WriteOpen(size_t Base);
+  // Writes the top-level nodes from First on; Written: a node was written before First.
+  void WriteTopLevel(const TyXMLDOMNode* First, bool Written);
   void WriteChild(const TyXMLDOMNode& Child);
   void After(const TyXMLDOMNode& Child);
   void WriteStartTagOpen(const TyXMLDOMNode& Element, int Level);
@@ -79,6 +91,8 @@ class CyXMLWriter {
   std::u16string Indents_;  // ExtraIndent followed by as many units as used so far
   std::vector<TyFrame> Stack_;
   std::u16string Scratch_;
+  const TyXMLDOMNode* Stop_ = nullptr;  // WriteDocumentUntil's end
+  bool Stopped_ = false;
 };
 
 }  // namespace xylem
