@@ -107,11 +107,11 @@ int formatJSON(TyInputFile& Input, bool InPlace) {
   TyJSONWriterOptions options;
   options.Newline = Input.Format.Newline;
   // The layout ends at the closing bracket; keep the file's final line end if it had one.
-  const bool finalNewline = Input.List.getLine(Input.List.getCount()).empty();
+  const bool finalNewline = EndsWithLineEnd(Input);
   try {
-    const CyJSONMemory memory = JSONMemoryOf(Input);
+    const std::shared_ptr<const CyJSONMemory> memory = JSONMemoryOf(Input);
     const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
-      CyJSONFormatter::Format(memory, Out, options);
+      CyJSONFormatter::Format(*memory, Out, options);
       if (finalNewline) Out.PutNewline();
     });
     return written ? kExitOK : kExitUsage;
@@ -129,10 +129,10 @@ int runFormat(const TyFormatArgs& Args) {
   const TyXMLFormatterChoices choices = choicesOf(Args);
   int exitCode = kExitOK;
   for (const std::string& path : Args.Files) {
-    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path);
     int code = kExitUsage;
     if (input) {
-      code = DetectDocumentKind(path, input->List) == TyDocumentKind::dkJSON
+      code = input->JSON || DetectDocumentKind(path, input->List) == TyDocumentKind::dkJSON
                  ? formatJSON(*input, Args.InPlace)
                  : formatXML(*input, choices, Args.InPlace);
     }

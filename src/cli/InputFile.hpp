@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "json/Memory.hpp"
 #include "text/TextFile.hpp"
 #include "text/TextList.hpp"
 
@@ -15,6 +16,8 @@ struct TyInputFile {
   std::string DisplayName;  // what messages call it ("<stdin>" for standard input)
   TxTextList List;
   TyTextFileFormat Format;
+  // A JSON file read straight into JSON memory (see LoadJSONOrInputFile); List is then empty.
+  std::shared_ptr<const CyJSONMemory> JSON;
   double LoadSeconds = 0;
 };
 

@@ -1,12 +1,24 @@
 #pragma once
-// A loaded input file as the one NUL-terminated buffer the JSON scanner reads.
+// JSON input for checking and formatting: the one NUL-terminated buffer the JSON scanner reads.
+
+#include <memory>
+#include <string>
 
 #include "cli/InputFile.hpp"
 #include "json/Memory.hpp"
 
 namespace xylem::cli {
 
-// The lines of Input joined with its newline, copied once into the JSON memory.
-CyJSONMemory JSONMemoryOf(const TyInputFile& Input);
+// Loads a ".json" file (not standard input) straight into JSON memory, without the text
+// model's line records: Input.JSON holds the text, Format its mark and newline, List stays
+// empty. Anything else, and bytes that are not clean UTF-8 (or UTF-16 with a mark) or that
+// hold a NUL, go through LoadInputFile, so that the text model's rules and messages apply.
+std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path);
+
+// The JSON text of Input: what LoadJSONOrInputFile read, or the lines joined with the newline.
+std::shared_ptr<const CyJSONMemory> JSONMemoryOf(const TyInputFile& Input);
+
+// Whether the text ends with a line end (formatting keeps it).
+bool EndsWithLineEnd(const TyInputFile& Input);
 
 }  // namespace xylem::cli
