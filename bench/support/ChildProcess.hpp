@@ -15,8 +15,8 @@ struct TyChildRun {
   uint64_t PeakBytes = 0;   // the child's peak resident set
 };
 
-// Runs Argv (looked up on PATH) with stdout to OutputPath. Uses posix_spawn rather than fork, so
-// the child's peak memory does not start from this process's resident set.
+// Runs Argv (looked up on PATH) with stdout to OutputPath. The peak is measured by
+// /usr/bin/time when it is installed (a spawned child's peak would start from this process's).
 TyChildRun RunChild(const std::vector<std::string>& Argv,
                     const std::string& OutputPath = "/dev/null");
 

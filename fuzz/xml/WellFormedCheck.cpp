@@ -1,5 +1,7 @@
 // Arbitrary text through the well-formedness check and the folding: no crash, the same errors
-// with 1 and 3 pieces, errors sorted and capped, fold ranges ordered and inside the document.
+// with 1 and 3 pieces, with and without the fast line path, and when the states are stored
+// while checking (then also the same states); errors sorted and capped, fold ranges ordered
+// and inside the document.
 #include <cstdint>
 #include <cstdlib>
 #include <cstdio>
@@ -9,6 +11,7 @@
 #include "text/TextList.hpp"
 #include "xml/Folding.hpp"
 #include "xml/WellFormed.hpp"
+#include "xml/WellFormedPiece.hpp"
 
 namespace {
 
@@ -31,6 +34,27 @@ bool SameErrors(const xylem::IyXMLErrs& A, const xylem::IyXMLErrs& B) {
   return true;
 }
 
+bool SamePieces(const xylem::wellformed::TyPieceResult& A,
+                const xylem::wellformed::TyPieceResult& B) {
+  if (A.Findings.size() != B.Findings.size() || A.Events.size() != B.Events.size() ||
+      A.Open.size() != B.Open.size() || A.References.size() != B.References.size())
+    return false;
+  for (size_t i = 0; i < A.Findings.size(); ++i)
+    if (A.Findings[i].Line != B.Findings[i].Line || A.Findings[i].Pos != B.Findings[i].Pos ||
+        A.Findings[i].Reason != B.Findings[i].Reason)
+      return false;
+  for (size_t i = 0; i < A.Events.size(); ++i)
+    if (A.Events[i].Kind != B.Events[i].Kind || A.Events[i].Name != B.Events[i].Name ||
+        A.Events[i].Line != B.Events[i].Line || A.Events[i].Pos != B.Events[i].Pos)
+      return false;
+  for (size_t i = 0; i < A.Open.size(); ++i)
+    if (A.Open[i].Name != B.Open[i].Name || A.Open[i].Pos != B.Open[i].Pos) return false;
+  for (size_t i = 0; i < A.References.size(); ++i)
+    if (A.References[i].Name != B.References[i].Name || A.References[i].Pos != B.References[i].Pos)
+      return false;
+  return true;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -47,6 +71,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Check(one->getCount() <= CyXMLWellFormed::kMaxErrors);
   for (int32_t i = 1; i < one->getCount(); ++i)
     Check(one->getXMLErr(i - 1)->CompareToObject(*one->getXMLErr(i)) <= 0);
+
+  if (list.getCount() > 0) {
+    wellformed::TyPieceResult fast, tokens;
+    wellformed::TyPieceOptions tokensOnly;
+    tokensOnly.FastPath = false;
+    const int64_t first = 1 + static_cast<int64_t>(size % static_cast<size_t>(list.getCount()));
+    wellformed::CheckPiece(list, first, list.getCount() - first + 1, fast);
+    wellformed::CheckPiece(list, first, list.getCount() - first + 1, tokens, tokensOnly);
+    Check(SamePieces(fast, tokens));
+  }
+
+  TxTextList stored;
+  stored.LoadFromText__PARALLEL__(text, 1);
+  int64_t total = 0;
+  Check(SameErrors(*one, *CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(stored, total, 3)));
+  int64_t sum = 0;
+  for (int64_t line = 1; line <= list.getCount(); ++line) {
+    const TxItem& a = *stored.getItems(line);
+    const TxItem& b = *list.getItems(line);
+    Check(a.StackG == b.StackG && a.StackS == b.StackS && a.Delta == b.Delta &&
+          a.DeltaMin == b.DeltaMin && a.DeltaMax == b.DeltaMax);
+    sum += a.Delta;
+  }
+  Check(total == sum);
 
   const auto ranges = CyXMLFolding::FoldRanges(list);
   for (size_t i = 0; i < ranges.size(); ++i) {

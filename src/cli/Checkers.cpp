@@ -5,9 +5,7 @@
 #include "json/Memory.hpp"
 #include "json/Parser.hpp"
 #include "json/Scanner.hpp"
-#include "common/Tasks.hpp"
 #include "xml/ErrRecord.hpp"
-#include "xml/LineState.hpp"
 #include "xml/WellFormed.hpp"
 #include "xpath/CheckerWithCache.hpp"
 #include "xpath/XSLTCheck.hpp"
@@ -23,9 +21,9 @@ IyXMLErrsPtr errorsOf(std::vector<IyXMLErrPtr> Errors) {
 }  // namespace
 
 IyXMLErrsPtr CheckXML(TyInputFile& Input) {
+  // One pass over the text computes the line states and checks.
   int64_t totalDelta = 0;
-  CyXMLParserParallel::UpdateAllLines(Input.List.getTextItems(), totalDelta, CyTasks::PieceCount());
-  return CyXMLWellFormed::Check_PARALLEL(Input.List);
+  return CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(Input.List, totalDelta);
 }
 
 IyXMLErrsPtr CheckXSLT(const TyInputFile& Input) {

@@ -7,8 +7,8 @@
 
 namespace xylem::cli {
 
-// XML well-formedness. Computes the line states first (in parallel), so the list is changed
-// only in its per-line caches.
+// XML well-formedness. Stores the line states while checking (in parallel pieces), so the list
+// is changed only in its per-line caches.
 IyXMLErrsPtr CheckXML(TyInputFile& Input);
 
 // The syntax of every XPath-bearing attribute of an XSLT stylesheet (which must be

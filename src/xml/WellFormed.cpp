@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "common/Progress.hpp"
 #include "common/Tasks.hpp"
+#include "xml/LineState.hpp"
 #include "xml/Tokenizer.hpp"
 #include "xml/WellFormedPiece.hpp"
 
@@ -100,42 +102,115 @@ const IyProcessorInfoPtr& CyXMLWellFormed::getProcessorInfo() {
   return info;
 }
 
-IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCount) {
+namespace {
+
+// Pieces of one check: the lines cut as the line-state scan cuts them.
+struct TyPieces {
+  std::vector<TyPieceResult> Results;
+  std::vector<int64_t> First, Count;
+};
+
+TyPieces CutPieces(const TxTextList& List, int PieceCount) {
   if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
   const int64_t lines = List.getCount();
   if (lines < PieceCount) PieceCount = static_cast<int>(std::max<int64_t>(lines, 1));
-  std::vector<TyPieceResult> pieces(static_cast<size_t>(PieceCount));
-  std::vector<int64_t> first(static_cast<size_t>(PieceCount) + 1, 1);
-  for (int i = 0; i < PieceCount; ++i) {
-    const int64_t left = lines - (first[i] - 1);
-    first[i + 1] = first[i] + left / (PieceCount - i);
-  }
-  CyTasks::RunAll(PieceCount, [&](int i) {
-    CheckPiece(List, first[i], first[i + 1] - first[i], pieces[static_cast<size_t>(i)]);
-  });
+  TyPieces pieces;
+  pieces.Results.resize(static_cast<size_t>(PieceCount));
+  pieces.First.resize(static_cast<size_t>(PieceCount));
+  pieces.Count.resize(static_cast<size_t>(PieceCount));
+  for (int i = 0; i < PieceCount; ++i)
+    CyXMLLineStates::CutPiece(lines, PieceCount, i, pieces.First[static_cast<size_t>(i)],
+                              pieces.Count[static_cast<size_t>(i)]);
+  CyProgress::Begin("Checking", static_cast<uint64_t>(lines));
+  return pieces;
+}
 
-  CyFindings findings(kMaxErrors);
+IyXMLErrsPtr Join(const TxTextList& List, std::vector<TyPieceResult>& Pieces) {
+  const int64_t lines = List.getCount();
+  CyFindings findings(CyXMLWellFormed::kMaxErrors);
   CyJoin join(findings);
-  for (const TyPieceResult& piece : pieces) join.Piece(piece);
+  for (const TyPieceResult& piece : Pieces) join.Piece(piece);
   const int64_t lastLine = std::max<int64_t>(lines, 1);
   const int32_t endPos =
       lines > 0 ? static_cast<int32_t>(List.getLine(lines).size() + 1) : 1;
   join.End(lastLine, endPos);
-  ResolveEntities(pieces, findings);
+  ResolveEntities(Pieces, findings);
   std::vector<TyFinding> all = findings.Take();
-  for (TyPieceResult& piece : pieces)
+  for (TyPieceResult& piece : Pieces)
     for (TyFinding& finding : piece.Findings) all.push_back(std::move(finding));
   std::stable_sort(all.begin(), all.end(), FindingBefore);
-  if (all.size() > static_cast<size_t>(kMaxErrors)) all.resize(kMaxErrors);
+  if (all.size() > static_cast<size_t>(CyXMLWellFormed::kMaxErrors))
+    all.resize(CyXMLWellFormed::kMaxErrors);
 
   std::vector<IyXMLErrPtr> errors;
   errors.reserve(all.size());
   for (TyFinding& finding : all)
     errors.push_back(std::make_shared<CyXMLErr>(
-        getProcessorInfo(), u"", static_cast<int32_t>(finding.Line), finding.Pos,
-        std::move(finding.Reason), u"", u"", std::move(finding.Parameters),
+        CyXMLWellFormed::getProcessorInfo(), u"", static_cast<int32_t>(finding.Line),
+        finding.Pos, std::move(finding.Reason), u"", u"", std::move(finding.Parameters),
         TyXMLErrSeverity::errError));
   return std::make_shared<CyXMLErrs>(u"Well-formedness", std::move(errors));
+}
+
+}  // namespace
+
+IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCount) {
+  TyPieces pieces = CutPieces(List, PieceCount);
+  TyPieceOptions options;
+  options.Progress = true;
+  CyTasks::RunAll(static_cast<int>(pieces.Results.size()), [&](int i) {
+    const auto k = static_cast<size_t>(i);
+    CheckPiece(List, pieces.First[k], pieces.Count[k], pieces.Results[k], options);
+  });
+  return Join(List, pieces.Results);
+}
+
+IyXMLErrsPtr CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(TxTextList& List,
+                                                               int64_t& TotalDelta,
+                                                               int PieceCount) {
+  TyPieces pieces = CutPieces(List, PieceCount);
+  const size_t count = pieces.Results.size();
+  std::vector<TyStoredPiece> stored(count);
+  TyPieceOptions options;
+  options.Progress = true;
+  CyTasks::RunAll(static_cast<int>(count), [&](int i) {
+    const auto k = static_cast<size_t>(i);
+    CheckPieceStoringStates(List, pieces.First[k], pieces.Count[k], stored[k], options);
+  });
+  TotalDelta = 0;
+  for (const TyStoredPiece& piece : stored) TotalDelta += piece.TotalDelta;
+  // As UpdateAllLines: piece i's repair needs piece i - 1's final states, hence piece order.
+  // The states from the first line the repair leaves alone were right, and so is every part
+  // of the check that begins there or later; the parts before are read again.
+  struct TyAgain {
+    size_t Piece, Parts;  // the parts [0, Parts) of the piece are replaced
+    int64_t First, Count;
+  };
+  std::vector<TyAgain> again;
+  for (size_t k = 1; k < count; ++k) {
+    if (pieces.Count[k] == 0) continue;
+    int64_t repaired = 0;
+    CyXMLParserParallel::Repair(List.getTextItems(), pieces.First[k], pieces.Count[k],
+                                TotalDelta, repaired);
+    if (repaired == 0) continue;
+    const std::vector<int64_t>& firsts = stored[k].PartFirstLine;
+    size_t parts = 0;
+    while (parts < firsts.size() && firsts[parts] < pieces.First[k] + repaired) ++parts;
+    const int64_t end =
+        parts < firsts.size() ? firsts[parts] : pieces.First[k] + pieces.Count[k];
+    again.push_back({k, parts, pieces.First[k], end - pieces.First[k]});
+  }
+  CyTasks::RunAll(static_cast<int>(again.size()), [&](int i) {
+    const TyAgain& a = again[static_cast<size_t>(i)];
+    std::vector<TyPieceResult>& parts = stored[a.Piece].Parts;
+    parts.erase(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(a.Parts));
+    parts.insert(parts.begin(), TyPieceResult{});
+    CheckPiece(List, a.First, a.Count, parts.front());
+  });
+  std::vector<TyPieceResult> results;
+  for (TyStoredPiece& piece : stored)
+    for (TyPieceResult& part : piece.Parts) results.push_back(std::move(part));
+  return Join(List, results);
 }
 
 void CyXMLWellFormed::StoreLineStates_NOT_PARALLEL(TxTextList& List) {

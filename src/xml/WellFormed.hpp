@@ -8,6 +8,8 @@
 //
 //   CyXMLParserParallel::UpdateAllLines(list.getTextItems(), total, CyTasks::PieceCount());
 //   IyXMLErrsPtr errs = CyXMLWellFormed::Check_PARALLEL(list);
+// or, for a freshly loaded list, both in one pass over the text:
+//   IyXMLErrsPtr errs = CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(list, total);
 
 #include <cstdint>
 
@@ -19,7 +21,8 @@ namespace xylem {
 class CyXMLWellFormed {
  public:
   // Errors kept for one check: the first ones by line and position. Huge broken files stop
-  // costing memory and time here; the first error is never dropped.
+  // costing memory here (the check still reads every line, for the tag matching); the first
+  // error is never dropped.
   static constexpr int32_t kMaxErrors = 1000;
 
   // Checks List, whose line start states must be stored. The lines are cut into PieceCount
@@ -32,6 +35,13 @@ class CyXMLWellFormed {
   static IyXMLErrsPtr Check_NOT_PARALLEL(const TxTextList& List) {
     return Check_PARALLEL(List, 1);
   }
+  // UpdateAllLines and Check_PARALLEL in one pass: each piece stores the line states as it
+  // checks, from the document-level state; the pieces whose first line the repair then finds
+  // in another state (rare: a construct open across the cut) are checked again from the
+  // repaired states. Leaves exactly the states, TotalDelta and errors of the two calls. Both
+  // announce the stage "Checking" to CyProgress (total: the line count) and advance it.
+  static IyXMLErrsPtr StoreLineStatesAndCheck_PARALLEL(TxTextList& List, int64_t& TotalDelta,
+                                                       int PieceCount = 0);
 
   // The sequential reference for the stored line states: from the document-level state, stores
   // each line's start state and deltas and scans it with TxXMLParser::ScanUntilEOL (end of

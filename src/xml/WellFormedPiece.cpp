@@ -2,7 +2,10 @@
 
 #include <algorithm>
 
+#include "common/Progress.hpp"
+#include "xml/LineState.hpp"
 #include "xml/Names.hpp"
+#include "xml/RawXMLChecker.hpp"
 #include "xml/Tokenizer.hpp"
 #include "xml/WellFormed.hpp"
 
@@ -15,15 +18,6 @@ using S = TyXMLSymbol;
 
 constexpr unsigned V(G g) { return XMLValue(g); }
 constexpr unsigned V(S s) { return XMLValue(s); }
-
-bool IsXMLChar(char32_t c) {
-  return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
-         (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
-}
-
-bool IsPredefined(std::u16string_view Name) {
-  return Name == u"amp" || Name == u"lt" || Name == u"gt" || Name == u"quot" || Name == u"apos";
-}
 
 std::u16string Hex(char32_t c) {
   static const char16_t digits[] = u"0123456789ABCDEF";
@@ -45,38 +39,25 @@ bool EqualsIgnoreCaseASCII(std::u16string_view a, std::u16string_view b) {
   return true;
 }
 
-// Character reference body after '#': decimal digits or 'x' and hex digits. Returns the code
-// point, or -1 when malformed; values beyond U+10FFFF saturate above it.
-int64_t CharRefValue(std::u16string_view Digits) {
-  int base = 10;
-  if (!Digits.empty() && Digits[0] == u'x') {
-    base = 16;
-    Digits.remove_prefix(1);
-  }
-  if (Digits.empty()) return -1;
-  int64_t value = 0;
-  for (char16_t c : Digits) {
-    int d;
-    if (c >= u'0' && c <= u'9') d = c - u'0';
-    else if (base == 16 && c >= u'a' && c <= u'f') d = c - u'a' + 10;
-    else if (base == 16 && c >= u'A' && c <= u'F') d = c - u'A' + 10;
-    else return -1;
-    value = std::min<int64_t>(value * base + d, 0x110000);
-  }
-  return value;
-}
-
 class CyPieceChecker {
  public:
-  CyPieceChecker(const TxTextList& List, TyPieceResult& Out)
-      : List_(List), Out_(Out), Findings_(CyXMLWellFormed::kMaxErrors) {}
+  // Stored: not null when the piece stores states; it then receives the parts.
+  CyPieceChecker(const TxTextList& List, TyPieceResult& Out, const TyPieceOptions& Options,
+                 TyStoredPiece* Stored)
+      : List_(List),
+        Out_(Out),
+        Findings_(CyXMLWellFormed::kMaxErrors),
+        Options_(Options),
+        Stored_(Stored),
+        Raw_(Stack_, Out) {}
 
   void Run(int64_t FirstLine, int64_t Count) {
     if (Count <= 0) return;
     // Names of a construct begun before the piece are needed for its messages: re-read from
-    // the last line that starts at document level, then forget what that run found.
+    // the last line that starts at document level, then forget what that run found. A piece
+    // that stores states starts at document level by assumption.
     int64_t from = FirstLine;
-    while (from > 1 && !AtDocumentLevel(from)) --from;
+    while (!Stored_ && from > 1 && !AtDocumentLevel(from)) --from;
     if (from < FirstLine) {
       Silent_ = true;
       for (int64_t line = from; line < FirstLine; ++line) ScanLine(line);
@@ -85,15 +66,66 @@ class CyPieceChecker {
       Out_.Events.clear();
       Out_.References.clear();
     }
-    for (int64_t line = FirstLine; line < FirstLine + Count; ++line) {
-      if (Findings_.IsFullBefore(line)) break;
+    if (Stored_) Stored_->PartFirstLine.push_back(FirstLine);
+    const int64_t end = FirstLine + Count;
+    int64_t unreported = 0, nextPart = FirstLine + kFirstPartLines;
+    // Read to the end even when no more findings can be kept: a piece that stopped early
+    // would leave tags open that close later, and the join would report them.
+    for (int64_t line = FirstLine; line < end; ++line) {
+      if (Stored_ && line >= nextPart && State_ == TyXMLLineState{}) {
+        EndPart();
+        Stored_->PartFirstLine.push_back(line);
+        nextPart = FirstLine + (line - FirstLine) * 4;
+      }
       ScanLine(line);
+      if (++unreported == kProgressLines) {
+        Advance(unreported);
+        unreported = 0;
+      }
     }
-    Out_.Findings = Findings_.Take();
-    Out_.Open.assign(Stack_.begin(), Stack_.end());
+    Advance(unreported);
+    EndPart();
+    if (Stored_) Stored_->TotalDelta = TotalDelta_;
   }
 
  private:
+  static constexpr int64_t kProgressLines = 16384;
+  // Parts of a piece that stores states begin at growing distances: a wrong start state
+  // costs a second reading of at most about four times the lines it made wrong.
+  static constexpr int64_t kFirstPartLines = 16;
+
+  // Closes the result of the lines read so far; a piece that stores states begins the next
+  // part with an empty stack, as a piece of its own.
+  void EndPart() {
+    Out_.Findings = Findings_.Take();
+    Out_.Open.assign(Stack_.begin(), Stack_.end());
+    if (!Stored_) return;
+    Stored_->Parts.push_back(std::move(Out_));
+    Out_ = TyPieceResult{};
+    Stack_.clear();
+    Findings_ = CyFindings(CyXMLWellFormed::kMaxErrors);
+  }
+
+  void Advance(int64_t Lines) {
+    if (Options_.Progress && Lines > 0) CyProgress::Advance(static_cast<uint64_t>(Lines));
+  }
+
+  // The line-state scan's step for Line, from State_. Highest: the fast check's highest delta
+  // when it took the line (its state then stays as it was), else null.
+  void StoreStates(int64_t Line, const int32_t* Highest) {
+    TxItem& item = *List_.getItems(Line);
+    item.StackG = static_cast<int64_t>(State_.StackG);
+    item.StackS = static_cast<int64_t>(State_.StackS);
+    if (Highest != nullptr) {
+      item.Delta = 0;
+      item.DeltaMin = 0;
+      item.DeltaMax = *Highest;
+    } else {
+      CyXMLLineStates::ScanLine(StateParser_, item, Line == List_.getCount(), State_);
+      TotalDelta_ += item.Delta;
+    }
+  }
+
   bool AtDocumentLevel(int64_t Line) const {
     const TxItem* item = List_.getItems(Line);
     return static_cast<uint64_t>(item->StackG) == kXMLDocumentGroupWord &&
@@ -109,52 +141,46 @@ class CyPieceChecker {
     Error(Line_, Pos, Format, Args);
   }
   void Event(TyTagEventKind Kind, std::u16string_view Name, int64_t Line, int32_t Pos) {
-    if (!Stack_.empty()) return;
-    // A run of top-level text is one fault; keep the events few for text-heavy broken files.
-    if (Kind == TyTagEventKind::tekText && !Out_.Events.empty() &&
-        Out_.Events.back().Kind == TyTagEventKind::tekText)
-      return;
-    Out_.Events.push_back({Kind, Name, Line, Pos});
+    AddTagEvent(Out_, Stack_, Kind, Name, Line, Pos);
   }
 
   void ScanLine(int64_t Line) {
     const TxItem* item = List_.getItems(Line);
     const char16_t* text = item->TextUTF16.getText();
     Line_ = Line;
+    const TyXMLLineState start = Stored_ ? State_ : CyXMLLineStates::getStartState(*item);
+    if (Options_.FastPath) {
+      int32_t highest = 0;
+      const bool taken =
+          start == TyXMLLineState{}
+              ? Raw_.CheckLine(item->TextUTF16.getView(), text, Line, Silent_, highest)
+              : Line != List_.getCount() &&
+                    CyRawXMLChecker::CheckInsideSection(item->TextUTF16.getView(), start);
+      if (taken) {
+        if (Stored_) StoreStates(Line, &highest);
+        return;
+      }
+    }
     CheckCharacters(item->TextUTF16.getView());
     CommentDash_ = false;
     const bool atEnd = Line == List_.getCount();
-    Parser_.First(text, atEnd, static_cast<uint64_t>(item->StackG),
-                  static_cast<uint64_t>(item->StackS));
+    Parser_.First(text, atEnd, start.StackG, start.StackS);
     for (;;) {
       const TyXMLToken& token = Parser_.getToken();
       if (token.TextIsMissing || token.Count() > 0) OnToken(token);
       if (token.IsDone) break;
       Parser_.Next();
     }
+    if (Stored_) StoreStates(Line, nullptr);
   }
 
   void CheckCharacters(std::u16string_view Text) {
-    for (size_t i = 0; i < Text.size(); ++i) {
-      const char16_t c = Text[i];
-      if (c >= 0x20 && c < 0xD800) continue;
-      char32_t bad = 0;
-      if (c < 0x20) {
-        if (c == 0x9) continue;
-        bad = c;
-      } else if (c >= 0xD800 && c <= 0xDBFF && i + 1 < Text.size() && Text[i + 1] >= 0xDC00 &&
-                 Text[i + 1] <= 0xDFFF) {
-        ++i;
-        continue;
-      } else if ((c >= 0xD800 && c <= 0xDFFF) || c == 0xFFFE || c == 0xFFFF) {
-        bad = c;
-      } else {
-        continue;
-      }
-      Error(static_cast<int32_t>(i + 1), u"Character U+%s is not allowed in XML 1.0.",
+    // One per line: the rest of a binary line says nothing new.
+    char32_t bad = 0;
+    const size_t at = FindForbiddenCharacter(Text, bad);
+    if (at != std::u16string_view::npos)
+      Error(static_cast<int32_t>(at + 1), u"Character U+%s is not allowed in XML 1.0.",
             {std::u16string_view(Hex(bad))});
-      return;  // one per line: the rest of a binary line says nothing new
-    }
   }
 
   void OnToken(const TyXMLToken& T) {
@@ -427,7 +453,7 @@ class CyPieceChecker {
       Error(Pos, u"'&%s;' is not a valid entity reference.", {Body});
       return;
     }
-    if (!IsPredefined(Body) && !Silent_) Out_.References.push_back({Body, Line_, Pos});
+    if (!IsPredefinedEntity(Body) && !Silent_) Out_.References.push_back({Body, Line_, Pos});
   }
 
   // ---- comments, PIs, declarations --------------------------------------------------------
@@ -521,6 +547,14 @@ class CyPieceChecker {
   CyFindings Findings_;
   TxXMLParser Parser_;
   std::vector<TyOpenTag> Stack_;
+  const TyPieceOptions Options_;
+  TyStoredPiece* const Stored_;
+  CyRawXMLChecker Raw_;  // works on Stack_ and Out_
+  // Storing states: the state at the start of the line being read, the line-state scan and
+  // the sum of the line deltas.
+  TyXMLLineState State_;
+  TxXMLParser StateParser_;
+  int64_t TotalDelta_ = 0;
   bool Silent_ = false;
   int64_t Line_ = 0;
   // The tag being read.
@@ -579,8 +613,86 @@ std::vector<TyFinding> CyFindings::Take() {
   return std::move(Items_);
 }
 
-void CheckPiece(const TxTextList& List, int64_t FirstLine, int64_t Count, TyPieceResult& Out) {
-  CyPieceChecker(List, Out).Run(FirstLine, Count);
+void AddTagEvent(TyPieceResult& Out, const std::vector<TyOpenTag>& Stack, TyTagEventKind Kind,
+                 std::u16string_view Name, int64_t Line, int32_t Pos) {
+  if (!Stack.empty()) return;
+  // Keeps the events few for text-heavy broken files.
+  if (Kind == TyTagEventKind::tekText && !Out.Events.empty() &&
+      Out.Events.back().Kind == TyTagEventKind::tekText)
+    return;
+  Out.Events.push_back({Kind, Name, Line, Pos});
+}
+
+bool IsXMLChar(char32_t c) {
+  return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
+         (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+bool IsPredefinedEntity(std::u16string_view Name) {
+  return Name == u"amp" || Name == u"lt" || Name == u"gt" || Name == u"quot" || Name == u"apos";
+}
+
+int64_t CharRefValue(std::u16string_view Digits) {
+  int base = 10;
+  if (!Digits.empty() && Digits[0] == u'x') {
+    base = 16;
+    Digits.remove_prefix(1);
+  }
+  if (Digits.empty()) return -1;
+  int64_t value = 0;
+  for (char16_t c : Digits) {
+    int d;
+    if (c >= u'0' && c <= u'9') d = c - u'0';
+    else if (base == 16 && c >= u'a' && c <= u'f') d = c - u'a' + 10;
+    else if (base == 16 && c >= u'A' && c <= u'F') d = c - u'A' + 10;
+    else return -1;
+    value = std::min<int64_t>(value * base + d, 0x110000);
+  }
+  return value;
+}
+
+size_t FindForbiddenCharacter(std::u16string_view Text, char32_t& Bad) {
+  // Almost every character lies in U+0020 .. U+D7FF: blocks of them are passed with one test
+  // per character, without an early exit, that compilers turn into vector code; only blocks
+  // with other characters (surrogate pairs of emoji, tabs) are looked at one by one.
+  constexpr size_t kBlock = 32;
+  const size_t n = Text.size();
+  for (size_t i = 0; i < n;) {
+    const size_t end = std::min(n, i + kBlock);
+    uint16_t outside = 0;
+    for (size_t k = i; k < end; ++k)
+      outside |= static_cast<uint16_t>(static_cast<uint16_t>(Text[k] - 0x20) >= 0xD800 - 0x20);
+    if (outside == 0) {
+      i = end;
+      continue;
+    }
+    for (; i < end; ++i) {
+      const char16_t c = Text[i];
+      if (c >= 0x20 && c < 0xD800) continue;
+      if (c < 0x20) {
+        if (c == 0x9) continue;
+      } else if (c <= 0xDBFF && i + 1 < n && Text[i + 1] >= 0xDC00 && Text[i + 1] <= 0xDFFF) {
+        ++i;  // a pair; it may end in the next block, which then starts after it
+        continue;
+      } else if (c > 0xDFFF && c != 0xFFFE && c != 0xFFFF) {
+        continue;
+      }
+      Bad = c;
+      return i;
+    }
+  }
+  return std::u16string_view::npos;
+}
+
+void CheckPiece(const TxTextList& List, int64_t FirstLine, int64_t Count, TyPieceResult& Out,
+                const TyPieceOptions& Options) {
+  CyPieceChecker(List, Out, Options, nullptr).Run(FirstLine, Count);
+}
+
+void CheckPieceStoringStates(const TxTextList& List, int64_t FirstLine, int64_t Count,
+                             TyStoredPiece& Out, const TyPieceOptions& Options) {
+  TyPieceResult working;
+  CyPieceChecker(List, working, Options, &Out).Run(FirstLine, Count);
 }
 
 }  // namespace xylem::wellformed

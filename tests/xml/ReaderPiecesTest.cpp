@@ -30,7 +30,9 @@ void CheckLinks(const PyXMLDOMTree& Tree) {
   std::vector<const TyXMLDOMNode*> todo;
   for (const TyXMLDOMNode* n = Tree.getFirst(); n; n = n->NextSibling) {
     ASSERT_EQ(n->Parent, nullptr);
-    if (!n->NextSibling) ASSERT_EQ(n, Tree.getLast());
+    if (!n->NextSibling) {
+      ASSERT_EQ(n, Tree.getLast());
+    }
     todo.push_back(n);
   }
   while (!todo.empty()) {
@@ -38,7 +40,9 @@ void CheckLinks(const PyXMLDOMTree& Tree) {
     todo.pop_back();
     for (const TyXMLDOMNode* c = node->FirstChild; c; c = c->NextSibling) {
       ASSERT_EQ(c->Parent, node);
-      if (!c->NextSibling) ASSERT_EQ(c, node->LastChild);
+      if (!c->NextSibling) {
+        ASSERT_EQ(c, node->LastChild);
+      }
       todo.push_back(c);
     }
   }

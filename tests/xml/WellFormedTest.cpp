@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "WellFormedTestSupport.hpp"
+#include "common/Progress.hpp"
 #include "common/Utf.hpp"
 #include "xml/WellFormed.hpp"
 
@@ -280,6 +282,69 @@ TEST(WellFormedTest, PieceCountDoesNotChangeTheErrors) {
   }
 }
 
+// Storing the states while checking leaves the states of the sequential scan, the sum of the
+// line deltas and the errors of the check over stored states, whatever the piece count; pieces
+// cut inside multi-line constructs are checked again. Progress ends with every line done.
+TEST(WellFormedTest, StoringStatesWhileCheckingChangesNothingInTheResult) {
+  std::vector<std::string> docs = PieceDocuments();
+  for (const TyRow& row : kRows) docs.push_back(row.Document);
+  // Long enough for pieces of several parts: multi-line comments full of tags, which a piece
+  // that starts inside one reads as tags until the repair, and faults on both sides of them.
+  std::string parts = "<r>\n";
+  for (int line = 0; line < 400; ++line) {
+    if (line % 37 == 5) parts += "<!--\n<a>\n</b> -- \n<c x='1\n-->\n";
+    parts += line % 23 == 0 ? "<a b=1></c>\n" : "<a x=\"" + std::to_string(line) + "\">t</a>\n";
+  }
+  docs.push_back(parts + "</r>\n");
+  for (const std::string& doc : docs) {
+    SCOPED_TRACE(doc);
+    auto reference = test::LinesWithStates(doc);
+    const std::string errors = Show(*CyXMLWellFormed::Check_NOT_PARALLEL(*reference));
+    const int64_t lines = reference->getCount();
+    for (int pieces : {1, 2, 3, 5, 8}) {
+      TxTextList list;
+      list.LoadFromText__PARALLEL__(ToUTF16(doc), 1);
+      int64_t total = -1;
+      EXPECT_EQ(Show(*CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(list, total, pieces)),
+                errors)
+          << pieces << " pieces";
+      int64_t sum = 0;
+      for (int64_t line = 1; line <= lines; ++line) {
+        const TxItem& a = *list.getItems(line);
+        const TxItem& b = *reference->getItems(line);
+        ASSERT_EQ(std::make_tuple(a.StackG, a.StackS, a.Delta, a.DeltaMin, a.DeltaMax),
+                  std::make_tuple(b.StackG, b.StackS, b.Delta, b.DeltaMin, b.DeltaMax))
+            << "line " << line << ", " << pieces << " pieces";
+        sum += a.Delta;
+      }
+      EXPECT_EQ(total, sum);
+      const TyProgressSnapshot progress = CyProgress::Snapshot();
+      EXPECT_STREQ(progress.Stage, "Checking");
+      EXPECT_EQ(progress.Done, static_cast<uint64_t>(lines));
+      EXPECT_EQ(progress.Total, static_cast<uint64_t>(lines));
+    }
+  }
+}
+
+// Past the cap nothing more is reported, but the tags are still matched: elements closed after
+// the thousandth error are not reported as unclosed, whatever the pieces.
+TEST(WellFormedTest, TagsClosedAfterTheCapAreMatched) {
+  std::string doc = "<r>\n<s>\n";
+  for (int i = 0; i < 3000; ++i) doc += "<a b=1/>\n";
+  doc += "</s>\n</r>\n";
+  auto list = test::LinesWithStates(doc);
+  const std::string sequential = Show(*CyXMLWellFormed::Check_NOT_PARALLEL(*list));
+  EXPECT_EQ(sequential.find("no matching end tag"), std::string::npos);
+  for (int pieces : {2, 3}) {
+    EXPECT_EQ(Show(*CyXMLWellFormed::Check_PARALLEL(*list, pieces)), sequential);
+    TxTextList fresh;
+    fresh.LoadFromText__PARALLEL__(ToUTF16(doc), 1);
+    int64_t total = 0;
+    EXPECT_EQ(Show(*CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(fresh, total, pieces)),
+              sequential);
+  }
+}
+
 TEST(WellFormedTest, HugeBrokenDocumentKeepsTheFirstErrors) {
   std::string doc = "<r>\n";
   for (int i = 0; i < 3000; ++i) doc += "<a b=1></c>\n";
@@ -291,6 +356,19 @@ TEST(WellFormedTest, HugeBrokenDocumentKeepsTheFirstErrors) {
     EXPECT_EQ(ToUTF8(errs->getXMLErr(1)->getReason()), "The value of attribute 'b' must be quoted.");
     EXPECT_EQ(errs->getXMLErr(1)->getLocation()->getLine(), 2);
     EXPECT_LT(errs->getXMLErr(CyXMLWellFormed::kMaxErrors - 1)->getLocation()->getLine(), 1000);
+    // Storing states while checking goes on storing them after the last error it can keep.
+    TxTextList fresh;
+    fresh.LoadFromText__PARALLEL__(ToUTF16(doc), 1);
+    int64_t total = 0;
+    EXPECT_EQ(Show(*CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(fresh, total, pieces)),
+              Show(*errs));
+    for (int64_t line = 1; line <= list->getCount(); ++line) {
+      const TxItem& a = *fresh.getItems(line);
+      const TxItem& b = *list->getItems(line);
+      ASSERT_EQ(std::make_tuple(a.StackG, a.StackS, a.Delta, a.DeltaMax),
+                std::make_tuple(b.StackG, b.StackS, b.Delta, b.DeltaMax))
+          << line;
+    }
   }
 }
 
