@@ -1,6 +1,7 @@
 // Arbitrary text as an XSLT stylesheet through the XPath checking of its attributes, and as an
 // attribute value through the checker and the embedded coloring: no crash, errors placed inside
-// the text, and coloring items that cover every line without gaps.
+// the text, and coloring items that cover every line without gaps; and as a stylesheet in the
+// XSLT line coloring.
 
 #include <cstdint>
 #include <cstdio>
@@ -9,9 +10,11 @@
 #include <vector>
 
 #include "common/Utf.hpp"
+#include "text/TextList.hpp"
 #include "xpath/Checker.hpp"
 #include "xpath/EmbeddedColoring.hpp"
 #include "xpath/XSLTCheck.hpp"
+#include "xpath/XSLTLineColoring.hpp"
 
 namespace {
 
@@ -57,16 +60,35 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size) {
       Require(!E.Message.empty() && E.TokenStart >= 0 && E.TokenStart <= E.TokenEnd);
       Require(size_t(E.TokenStart) <= Text.size());
     }
-    CyXPathEmbeddedLineColoring Coloring(Lines, Rule, 3, 5);
-    Require(Coloring.getIsValid() == Checker.Check());
-    for (size_t L = 0; L < Lines.size(); ++L) {
-      int64_t Expect = L == 0 ? 5 : 1;
-      for (Coloring.First(3 + int64_t(L)); !Coloring.IsDone(); Coloring.Next()) {
-        Require(Coloring.ItemLinepos() == Expect && Coloring.ItemTextCount() >= 1);
-        Expect += Coloring.ItemTextCount();
+    for (bool ExpandReferences : {false, true}) {
+      CyXPathEmbeddedLineColoring Coloring(Lines, Rule, 3, 5, CyXPathColoring::DefaultLight(),
+                                           ExpandReferences);
+      if (!ExpandReferences) Require(Coloring.getIsValid() == Checker.Check());
+      for (size_t L = 0; L < Lines.size(); ++L) {
+        int64_t Expect = L == 0 ? 5 : 1;
+        for (Coloring.First(3 + int64_t(L)); !Coloring.IsDone(); Coloring.Next()) {
+          Require(Coloring.ItemLinepos() == Expect && Coloring.ItemTextCount() >= 1);
+          Expect += Coloring.ItemTextCount();
+        }
+        Require(Expect - (L == 0 ? 5 : 1) == int64_t(Lines[L].size()));
       }
-      Require(Expect - (L == 0 ? 5 : 1) == int64_t(Lines[L].size()));
     }
+  }
+
+  // The text as a stylesheet in the editor: embedded items stay inside their line.
+  TxTextList List;
+  List.LoadFromText__PARALLEL__(Text, 1);
+  const CyXMLColoring Scheme;
+  CyXSLTLineColoring LineColoring(List.getTextItems(), Scheme);
+  int64_t TotalDelta = 0;
+  LineColoring.UpdateAllLines__PARALLEL__(TotalDelta);
+  for (int64_t L = 1; L <= List.getCount(); ++L) {
+    const int64_t Length = int64_t(List.getLine(L).size());
+    for (LineColoring.FirstLine(L); !LineColoring.IsDone(); LineColoring.Next())
+      if (IyEmbeddedLineColoring* XPath = LineColoring.getEmbedded())
+        for (XPath->First(L); !XPath->IsDone(); XPath->Next())
+          Require(XPath->ItemLinepos() >= 1 &&
+                  XPath->ItemLinepos() + XPath->ItemTextCount() <= Length + 1);
   }
   return 0;
 }

@@ -9,6 +9,8 @@
 #include "cli/Command.hpp"
 #include "cli/DocumentKind.hpp"
 #include "cli/InputFile.hpp"
+#include "cli/JSONInput.hpp"
+#include "cli/ProgressBar.hpp"
 #include "xml/ErrReport.hpp"
 
 namespace xylem::cli {
@@ -36,13 +38,14 @@ int runCheck(const TyCheckArgs& Args) {
   int exitCode = kExitOK;
   std::vector<TyErrReportSource> sources;
   for (const std::string& path : Args.Files) {
-    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    CyProgressBar bar(path);
+    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path);
     if (!input) {
       exitCode = kExitUsage;
       continue;
     }
     IyXMLErrsPtr errors;
-    switch (DetectDocumentKind(path, input->List)) {
+    switch (input->JSON ? TyDocumentKind::dkJSON : DetectDocumentKind(path, input->List)) {
       case TyDocumentKind::dkJSON: errors = CheckJSON(*input); break;
       case TyDocumentKind::dkXML: errors = CheckXML(*input); break;
       case TyDocumentKind::dkXSLT:

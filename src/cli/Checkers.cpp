@@ -1,5 +1,7 @@
 #include "cli/Checkers.hpp"
 
+#include "cli/JSONInput.hpp"
+
 #include "json/Exception.hpp"
 #include "json/Listener.hpp"
 #include "json/Memory.hpp"
@@ -34,10 +36,9 @@ IyXMLErrsPtr CheckXSLT(const TyInputFile& Input) {
 
 IyXMLErrsPtr CheckJSON(const TyInputFile& Input) {
   // Joined with the document's newline, so the scanner's lines and columns are the list's.
-  const CyJSONMemory memory = CyJSONMemory::FromString(
-      Input.List.getTextItems().getJoined(Input.Format.Newline, 1, Input.List.getCount()));
+  const std::shared_ptr<const CyJSONMemory> memory = JSONMemoryOf(Input);
   try {
-    CyJSONScanner scanner(memory);
+    CyJSONScanner scanner(*memory);
     CyJSONParserListenerNIL listener;
     CyJSONParser(scanner, listener).Parse();
     return errorsOf({});

@@ -1,16 +1,22 @@
-// xylem highlight: the document painted by the editor's XML coloring, as a self-contained HTML
-// page or with terminal colors.
+// xylem highlight: the document painted by the editor's XML coloring (JSON by token kind), as a
+// self-contained HTML page or with terminal colors.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cli/Command.hpp"
 #include "cli/DocumentKind.hpp"
+#include "cli/HighlightJSON.hpp"
+#include "cli/HighlightRenderer.hpp"
 #include "cli/InputFile.hpp"
-#include "common/Utf.hpp"
+#include "cli/ProgressBar.hpp"
 #include "xml/LineColoring.hpp"
+#include "xpath/EmbeddedColoring.hpp"
+#include "xpath/XSLTLineColoring.hpp"
 
 namespace xylem::cli {
 
@@ -23,116 +29,84 @@ struct TyHighlightArgs {
   std::string Theme = "light";
 };
 
-// "Start-tag marker" -> "xml-start-tag-marker".
-std::string cssClass(TyXMLColoringCategory Category) {
-  std::string name = "xml-";
-  for (char c : CyXMLColoring::getCategoryName(Category))
-    name += c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return name;
-}
-
-std::string hexColor(uint32_t Color) {
-  char text[8];
-  std::snprintf(text, sizeof text, "#%06x", Color & 0xFFFFFF);
-  return text;
-}
-
-void appendEscapedHtml(std::string& Out, std::u16string_view Text) {
-  for (char c : ToUTF8(Text)) {
-    switch (c) {
-      case '<': Out += "&lt;"; break;
-      case '>': Out += "&gt;"; break;
-      case '&': Out += "&amp;"; break;
-      default: Out += c;
-    }
-  }
-}
-
-std::string styleSheet(const CyXMLColoring& Scheme, bool Dark) {
-  std::string css = Dark ? "body{background:#1e1e1e;color:#d4d4d4}" : "body{background:#fff;color:#000}";
-  css += "pre{font-family:monospace}";
+std::vector<TyHighlightStyle> xmlStyles(const CyXMLColoring& Scheme) {
+  std::vector<TyHighlightStyle> styles;
   for (size_t i = 0; i < kXMLColoringCategoryCount; ++i) {
     const auto category = static_cast<TyXMLColoringCategory>(i);
-    const TyColorItem& item = Scheme.getItem(category);
-    css += "." + cssClass(category) + "{";
-    if (item.Foreground != kNoColor) css += "color:" + hexColor(item.Foreground) + ";";
-    if (item.Background != kNoColor) css += "background:" + hexColor(item.Background) + ";";
-    if (item.Styles & fsBold) css += "font-weight:bold;";
-    if (item.Styles & fsItalic) css += "font-style:italic;";
-    if (item.Styles & fsUnderline) css += "text-decoration:underline;";
-    css += "}";
+    styles.push_back({HighlightClassName("xml", CyXMLColoring::getCategoryName(category)),
+                      Scheme.getItem(category)});
   }
-  return css;
+  return styles;
 }
 
-std::string ansiStart(const TyColorItem& Item) {
-  std::string code = "\x1b[0";
-  if (Item.Styles & fsBold) code += ";1";
-  if (Item.Styles & fsItalic) code += ";3";
-  if (Item.Styles & fsUnderline) code += ";4";
-  auto rgb = [](uint32_t c) {
-    return std::to_string((c >> 16) & 255) + ";" + std::to_string((c >> 8) & 255) + ";" +
-           std::to_string(c & 255);
-  };
-  if (Item.Foreground != kNoColor) code += ";38;2;" + rgb(Item.Foreground);
-  if (Item.Background != kNoColor) code += ";48;2;" + rgb(Item.Background);
-  return code + "m";
+// XPath categories follow the XML ones: style kXMLColoringCategoryCount + category.
+void addXPathStyles(std::vector<TyHighlightStyle>& Styles, const CyXPathColoring& Scheme) {
+  for (size_t i = 0; i < kXPathColoringCategoryCount; ++i) {
+    const auto category = static_cast<TyXPathColoringCategory>(i);
+    Styles.push_back({HighlightClassName("xpath", CyXPathColoring::getCategoryName(category)),
+                      Scheme.getItem(category)});
+  }
+}
+
+// The current token, in pieces by the embedded XPath items that overlap it where it has some.
+void appendToken(CyHighlightRenderer& Renderer, const CyXMLLineColoring& Coloring, int64_t Line) {
+  const char16_t* text = Coloring.ItemText();
+  const int64_t from = Coloring.ItemLinepos(), to = from + Coloring.ItemTextCount();
+  auto* xpath = dynamic_cast<CyXPathEmbeddedLineColoring*>(Coloring.getEmbedded());
+  int64_t at = from;
+  if (xpath) {
+    for (xpath->First(Line); !xpath->IsDone() && at < to; xpath->Next()) {
+      const int64_t end = std::min(to, xpath->ItemLinepos() + xpath->ItemTextCount());
+      if (end <= at) continue;
+      if (xpath->ItemLinepos() > at)  // a gap the value's items leave (none expected)
+        Renderer.Append(static_cast<size_t>(Coloring.ItemCategory()), text + (at - from),
+                        static_cast<size_t>(xpath->ItemLinepos() - at));
+      at = std::max(at, xpath->ItemLinepos());
+      Renderer.Append(kXMLColoringCategoryCount + static_cast<size_t>(xpath->ItemCategory()),
+                      text + (at - from), static_cast<size_t>(end - at));
+      at = end;
+    }
+  }
+  if (at < to)
+    Renderer.Append(static_cast<size_t>(Coloring.ItemCategory()), text + (at - from),
+                    static_cast<size_t>(to - at));
 }
 
 int runHighlight(const TyHighlightArgs& Args) {
+  CyProgressBar bar(Args.Path);
   std::unique_ptr<TyInputFile> input = LoadInputFile(Args.Path);
   if (!input) return kExitUsage;
-  if (DetectDocumentKind(Args.Path, input->List) == TyDocumentKind::dkJSON) {
-    std::fprintf(stderr, "xylem: %s: highlighting JSON is not available yet\n",
-                 input->DisplayName.c_str());
-    return kExitUsage;
-  }
   const bool dark = Args.Theme == "dark";
   const bool html = Args.Html || (!Args.Ansi && !isatty(STDOUT_FILENO));
+  // The bar and the colored text must not share a terminal line.
+  if (isatty(STDOUT_FILENO)) bar.Stop();
+  const TyDocumentKind kind = DetectDocumentKind(Args.Path, input->List);
+  if (kind == TyDocumentKind::dkJSON) return HighlightJSON(*input, html, dark);
   const CyXMLColoring scheme = dark ? CyXMLColoring::DefaultDark() : CyXMLColoring::DefaultLight();
+  const CyXPathColoring xpathScheme =
+      dark ? CyXPathColoring::DefaultDark() : CyXPathColoring::DefaultLight();
   TxTextItems& items = input->List.getTextItems();
-  CyXMLLineColoring coloring(items, scheme);
+  // In a stylesheet the values that hold XPath are colored by XPath token class.
+  std::unique_ptr<CyXMLLineColoring> xslt;
+  if (kind == TyDocumentKind::dkXSLT)
+    xslt = std::make_unique<CyXSLTLineColoring>(items, scheme, xpathScheme);
+  CyXMLLineColoring plain(items, scheme);
+  CyXMLLineColoring& coloring = xslt ? *xslt : plain;
   int64_t totalDelta = 0;
   coloring.UpdateAllLines__PARALLEL__(totalDelta);
 
-  std::string out;
-  if (html) {
-    out += "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>";
-    appendEscapedHtml(out, ToUTF16(input->DisplayName));
-    out += "</title><style>" + styleSheet(scheme, dark) + "</style></head><body><pre>";
-  }
-  // Neighbouring tokens of one category become one span.
-  std::u16string run;
-  TyXMLColoringCategory runCategory = TyXMLColoringCategory::xcText;
-  auto flush = [&] {
-    if (run.empty()) return;
-    if (html) {
-      out += "<span class=\"" + cssClass(runCategory) + "\">";
-      appendEscapedHtml(out, run);
-      out += "</span>";
-    } else {
-      out += ansiStart(scheme.getItem(runCategory));
-      out += ToUTF8(run);
-    }
-    run.clear();
-  };
+  std::vector<TyHighlightStyle> styles = xmlStyles(scheme);
+  addXPathStyles(styles, xpathScheme);
+  CyHighlightRenderer renderer(std::move(styles), html, dark, stdout);
+  renderer.Begin(input->DisplayName);
   for (int64_t line = 1; line <= input->List.getCount(); ++line) {
     for (coloring.FirstLine(line); !coloring.IsDone(); coloring.Next()) {
       if (coloring.ItemTextCount() == 0) continue;  // missing tokens have nothing to paint
-      if (coloring.ItemCategory() != runCategory) flush();
-      runCategory = coloring.ItemCategory();
-      run.append(coloring.ItemText(), static_cast<size_t>(coloring.ItemTextCount()));
+      appendToken(renderer, coloring, line);
     }
-    flush();
-    if (!html) out += "\x1b[0m";
-    out += '\n';
-    if (out.size() > (1u << 20)) {
-      std::fwrite(out.data(), 1, out.size(), stdout);
-      out.clear();
-    }
+    renderer.EndLine();
   }
-  if (html) out += "</pre></body></html>\n";
-  std::fwrite(out.data(), 1, out.size(), stdout);
+  renderer.Finish();
   return kExitOK;
 }
 
@@ -142,10 +116,13 @@ void AddHighlightCommand(CLI::App& App, TyCommandRun& Run) {
   auto args = std::make_shared<TyHighlightArgs>();
   CLI::App* command = App.add_subcommand(
       "highlight",
-      "Print an XML document colored by the editor's XML coloring: a self-contained HTML page "
-      "whose CSS classes are named after the coloring categories (xml-start-tag-marker, ...), "
+      "Print an XML document colored by the editor's XML coloring, or a JSON document colored "
+      "by token kind (kind by extension, then by content); in an XSLT stylesheet, the XPath in "
+      "attribute values is colored by token class: a self-contained HTML page whose CSS classes "
+      "are named after the coloring categories (xml-start-tag-marker, xpath-name-test, json-key, "
+      "...), "
       "or terminal colors (the default when stdout is a terminal).");
-  command->add_option("FILE", args->Path, "XML file (- for standard input)")->required();
+  command->add_option("FILE", args->Path, "XML or JSON file (- for standard input)")->required();
   auto* html = command->add_flag("--html", args->Html, "Write an HTML page");
   command->add_flag("--ansi", args->Ansi, "Write terminal color escapes")->excludes(html);
   command->add_option("--theme", args->Theme, "Color scheme: light (default) or dark")

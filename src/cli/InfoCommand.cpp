@@ -7,6 +7,7 @@
 #include "cli/Command.hpp"
 #include "cli/DocumentKind.hpp"
 #include "cli/InputFile.hpp"
+#include "cli/ProgressBar.hpp"
 
 namespace xylem::cli {
 
@@ -16,7 +17,11 @@ int runInfo(const std::vector<std::string>& Files) {
   int exitCode = kExitOK;
   bool first = true;
   for (const std::string& path : Files) {
-    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    std::unique_ptr<TyInputFile> input;
+    {
+      CyProgressBar bar(path);
+      input = LoadInputFile(path);
+    }
     if (!input) {
       exitCode = kExitUsage;
       continue;

@@ -1,20 +1,29 @@
 // xylem replace: replace all over whole files, plain or regular expression.
 #include <cstdio>
+#include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/Command.hpp"
 #include "cli/InputFile.hpp"
+#include "cli/ProgressBar.hpp"
 #include "cli/Output.hpp"
 #include "common/Utf.hpp"
 #include "search/EuroReplacer.hpp"
+#include "search/FileReplacer.hpp"
+#include "text/EncodingDetector.hpp"
+#include "text/InputStream.hpp"
 #include "search/Escapes.hpp"
 #include "search/RegExprSearcher.hpp"
 
 namespace xylem::cli {
 
 namespace {
+
+// Ends a streamed in-place replace that found nothing, before the file is replaced.
+struct TyNothingReplaced {};
 
 struct TyReplaceArgs {
   std::string Search;
@@ -38,6 +47,62 @@ std::u16string replaceAll(CyReplacer& Replacer, const TyInputFile& Input, int64_
   return Count > 0 ? out.ReadAll() : text;
 }
 
+// The format of a file that can be replaced as a stream of UTF-8: UTF-8 without a mark, by the
+// text model's own detection on its first bytes; nothing for anything else.
+std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
+  if (Path == "-") return std::nullopt;
+  std::ifstream file(Path, std::ios::binary);
+  std::string head(64 * 1024, '\0');
+  head.resize(static_cast<size_t>(file.read(head.data(), static_cast<std::streamsize>(head.size())).gcount()));
+  if (!file.eof() && !file) return std::nullopt;
+  TyTextFileFormat format;
+  try {
+    CyRewindableInputStream stream(reinterpret_cast<const uint8_t*>(head.data()), head.size());
+    CyEncodingDetector::DetectEncodingAndSkipBOM(Path, stream, format.HasBOM, format.Encoding,
+                                                 format.EncodingFixed);
+  } catch (const CyException&) {
+    return std::nullopt;  // the text model's load reports it
+  }
+  if (format.HasBOM || format.Encoding.getCodePage() != kCodePageUTF8) return std::nullopt;
+  // The newline the loader would choose from the first line end (CR LF when there is none).
+  const size_t at = head.find_first_of("\r\n");
+  if (at != std::string::npos)
+    format.Newline = head[at] == '\n' ? u"\n" : at + 1 < head.size() && head[at + 1] == '\n' ? u"\r\n" : u"\r";
+  return format;
+}
+
+// Replaces a UTF-8 file as a stream (constant memory) into stdout or, with InPlace and at least
+// one replacement, atomically into the file. Returns the exit code.
+int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
+                    const std::u16string& Search, const std::u16string& Replacement,
+                    uint8_t Options, bool InPlace) {
+  TyInputFile target;  // names the file for WriteStreamed
+  target.Path = Path;
+  target.DisplayName = Path;
+  target.Format = Format;
+  CyProgressBar bar(Path);
+  const auto replacer = CreateReplacer(Search, Replacement, Options, Format.Newline);
+  int64_t count = 0;
+  try {
+    const bool written = WriteStreamed(target, InPlace, [&](CyTextFileWriter& Out) {
+      count = ReplaceAllUTF8File(Path, *replacer, [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); });
+      // Nothing replaced: the file keeps its bytes and its time stamp.
+      if (InPlace && count == 0) throw TyNothingReplaced{};
+    });
+    bar.Stop();
+    if (!written) return kExitUsage;
+  } catch (const TyNothingReplaced&) {
+    bar.Stop();
+  } catch (const CyException& error) {
+    bar.Stop();
+    std::fprintf(stderr, "xylem: %s: %s\n", Path.c_str(), OneLine(error.what()).c_str());
+    return kExitUsage;
+  }
+  std::fprintf(stderr, "%s: %lld replacement%s\n", Path.c_str(), static_cast<long long>(count),
+               count == 1 ? "" : "s");
+  return kExitOK;
+}
+
 int runReplace(const TyReplaceArgs& Args) {
   const uint8_t options = (Args.Regex ? roRegExpr : 0) | (Args.CaseSensitive ? roCaseSensitive : 0) |
                           (Args.WholeWord ? roWholeWordOnly : 0);
@@ -58,6 +123,12 @@ int runReplace(const TyReplaceArgs& Args) {
 
   int exitCode = kExitOK;
   for (const std::string& path : Args.Files) {
+    if (const std::optional<TyTextFileFormat> format = StreamableFormat(path)) {
+      exitCode = std::max(exitCode, replaceStreamed(path, *format, search, replacement, options,
+                                                    Args.InPlace));
+      continue;
+    }
+    CyProgressBar bar(path);
     std::unique_ptr<TyInputFile> input = LoadInputFile(path);
     if (!input) {
       exitCode = kExitUsage;
@@ -67,6 +138,7 @@ int runReplace(const TyReplaceArgs& Args) {
     const auto replacer = CreateReplacer(search, replacement, options, input->Format.Newline);
     int64_t count = 0;
     const std::u16string result = replaceAll(*replacer, *input, count);
+    bar.Stop();  // the count and the result follow on the terminal
     std::fprintf(stderr, "%s: %lld replacement%s\n", input->DisplayName.c_str(),
                  static_cast<long long>(count), count == 1 ? "" : "s");
     if (!WriteResult(*input, result, Args.InPlace && count > 0, !Args.InPlace))

@@ -5,6 +5,7 @@
 
 #include "cli/Command.hpp"
 #include "cli/InputFile.hpp"
+#include "cli/ProgressBar.hpp"
 #include "common/Utf.hpp"
 #include "xml/Tokenizer.hpp"
 
@@ -27,7 +28,11 @@ std::string printable(std::u16string_view Text) {
 }
 
 int runTokens(const std::string& Path) {
-  std::unique_ptr<TyInputFile> input = LoadInputFile(Path);
+  std::unique_ptr<TyInputFile> input;
+  {
+    CyProgressBar bar(Path);
+    input = LoadInputFile(Path);
+  }
   if (!input) return kExitUsage;
   const TxTextList& list = input->List;
   TxXMLParser parser;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/Exception.hpp"
+#include "common/Progress.hpp"
 #include "common/Tasks.hpp"
 #include "common/Utf.hpp"
 #include "json/Exception.hpp"
@@ -72,6 +73,7 @@ TyUTF8DecodeResult decodePiece(const uint8_t* Begin, const uint8_t* End, char16_
       const uintptr_t last = reinterpret_cast<uintptr_t>(stop) / page * page;
       if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
     }
+    CyProgress::Advance(static_cast<uint64_t>(stop - at));
     at = stop;
   }
   return total;
@@ -165,6 +167,7 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
 
   // UTF-8 never takes more UTF-16 units than bytes, so piece k can decode in place at its own
   // byte offset without touching piece k + 1; the pieces are then closed up in order.
+  CyProgress::Begin("Decoding", Count);
   auto text = allocateText(Count);
   const int pieces = Count < kParallelDecodeMinimum ? 1 : CyTasks::PieceCount();
   std::vector<size_t> starts(static_cast<size_t>(pieces) + 1);

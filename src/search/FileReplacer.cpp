@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/Exception.hpp"
+#include "common/Progress.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
 
@@ -59,12 +60,16 @@ class TyUTF8Encoder {
 int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
                        const TyUTF8Sink& Write, int64_t PieceSize) {
   size_t consumed = 0;
+  CyProgress::Begin("Replacing", Size);
   auto source = [&](char16_t* Target, int64_t Capacity) -> int64_t {
     if (consumed >= Size) return 0;
     // UTF-16 never needs more units than UTF-8 has bytes.
     const size_t size = std::min(Size - consumed, static_cast<size_t>(Capacity));
     int64_t written = 0;
-    consumed += DecodePiece(Data + consumed, size, consumed + size == Size, Target, written);
+    const size_t used =
+        DecodePiece(Data + consumed, size, consumed + size == Size, Target, written);
+    consumed += used;
+    CyProgress::Advance(used);
     return written;
   };
   TyUTF8Encoder encoder(Write);
@@ -82,6 +87,10 @@ int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer, const 
     int Handle;
     ~TyClose() { ::close(Handle); }
   } close{fd};
+  struct stat info {};
+  CyProgress::Begin("Replacing", ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)
+                                     ? static_cast<uint64_t>(info.st_size)
+                                     : 0);
   // Read piece by piece: a few bytes of a character cut at a piece's end wait for the next.
   std::vector<uint8_t> bytes;
   size_t held = 0;
@@ -95,6 +104,7 @@ int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer, const 
       if (got < 0) throw CyException("Cannot read " + Path + ": " + std::strerror(errno) + ".", 2);
       if (got == 0) atEnd = true;
       held += static_cast<size_t>(got);
+      CyProgress::Advance(static_cast<uint64_t>(got));
     }
     if (held == 0) return 0;
     int64_t written = 0;

@@ -122,15 +122,27 @@ void CyTextFileWriter::countLines(std::u16string_view Text) {
   }
 }
 
-void CyTextFileWriter::writeBytes() {
+void CyTextFileWriter::writeAll(std::string_view Bytes) {
   size_t done = 0;
-  while (done < bytes_.size()) {
-    const ssize_t n = write(fd_, bytes_.data() + done, bytes_.size() - done);
+  while (done < Bytes.size()) {
+    const ssize_t n = write(fd_, Bytes.data() + done, Bytes.size() - done);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) failed(errno);
     done += static_cast<size_t>(n);
   }
+}
+
+void CyTextFileWriter::writeBytes() {
+  writeAll(bytes_);
   bytes_.clear();
+}
+
+void CyTextFileWriter::PutEncoded(std::string_view Bytes) {
+  drain(true);  // also writes out what was buffered
+  if (memory_)
+    memory_->append(Bytes);
+  else
+    writeAll(Bytes);
 }
 
 void CyTextFileWriter::AppendEncoded(int Descriptor) {

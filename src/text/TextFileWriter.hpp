@@ -49,6 +49,8 @@ class CyTextFileWriter : public IyTextSink {
   }
   // Appends the format's newline.
   void PutNewline();
+  // Appends bytes already in this writer's encoding (after what was put before).
+  void PutEncoded(std::string_view Bytes);
   // Appends everything in the file open at Descriptor (from its start): bytes already in this
   // writer's encoding, such as a part written by another writer.
   void AppendEncoded(int Descriptor);
@@ -66,6 +68,7 @@ class CyTextFileWriter : public IyTextSink {
   // Moves the line count (kept for messages) past Text, the next units to be drained.
   void countLines(std::u16string_view Text);
   void writeBytes();
+  void writeAll(std::string_view Bytes);
   [[noreturn]] void failed(int Error) const;
 
   CyTextEncoder encoder_;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/Exception.hpp"
+#include "common/Progress.hpp"
 #include "common/Settings.hpp"
 #include "common/Tasks.hpp"
 #include "text/PageMemory.hpp"
@@ -22,6 +23,9 @@ void ThrowBinaryFile() {
 }
 
 namespace {
+
+// Progress is reported in steps of this many units (bytes or code units), never per line.
+constexpr size_t kProgressStep = size_t{1} << 16;
 
 int resolvePieceCount(int PieceCount) {
   return PieceCount > 0 ? PieceCount : CyTasks::PieceCount();
@@ -85,6 +89,7 @@ void CyTextListLoaderPiece::CountNewlines() {
   while (end - at >= 9) {
     __m128i lfLanes = vZero, crLanes = vZero, pairLanes = vZero, nulLanes = vZero;
     const char16_t* const stop = at + std::min<ptrdiff_t>((end - at - 1) / 8, 8192) * 8;
+    CyProgress::Advance(static_cast<uint64_t>(stop - at));
     for (; at < stop; at += 8) {
       const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
       const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + 1));
@@ -104,6 +109,7 @@ void CyTextListLoaderPiece::CountNewlines() {
     pairs += sumLanes(pairLanes);
   }
 #endif
+  CyProgress::Advance(static_cast<uint64_t>(end - at));
   for (; at < end; ++at) {
     const char16_t unit = *at;
     if (unit == 0) {
@@ -175,9 +181,14 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner) {
   record.TextUTF16.Owner = Owner;
   const int64_t idStep = TextListUniqueID ? 1 : 0;
   char16_t* lineStart = at;
+  const char16_t* reported = at;
   while (true) {
     char16_t* lineEnd = const_cast<char16_t*>(findLineEnd(at, end));
     if (lineEnd == end) break;
+    if (static_cast<size_t>(lineEnd - reported) >= kProgressStep) {
+      CyProgress::Advance(static_cast<uint64_t>(lineEnd - reported));
+      reported = lineEnd;
+    }
     at = lineEnd + 1;
     if (*lineEnd == 13 && at < end && *at == 10) ++at;
     *lineEnd = u'\0';  // for CR LF only the CR; the LF stays behind the terminator
@@ -192,6 +203,7 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner) {
     record.TextUTF16.Length = static_cast<size_t>(end - lineStart);
     writeRecord(item++, record);
   }
+  CyProgress::Advance(static_cast<uint64_t>(end - reported));
 #if defined(__SSE2__)
   _mm_sfence();  // streamed records are visible before the caller joins this task
 #endif
@@ -263,7 +275,24 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
     CyPageMemory::Populate(
         param.Target,
         static_cast<size_t>(param.Source.End - param.Source.Start) * sizeof(char16_t));
-    param.Result = DecodeUTF8(param.Source.Start, param.Source.End, param.Target);
+    // In stretches that end before a character's first byte, for the progress bar: a
+    // sequence cut by a stretch would be cut by the next byte anyway, so errors count the same.
+    constexpr size_t kStretch = size_t{1} << 20;
+    const uint8_t* at = param.Source.Start;
+    const uint8_t* const end = param.Source.End;
+    while (at < end) {
+      const uint8_t* stop = static_cast<size_t>(end - at) > kStretch ? at + kStretch : end;
+      while (stop < end && (*stop & 0xC0) == 0x80) ++stop;
+      const TyUTF8DecodeResult part = DecodeUTF8(at, stop, param.Target + param.Result.Written);
+      param.Result.Written += part.Written;
+      param.Result.ErrorCount += part.ErrorCount;
+      CyProgress::Advance(static_cast<uint64_t>(stop - at));
+      if (part.NulFound) {
+        param.Result.NulFound = true;
+        break;
+      }
+      at = stop;
+    }
   });
   std::vector<CyDataPartUTF16> decoded(params.size());
   size_t errors = 0;
@@ -300,6 +329,8 @@ std::u16string loadPieces(TxTextList& List, CyTextListLoaderPieces& Pieces, CyTe
 
 std::u16string CyTextListLoader::LoadDecoded_PARALLEL(TxTextList& List, CyTextOwner* Owner,
                                                       size_t Units, int PieceCount) {
+  // Counting the line ends and filling the records each walk the text once.
+  CyProgress::Begin("Loading", 2 * static_cast<uint64_t>(Units));
   TyOwnerReference reference{Owner};
   char16_t* data = Owner->getBuffer();
   data[Units] = u'\0';
@@ -320,6 +351,7 @@ std::u16string CyTextListLoader::LoadTextList_PARALLEL(TxTextList& List, const u
   CyUTF8ToCharErrorHandler counting(2);
   CyUTF8ToCharErrorHandler& handler = ErrorHandler ? *ErrorHandler : counting;
   if (Encoding.getCodePage() != kCodePageUTF8) {
+    CyProgress::Begin("Decoding", 0);  // one sequential conversion: no steps to count
     const TyDecodedText decoded = DecodeToUTF16(Data, Size, Encoding);
     TyOwnerReference reference{decoded.Owner};
     handler.ReportErrors(decoded.ErrorCount);
@@ -327,6 +359,9 @@ std::u16string CyTextListLoader::LoadTextList_PARALLEL(TxTextList& List, const u
     reference.Owner = nullptr;
     return LoadDecoded_PARALLEL(List, decoded.Owner, decoded.Units, PieceCount);
   }
+  // Decoding, counting the line ends and filling the records each walk the text once; a
+  // character takes no more code units than bytes, so the total is reached or nearly.
+  CyProgress::Begin("Loading", 3 * static_cast<uint64_t>(Size));
   const std::vector<size_t> bounds = SplitBoundaries(Data, Size, resolvePieceCount(PieceCount));
   std::vector<CyDataPartUTF8> parts(bounds.size() - 1);
   for (size_t i = 0; i + 1 < bounds.size(); ++i)

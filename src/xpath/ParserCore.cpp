@@ -128,6 +128,10 @@ void CyXPath31Parser::Parse() {
       AVT();
       break;
   }
+  // The end of the text is a continuation like any other: after a construct that closes the
+  // start rule (an occurrence indicator, a closing bracket) it is the only one.
+  static constexpr TyXPath31Expectation kEnd{{X_EOF, xtError}};
+  Expect(kEnd);
   Match(X_EOF, xtError, nullptr, Rule);
   if (Listening) Listener->LeaveRule(u"Parse", CurrentXPath31TokenIndex());
 }

@@ -195,9 +195,22 @@ TyXPath31ParserRule XSLTAttributeRule(TyXSLTAttributeKind Kind) {
 }
 
 TyXPath31ParserRule XSLTAttributeRuleByQName(std::u16string_view ElementQName,
-                                             std::u16string_view AttributeQName) {
-  if (ElementQName.substr(0, 4) != u"xsl:") return xprERROR;
-  return XSLTAttributeRule(XSLTAttributeKind(ElementQName.substr(4), AttributeQName));
+                                             std::u16string_view AttributeQName,
+                                             std::u16string_view XSLTPrefix) {
+  auto PrefixOf = [](std::u16string_view QName) {
+    const size_t Colon = QName.find(u':');
+    return Colon == std::u16string_view::npos ? std::u16string_view() : QName.substr(0, Colon);
+  };
+  const std::u16string_view Prefix = PrefixOf(ElementQName);
+  if (Prefix == XSLTPrefix) {
+    const size_t Skip = Prefix.empty() ? 0 : Prefix.size() + 1;
+    return XSLTAttributeRule(XSLTAttributeKind(ElementQName.substr(Skip), AttributeQName));
+  }
+  // Without namespaces in scope only the literal result element's own XSLT attributes count.
+  const std::u16string_view AttributePrefix = PrefixOf(AttributeQName);
+  if (XSLTPrefix.empty() || AttributePrefix != XSLTPrefix) return xprERROR;
+  return XSLTAttributeRule(XSLTLiteralResultAttributeKind(
+      kXSLTNamespace, AttributeQName.substr(AttributePrefix.size() + 1)));
 }
 
 bool IsXSLTStylesheetElement(std::u16string_view LocalName) {

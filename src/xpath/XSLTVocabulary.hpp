@@ -38,13 +38,14 @@ TyXSLTAttributeKind XSLTLiteralResultAttributeKind(std::u16string_view Namespace
 // xprAVT; xprERROR for xakNone.
 TyXPath31ParserRule XSLTAttributeRule(TyXSLTAttributeKind Kind);
 
-// For callers that see qualified names but resolve no namespaces (the XML line colouring's
-// embedded-colouring hook): the start rule of attribute AttributeQName on element ElementQName
-// when the element's prefix is "xsl" (the customary binding of the XSLT namespace), else
-// xprERROR. Literal result elements are left out: without namespaces they cannot be told from
-// plain XML. O(log n), no allocation.
+// For callers that see qualified names but resolve no namespaces (the XSLT line colouring):
+// the start rule of attribute AttributeQName on element ElementQName, given the prefix bound
+// to the XSLT namespace (empty: the default namespace; "xsl" is its customary binding).
+// Elements with another prefix count as literal result elements, of whose attributes only
+// XSLTPrefix:use-when holds XPath; xprERROR when the value holds none. O(log n), no allocation.
 TyXPath31ParserRule XSLTAttributeRuleByQName(std::u16string_view ElementQName,
-                                             std::u16string_view AttributeQName);
+                                             std::u16string_view AttributeQName,
+                                             std::u16string_view XSLTPrefix = u"xsl");
 
 // Whether LocalName (in the XSLT namespace) is a stylesheet's outermost element (stylesheet,
 // transform, package), whose non-XSLT children are data rather than literal result elements.

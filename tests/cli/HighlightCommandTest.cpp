@@ -26,6 +26,30 @@ TEST(HighlightCommand, HtmlClassesFollowTheCategoriesAndTextIsEscaped) {
   EXPECT_EQ(result.ExitCode, 2);
 }
 
+TEST(HighlightCommand, JSONIsColoredByTokenKindAndAScanningErrorEndsTheColors) {
+  CyTempFolder folder;
+  const std::string good = folder.Write("a.json", "{\"k\" : [1, true, \"<v>\"]}\r\n");
+  TyToolResult result = RunTool("highlight --html '" + good + "'");
+  ASSERT_EQ(result.ExitCode, 0) << result.Err;
+  for (const char* expected :
+       {"<span class=\"json-key\">\"k\"</span>", "<span class=\"json-number\">1</span>",
+        "<span class=\"json-literal\">true</span>",
+        "<span class=\"json-string\">\"&lt;v&gt;\"</span>", ".json-punctuation{", ".json-error{",
+        // One output line per input line, the empty last one included.
+        "<span class=\"json-punctuation\">]}</span>\n\n</pre></body></html>\n"})
+    EXPECT_NE(result.Out.find(expected), std::string::npos) << expected << "\n" << result.Out;
+  EXPECT_EQ(result.Out.find("xml-"), std::string::npos);
+
+  // Detected by content through stdin; the rest after the error is plain, the error on stderr.
+  result = RunTool("highlight --ansi --theme dark -", "[1,\n 'x', 2]\n[3]\n");
+  ASSERT_EQ(result.ExitCode, 0) << result.Err;
+  EXPECT_NE(result.Out.find("\x1b[0;38;2;181;206;168m1"), std::string::npos) << result.Out;
+  EXPECT_NE(result.Out.find("'x', 2]\x1b[0m\n\x1b[0;38;2;212;212;212m[3]"), std::string::npos)
+      << result.Out;
+  EXPECT_NE(result.Err.find("<stdin>:2:2: error: Unexpected character '''"), std::string::npos)
+      << result.Err;
+}
+
 TEST(TokensCommand, ListsTokensWithPositionsAndMissingMarks) {
   CyTempFolder folder;
   const std::string path = folder.Write("a.xml", "<a\n>x</b");

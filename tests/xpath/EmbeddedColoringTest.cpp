@@ -113,6 +113,35 @@ TEST(EmbeddedColoringTest, FailingTokenIsAnErrorAndLaterTokensKeepTheirLook) {
   EXPECT_TRUE(Empty.IsDone());
 }
 
+// Attribute text as written colours like its expanded form, token for token, with each item
+// covering the written characters (a reference included).
+TEST(EmbeddedColoringTest, WrittenReferencesColourLikeTheirCharacters) {
+  const struct {
+    std::u16string Written, Expanded;
+    std::vector<std::u16string> Pieces;  // the written text of the items that are no xpcText
+  } Rows[] = {
+      {u"a &gt;= &#49; and &apos;x&apos; = \"&amp;\"",
+       u"a >= 1 and 'x' = \"&\"",
+       {u"a", u"&gt;=", u"&#49;", u"and", u"&apos;x&apos;", u"=", u"\"&amp;\""}},
+      {u"$v&lt;&#x32;", u"$v<2", {u"$", u"v", u"&lt;", u"&#x32;"}},
+      // An unknown entity stays as written and fails where it stands.
+      {u"1 + &nbsp;", u"1 + &nbsp;", {u"1", u"+", u"&"}},
+  };
+  for (const auto& R : Rows) {
+    CyXPathEmbeddedLineColoring Written({R.Written}, xprExpr, 1, 1, CyXPathColoring::DefaultLight(),
+                                        true);
+    CyXPathEmbeddedLineColoring Expanded({R.Expanded}, xprExpr);
+    EXPECT_EQ(Written.getIsValid(), Expanded.getIsValid()) << ToUTF8(R.Written);
+    std::vector<TyItem> Got = Tokens(Written, 1), Want = Tokens(Expanded, 1);
+    ASSERT_EQ(Got.size(), Want.size()) << ToUTF8(R.Written);
+    ASSERT_EQ(Got.size(), R.Pieces.size()) << ToUTF8(R.Written);
+    for (size_t I = 0; I < Got.size(); ++I) {
+      EXPECT_EQ(Got[I].Category, Want[I].Category) << ToUTF8(R.Written) << " item " << I;
+      EXPECT_EQ(Got[I].Text, R.Pieces[I]) << ToUTF8(R.Written) << " item " << I;
+    }
+  }
+}
+
 TEST(EmbeddedColoringTest, SchemesNameEveryCategoryAndKeepDefaultBackgrounds) {
   CyXPathColoring Light = CyXPathColoring::DefaultLight(), Dark = CyXPathColoring::DefaultDark();
   for (size_t I = 0; I < kXPathColoringCategoryCount; ++I) {

@@ -306,6 +306,7 @@ TEST(XPathParser, ExpectedSetsAtFailure) {
   const struct {
     const char16_t* Text;
     std::string Expected;
+    TyXPath31ParserRule Rule = xprExpr;
   } Rows[] = {
       {u"", ExpressionStart},
       {u"1 +", AfterPlus},
@@ -318,9 +319,19 @@ TEST(XPathParser, ExpectedSetsAtFailure) {
        "Comma Equal Gt GtEqual GtGt LParenthesis LSquareBracket Lt LtEqual LtLt Minus "
        "NotEqual Plus QMark RParenthesis Slash SlashSlash VBar VBarVBar"},
       {u"processing-instruction(", "NCName StringLiteral RParenthesis"},
+      // Where the start rule can close, the end of the text is expected too; after a construct
+      // that closes it, the end is all that can follow.
+      {u"xs:integer )", "Asterisk Plus QMark EOF", xprSequenceType},
+      {u"xs:integer+ +", "EOF", xprSequenceType},
+      {u"xs:integer? ?", "EOF", xprSequenceType},
+      {u"empty-sequence() *", "EOF", xprSequenceType},
+      {u"item()* ,", "EOF", xprSequenceType},
+      {u"map(*) +", "EOF", xprItemType},
+      {u"a//b c", "Except Intersect Union LSquareBracket Slash SlashSlash VBar EOF", xprPattern30},
+      {u"{1}}", "LCurlyBracket AVT EOF", xprAVT},
   };
   for (const auto& R : Rows) {
-    CyXPath31Parser Parser(R.Text, xprExpr);
+    CyXPath31Parser Parser(R.Text, R.Rule);
     EXPECT_THROW(Parser.Parse(), CyException);
     EXPECT_EQ(ExpectedNames(Parser), R.Expected) << ToUTF8(R.Text);
     int Index = -1;

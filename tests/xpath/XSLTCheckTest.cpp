@@ -163,6 +163,15 @@ TEST(XSLTCheckTest, VocabularyOnAFewElements) {
   EXPECT_EQ(XSLTAttributeRuleByQName(u"xsl:element", u"name"), xprAVT);
   EXPECT_EQ(XSLTAttributeRuleByQName(u"template", u"match"), xprERROR);
   EXPECT_EQ(XSLTAttributeRuleByQName(u"x:template", u"match"), xprERROR);
+  // Another prefix for the XSLT namespace, or none; literal result elements' own attributes.
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"x:template", u"match", u"x"), xprPattern30);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"xsl:template", u"match", u"x"), xprERROR);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"template", u"match", u""), xprPattern30);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"out", u"xsl:use-when"), xprExpr);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"out", u"xsl:version"), xprERROR);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"out", u"select"), xprERROR);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"xsl:if", u"xsl:use-when"), xprERROR);
+  EXPECT_EQ(XSLTAttributeRuleByQName(u"h:out", u"use-when", u""), xprERROR);
 }
 
 }  // namespace

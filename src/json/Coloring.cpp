@@ -1,0 +1,128 @@
+#include "json/Coloring.hpp"
+
+namespace xylem {
+
+namespace {
+
+using C = TyJSONColoringCategory;
+
+constexpr std::string_view kNames[] = {
+#define XYLEM_X(value, name, getter) name,
+    XYLEM_JSON_COLORING_CATEGORIES(XYLEM_X)
+#undef XYLEM_X
+};
+static_assert(std::size(kNames) == kJSONColoringCategoryCount);
+
+struct TyDefault {
+  C Category;
+  TyColorItem Light;
+  TyColorItem Dark;
+};
+
+// The XML scheme's roles carried over: keys as attribute names, string values as attribute
+// values, punctuation as markup markers, white space as text.
+constexpr TyDefault kDefaults[] = {
+    {C::jcKey, {0xA31515, kNoColor, fsNone}, {0x9CDCFE, kNoColor, fsNone}},
+    {C::jcString, {0x0000FF, kNoColor, fsNone}, {0xCE9178, kNoColor, fsNone}},
+    {C::jcNumber, {0x098658, kNoColor, fsNone}, {0xB5CEA8, kNoColor, fsNone}},
+    {C::jcLiteral, {0x800080, kNoColor, fsBold}, {0x569CD6, kNoColor, fsBold}},
+    {C::jcPunctuation, {0x808080, kNoColor, fsNone}, {0x808080, kNoColor, fsNone}},
+    {C::jcPlain, {0x000000, kNoColor, fsNone}, {0xD4D4D4, kNoColor, fsNone}},
+    {C::jcError, {0xFF0000, 0xFFE4E4, fsUnderline}, {0xF44747, 0x3A1D1D, fsUnderline}},
+};
+static_assert(std::size(kDefaults) == kJSONColoringCategoryCount);
+
+inline bool isWhitespace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
+
+}  // namespace
+
+CyJSONColoring::CyJSONColoring() {
+  for (const TyDefault& d : kDefaults) setItem(d.Category, d.Light);
+}
+
+CyJSONColoring CyJSONColoring::DefaultDark() {
+  CyJSONColoring scheme;
+  for (const TyDefault& d : kDefaults) scheme.setItem(d.Category, d.Dark);
+  return scheme;
+}
+
+std::string_view CyJSONColoring::getCategoryName(TyJSONColoringCategory Category) {
+  const auto index = static_cast<size_t>(Category);
+  return index < kJSONColoringCategoryCount ? kNames[index] : std::string_view();
+}
+
+bool CyJSONColoring::FindCategory(std::string_view Name, TyJSONColoringCategory& Category) {
+  for (size_t i = 0; i < kJSONColoringCategoryCount; ++i) {
+    if (kNames[i] == Name) {
+      Category = static_cast<TyJSONColoringCategory>(i);
+      return true;
+    }
+  }
+  return false;
+}
+
+CyJSONTokenColoring::CyJSONTokenColoring(const char16_t* Data, size_t Count)
+    : scanner_(Data, Count), end_(Data + Count) {}
+
+bool CyJSONTokenColoring::Next() {
+  if (state_ == stAfterError) {
+    state_ = stDone;
+    if (tail_ != end_) {
+      head_ = tail_, tail_ = end_, category_ = C::jcPlain;
+      return true;
+    }
+  }
+  if (state_ == stDone) return false;
+  try {
+    scanner_.Next();
+  } catch (const JSONException& error) {
+    // The scanner has moved its head to the failing token before raising.
+    error_ = error;
+    head_ = scanner_.Head();
+    tail_ = head_;
+    while (tail_ < end_ && *tail_ != u'\n' && *tail_ != u'\r') ++tail_;
+    state_ = stAfterError;
+    if (tail_ == head_) return Next();  // stretches are never empty
+    category_ = C::jcError;
+    return true;
+  }
+  head_ = scanner_.Head();
+  tail_ = scanner_.Tail();
+  switch (scanner_.Token()) {
+    case jsonEOI:
+    case jsonBOI:
+      state_ = stDone;
+      return false;
+    case jsonString: {
+      // A key is known only by what follows it; white space between is skipped twice, which
+      // costs less than holding tokens back.
+      const char16_t* at = tail_;
+      while (isWhitespace(*at)) ++at;
+      category_ = *at == u':' ? C::jcKey : C::jcString;
+      break;
+    }
+    case jsonNumber:
+      category_ = C::jcNumber;
+      break;
+    case jsonLiteralFalse:
+    case jsonLiteralNull:
+    case jsonLiteralTrue:
+      category_ = C::jcLiteral;
+      break;
+    case jsonWhitespace:
+    case jsonError:
+      category_ = C::jcPlain;
+      break;
+    case jsonColon:
+    case jsonComma:
+    case jsonLeftCurlyBracket:
+    case jsonLeftSquareBracket:
+    case jsonRightCurlyBracket:
+    case jsonRightSquareBracket:
+      category_ = C::jcPunctuation;
+      break;
+  }
+  return true;
+}
+
+}  // namespace xylem
