@@ -46,7 +46,13 @@ int runCheck(const TyCheckArgs& Args) {
     }
     IyXMLErrsPtr errors;
     switch (input->JSON ? TyDocumentKind::dkJSON : DetectDocumentKind(path, input->List)) {
-      case TyDocumentKind::dkJSON: errors = CheckJSON(*input); break;
+      case TyDocumentKind::dkJSON:
+        errors = CheckJSON(*input);
+        if (hasErrors(errors) && RefusedAsBinary(*input)) {
+          exitCode = kExitUsage;
+          continue;
+        }
+        break;
       case TyDocumentKind::dkXML: errors = CheckXML(*input); break;
       case TyDocumentKind::dkXSLT:
         errors = CheckXML(*input);

@@ -116,6 +116,7 @@ int formatJSON(TyInputFile& Input, bool InPlace) {
     });
     return written ? kExitOK : kExitUsage;
   } catch (const JSONException& error) {
+    if (RefusedAsBinary(Input)) return kExitUsage;
     reportErrors(Input, oneError(error.Line, error.Linepos, error.Reason));
     return kExitFindings;
   }

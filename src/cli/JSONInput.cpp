@@ -50,7 +50,6 @@ std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path) {
     return LoadInputFile(Path);  // unreadable or not clean Unicode: the text model says why
   }
   const std::u16string_view text(memory->Data(), memory->DataCount());
-  if (text.find(u'\0') != std::u16string_view::npos) return LoadInputFile(Path);  // binary
   auto input = std::make_unique<TyInputFile>();
   input->Path = Path;
   input->DisplayName = Path;
@@ -60,6 +59,13 @@ std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path) {
   input->LoadSeconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return input;
+}
+
+bool RefusedAsBinary(const TyInputFile& Input) {
+  if (!Input.JSON) return false;
+  const std::u16string_view text(Input.JSON->Data(), Input.JSON->DataCount());
+  if (text.find(u'\0') == std::u16string_view::npos) return false;
+  return LoadInputFile(Input.Path) == nullptr;  // prints the loader's message
 }
 
 std::shared_ptr<const CyJSONMemory> JSONMemoryOf(const TyInputFile& Input) {
