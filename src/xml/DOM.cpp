@@ -1,6 +1,8 @@
 #include "xml/DOM.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstring>
 
 #include "text/PageMemory.hpp"
@@ -39,21 +41,67 @@ TyXMLDOMNode* PyXMLDOMTree::NewNode(TyXMLDOMNodeType Type) {
   return node;
 }
 
-std::span<const TyXMLDOMPiece> PyXMLDOMTree::CopyPieces(std::span<const TyXMLDOMPiece> Items) {
-  if (Items.empty()) return {};
-  auto* p = static_cast<TyXMLDOMPiece*>(
-      Allocate(Items.size() * sizeof(TyXMLDOMPiece), alignof(TyXMLDOMPiece)));
-  std::uninitialized_copy(Items.begin(), Items.end(), p);
-  return {p, Items.size()};
+template <typename T>
+TyXMLDOMArray<T> PyXMLDOMTree::CopyArray(std::span<const T> Head, std::span<const T> Tail) {
+  const size_t count = Head.size() + Tail.size();
+  if (count == 0) return {};
+  static_assert(alignof(T) <= sizeof(TyXMLDOMArrayHeader));
+  auto* header = new (Allocate(sizeof(TyXMLDOMArrayHeader) + count * sizeof(T),
+                               alignof(TyXMLDOMArrayHeader)))
+      TyXMLDOMArrayHeader{static_cast<uint32_t>(count), static_cast<uint32_t>(Head.size())};
+  auto* items = reinterpret_cast<T*>(header + 1);
+  std::uninitialized_copy(Tail.begin(), Tail.end(),
+                          std::uninitialized_copy(Head.begin(), Head.end(), items));
+  return TyXMLDOMArray<T>(items);
 }
 
-std::span<const TyXMLDOMAttribute> PyXMLDOMTree::CopyAttributes(
+TyXMLDOMArray<TyXMLDOMPiece> PyXMLDOMTree::CopyPieces(std::span<const TyXMLDOMPiece> Items) {
+  return CopyArray(Items, std::span<const TyXMLDOMPiece>());
+}
+
+TyXMLDOMArray<TyXMLDOMPiece> PyXMLDOMTree::JoinPieces(std::span<const TyXMLDOMPiece> Head,
+                                                      std::span<const TyXMLDOMPiece> Tail) {
+  return CopyArray(Head, Tail);
+}
+
+TyXMLDOMArray<TyXMLDOMAttribute> PyXMLDOMTree::CopyAttributes(
     std::span<const TyXMLDOMAttribute> Items) {
-  if (Items.empty()) return {};
-  auto* p = static_cast<TyXMLDOMAttribute*>(
-      Allocate(Items.size() * sizeof(TyXMLDOMAttribute), alignof(TyXMLDOMAttribute)));
-  std::uninitialized_copy(Items.begin(), Items.end(), p);
-  return {p, Items.size()};
+  return CopyArray(Items, std::span<const TyXMLDOMAttribute>());
+}
+
+TyXMLDOMArray<TyXMLDOMPiece> PyXMLDOMTree::LinesOnly(size_t Count) {
+  if (Count == 0) return {};
+  // A header followed by room for one piece, so that the array's items pointer is valid.
+  struct TyShared {
+    TyXMLDOMArrayHeader Header;
+    TyXMLDOMPiece Item;
+  };
+  static_assert(offsetof(TyShared, Item) == sizeof(TyXMLDOMArrayHeader));
+  static const auto shared = [] {
+    std::array<TyShared, 16> table{};
+    for (uint32_t i = 0; i < table.size(); ++i) table[i].Header = {i, 0};
+    return table;
+  }();
+  if (Count < shared.size()) return TyXMLDOMArray<TyXMLDOMPiece>(&shared[Count].Item);
+  auto* header = new (Allocate(sizeof(TyXMLDOMArrayHeader) + sizeof(TyXMLDOMPiece),
+                               alignof(TyXMLDOMArrayHeader)))
+      TyXMLDOMArrayHeader{static_cast<uint32_t>(Count), 0};
+  return TyXMLDOMArray<TyXMLDOMPiece>(new (header + 1) TyXMLDOMPiece());
+}
+
+std::u16string_view TyXMLDOMNode::CloseSlash() const {
+  if (Type_ != TyXMLDOMNodeType::ntElement || Pieces.empty()) return {};
+  if (!TagsAsWritten) return Pieces[0].View();
+  // From the start tag as written: it ends with the "/>" of an empty element.
+  const std::span<const TyXMLDOMPiece> tag = Text();
+  if (!EndTag().empty()) return {};
+  const TyXMLDOMPiece& last = tag.back();
+  if (last.Count < 2 || last.P[last.Count - 1] != u'>' || last.P[last.Count - 2] != u'/') return {};
+  size_t start = last.Count - 2;
+  while (start > 0 && (last.P[start - 1] == u' ' || last.P[start - 1] == u'\t')) --start;
+  // Blanks that begin the line continue a white-space run from the line before.
+  if (start == 0 && tag.size() > 1) start = last.Count - 2;
+  return {last.P + start, last.Count - start};
 }
 
 void PyXMLDOMTree::Absorb(PyXMLDOMTree& Other) {

@@ -37,35 +37,83 @@ struct TyXMLDOMPiece {
   std::u16string_view View() const { return {P, Count}; }
 };
 
+// What precedes an array in the tree's arena, so that a node holds one pointer per array.
+struct TyXMLDOMArrayHeader {
+  uint32_t Count;
+  uint32_t Split;  // items of the first part (all but for an element's start and end tags)
+};
+
+// An array in the tree's arena (null when empty). Cheap to copy; valid as long as the tree.
+template <typename T>
+class TyXMLDOMArray {
+ public:
+  TyXMLDOMArray() = default;
+  explicit TyXMLDOMArray(const T* Items) : Items_(Items) {}
+  size_t size() const { return Items_ ? header().Count : 0; }
+  bool empty() const { return Items_ == nullptr; }
+  const T* begin() const { return Items_; }
+  const T* end() const { return Items_ + size(); }
+  const T& operator[](size_t Index) const { return Items_[Index]; }
+  const T& back() const { return Items_[size() - 1]; }
+  operator std::span<const T>() const { return {Items_, size()}; }
+  // The items before and from the split.
+  std::span<const T> Head() const { return {Items_, Items_ ? header().Split : 0}; }
+  std::span<const T> Tail() const {
+    return Items_ ? std::span<const T>(Items_ + header().Split, header().Count - header().Split)
+                  : std::span<const T>();
+  }
+
+ private:
+  const TyXMLDOMArrayHeader& header() const {
+    return *reinterpret_cast<const TyXMLDOMArrayHeader*>(reinterpret_cast<const std::byte*>(Items_) -
+                                                         sizeof(TyXMLDOMArrayHeader));
+  }
+  const T* Items_ = nullptr;
+};
+
 // An attribute as written ("name = 'value'"), one piece per source line it touches.
 struct TyXMLDOMAttribute {
-  std::span<const TyXMLDOMPiece> Text;
+  TyXMLDOMArray<TyXMLDOMPiece> Text;
   bool SameLine = false;   // began on the line where the previous attribute (or the name) ended
   bool MultiLine = false;  // its text spans several source lines
 };
 
+// 64 bytes: big documents have tens of millions of nodes.
 struct TyXMLDOMNode {
   TyXMLDOMNode* Parent = nullptr;
   TyXMLDOMNode* FirstChild = nullptr;
   TyXMLDOMNode* LastChild = nullptr;
   TyXMLDOMNode* NextSibling = nullptr;
   const char16_t* NameP = nullptr;  // element name in the source (no copy)
+  TyXMLDOMArray<TyXMLDOMAttribute> Attributes;  // ntElement
+  // The node's source pieces, one per line: see Text, EndTag and CloseSlash.
+  TyXMLDOMArray<TyXMLDOMPiece> Pieces;
   uint32_t NameCount = 0;
   TyXMLDOMNodeType Type_ = TyXMLDOMNodeType::ntText;
-  bool HasText = false;      // ntText: holds more than tab, space, CR and LF
+  bool HasText = false;       // ntText: holds more than tab, space, CR and LF
   bool PreserveText = false;  // ntElement: content kept verbatim under xloPreserveVerbatim
-  std::span<const TyXMLDOMAttribute> Attributes;  // ntElement
-  std::u16string_view CloseSlash;  // ntElement: "/>" with the blanks before it as written; empty
-                                   // when written as start and end tag
-  // Per source line: the inner text between the delimiters (comments, PIs, CDATA, DOCTYPE,
-  // references without "&"/"&#" and ";"), a text's characters, or, for an element inside a
-  // preserved one, its start tag as written (copied verbatim; empty for other elements).
-  std::span<const TyXMLDOMPiece> Text;
-  // ntElement inside a preserved one: the end tag as written (empty for "/>" and elsewhere).
-  std::span<const TyXMLDOMPiece> EndTag;
+  bool TagsAsWritten = false;  // ntElement inside a preserved one: Pieces holds its tags
 
   std::u16string_view Name() const { return {NameP, NameCount}; }
+  // Per source line: the inner text between the delimiters (comments, PIs, CDATA, DOCTYPE,
+  // references without "&"/"&#" and ";"), a text's characters, or, for an element inside a
+  // preserved one, its start tag as written (empty for other elements).
+  std::span<const TyXMLDOMPiece> Text() const {
+    return Type_ != TyXMLDOMNodeType::ntElement || TagsAsWritten ? Pieces.Head()
+                                                                  : std::span<const TyXMLDOMPiece>();
+  }
+  // The number of source lines the node's text spans; for a white-space-only text the pieces
+  // may not be kept (Text empty) where no layout would write them, but this count always is.
+  size_t LineCount() const { return Pieces.size(); }
+  // An element inside a preserved one: its end tag as written (empty for "/>").
+  std::span<const TyXMLDOMPiece> EndTag() const {
+    return TagsAsWritten ? Pieces.Tail() : std::span<const TyXMLDOMPiece>();
+  }
+  // ntElement: "/>" with the blanks before it on its line, as written (those of a white-space
+  // run that began on an earlier line excepted); empty when written as start and end tag.
+  std::u16string_view CloseSlash() const;
 };
+static_assert(sizeof(TyXMLDOMNode) == 64);
 
 // Owns every node, piece and attribute of one tree; freeing the tree frees them all at once.
 // Allocation is a pointer bump in blocks growing to 64 MiB. Not thread-safe.
@@ -78,9 +126,15 @@ class PyXMLDOMTree {
 
   // A new zeroed node of Type, not linked anywhere.
   TyXMLDOMNode* NewNode(TyXMLDOMNodeType Type);
-  // Copies of Items in the arena (valid until Clear or destruction).
-  std::span<const TyXMLDOMPiece> CopyPieces(std::span<const TyXMLDOMPiece> Items);
-  std::span<const TyXMLDOMAttribute> CopyAttributes(std::span<const TyXMLDOMAttribute> Items);
+  // Copies of Items in the arena (valid until Clear or destruction); JoinPieces puts Head and
+  // Tail in one array split between them.
+  TyXMLDOMArray<TyXMLDOMPiece> CopyPieces(std::span<const TyXMLDOMPiece> Items);
+  TyXMLDOMArray<TyXMLDOMPiece> JoinPieces(std::span<const TyXMLDOMPiece> Head,
+                                          std::span<const TyXMLDOMPiece> Tail);
+  TyXMLDOMArray<TyXMLDOMAttribute> CopyAttributes(std::span<const TyXMLDOMAttribute> Items);
+  // An array of Count lines whose pieces are not kept (its Head is empty): the common small
+  // counts are shared and take no memory.
+  TyXMLDOMArray<TyXMLDOMPiece> LinesOnly(size_t Count);
   // Frees everything and empties the tree.
   void Clear();
   // Takes over Other's memory (nodes keep their addresses); Other is left empty. For joining
@@ -99,6 +153,8 @@ class PyXMLDOMTree {
 
  private:
   void* Allocate(size_t Bytes, size_t Align);
+  template <typename T>
+  TyXMLDOMArray<T> CopyArray(std::span<const T> Head, std::span<const T> Tail);
 
   struct TyBlock {
     std::byte* Data;

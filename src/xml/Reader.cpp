@@ -57,14 +57,15 @@ std::vector<TyXMLDOMNode*> OpenChain(TyXMLDOMNode* Innermost) {
 // in one pass instead: an error anywhere (the one pass finds the first), a piece start that
 // was not between two constructs, or a join that needs context a piece did not have.
 bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
-                  PyXMLDOMTree& Tree, const std::vector<int64_t>& Starts) {
+                  bool FormatText, bool PreserveVerbatim, PyXMLDOMTree& Tree,
+                  const std::vector<int64_t>& Starts) {
   const size_t n = Starts.size();
   std::vector<std::unique_ptr<PyXMLDOMTree>> trees(n);
   std::vector<std::unique_ptr<CyXMLTreeBuilder>> builders(n);
   for (size_t i = 0; i < n; ++i) {
     if (i > 0) trees[i] = std::make_unique<PyXMLDOMTree>();
     builders[i] = std::make_unique<CyXMLTreeBuilder>(List, i == 0 ? Tree : *trees[i], WordsD,
-                                                     WordsP, i > 0);
+                                                     WordsP, FormatText, PreserveVerbatim, i > 0);
   }
   std::vector<char> failed(n, 0);
   CyTasks::RunAll(static_cast<int>(n), [&](int i) {
@@ -134,16 +135,20 @@ void CyXMLReader::Read(const TxTextList& TextList, TxXMLParser& XMLParser,
 }
 
 int CyXMLReader::Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLParser,
-                                   TyXMLFormattingOptions, TyXMLLayoutOptions,
+                                   TyXMLFormattingOptions XMLFormattingOptions,
+                                   TyXMLLayoutOptions XMLLayoutOptions,
                                    const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
                                    PyXMLDOMTree& XMLDOMTree, int PieceCount,
                                    int64_t MinPieceLines) {
+  const bool formatText = XMLFormattingOptions.Has(TyXMLFormattingOption::xfoFormatText);
+  const bool preserveVerbatim = XMLLayoutOptions.Has(TyXMLLayoutOption::xloPreserveVerbatim);
   XMLDOMTree.Clear();
   const std::vector<int64_t> starts = PieceStarts(TextList, PieceCount, MinPieceLines);
-  if (starts.size() > 1 && ReadInPieces(TextList, WordsD, WordsP, XMLDOMTree, starts))
+  if (starts.size() > 1 && ReadInPieces(TextList, WordsD, WordsP, formatText, preserveVerbatim, XMLDOMTree,
+                                           starts))
     return static_cast<int>(starts.size());
   XMLDOMTree.Clear();
-  CyXMLTreeBuilder builder(TextList, XMLDOMTree, WordsD, WordsP);
+  CyXMLTreeBuilder builder(TextList, XMLDOMTree, WordsD, WordsP, formatText, preserveVerbatim);
   builder.Read(XMLParser, 1, TextList.getCount());
   builder.Finish();
   return 1;

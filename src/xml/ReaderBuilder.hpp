@@ -59,9 +59,18 @@ struct TyXMLReaderItem {
 class CyXMLTreeBuilder {
  public:
   // Piece: the lines read start inside the document (see the file comment).
+  // The pieces of a white-space-only text are kept only where the writer may copy them: in
+  // content written as it stands (no FormatText) or verbatim (preserved, PreserveVerbatim).
   CyXMLTreeBuilder(const TxTextList& List, PyXMLDOMTree& Tree, const CyXMLWordList& WordsD,
-                   const CyXMLWordList& WordsP, bool Piece = false)
-      : List_(List), Tree_(Tree), WordsD_(WordsD), WordsP_(WordsP), Piece_(Piece) {}
+                   const CyXMLWordList& WordsP, bool FormatText, bool PreserveVerbatim,
+                   bool Piece = false)
+      : List_(List),
+        Tree_(Tree),
+        WordsD_(WordsD),
+        WordsP_(WordsP),
+        FormatText_(FormatText),
+        PreserveVerbatim_(PreserveVerbatim),
+        Piece_(Piece) {}
 
   // Reads lines First .. Last, continuing from the state the previous call left.
   void Read(TxXMLParser& Parser, int64_t First, int64_t Last) {
@@ -127,8 +136,8 @@ class CyXMLTreeBuilder {
     throw CyXMLFormatException(kXMLNotWellFormedMessage, Where.Line, Linepos);
   }
 
-  // The source from A to B as one piece per line, copied into the arena.
-  std::span<const TyXMLDOMPiece> Pieces(TyWhere A, TyWhere B) {
+  // The source from A to B as one piece per line, in a reused buffer.
+  std::span<const TyXMLDOMPiece> Source(TyWhere A, TyWhere B) {
     Scratch_.clear();
     for (int64_t line = A.Line; line <= B.Line; ++line) {
       const TyTextUTF16& slice = List_.getItems(line)->TextUTF16;
@@ -136,7 +145,11 @@ class CyXMLTreeBuilder {
       const char16_t* last = line == B.Line ? B.P : slice.getText() + slice.Length;
       Scratch_.push_back({first, static_cast<size_t>(last - first)});
     }
-    return Tree_.CopyPieces(Scratch_);
+    return Scratch_;
+  }
+  // The same copied into the arena.
+  TyXMLDOMArray<TyXMLDOMPiece> Pieces(TyWhere A, TyWhere B) {
+    return Tree_.CopyPieces(Source(A, B));
   }
 
   void Link(TyXMLDOMNode* Node) {
@@ -154,7 +167,10 @@ class CyXMLTreeBuilder {
     if (!Open_ && TextHas_ && !Piece_) Fail(TextStart_);  // character data outside the root
     TyXMLDOMNode* node = NewNode(NT::ntText);
     node->HasText = TextHas_;
-    node->Text = Pieces(TextStart_, End);
+    if (!TextHas_ && FormatText_ && !(PreserveVerbatim_ && Open_ && Open_->PreserveText))
+      node->Pieces = Tree_.LinesOnly(static_cast<size_t>(End.Line - TextStart_.Line + 1));
+    else
+      node->Pieces = Pieces(TextStart_, End);
     Link(node);
   }
 
@@ -184,7 +200,7 @@ class CyXMLTreeBuilder {
           }
           if (!Open_ || Open_->Name() != EndName_) Fail(ConstructStart_);
           if (Open_->Parent && Open_->Parent->PreserveText)  // copied verbatim
-            Open_->EndTag = Pieces(ConstructStart_, after);
+            Open_->Pieces = Tree_.JoinPieces(Open_->Text(), Source(ConstructStart_, after));
           Open_ = Open_->Parent;
           OpenStarts_.pop_back();
           --Depth_;
@@ -260,7 +276,7 @@ class CyXMLTreeBuilder {
       ++inner.P;
     }
     TyXMLDOMNode* node = NewNode(type);
-    node->Text = Pieces(inner, at);
+    node->Pieces = Pieces(inner, at);
     Link(node);
     Construct_ = TyConstruct::None;
   }
@@ -314,11 +330,14 @@ class CyXMLTreeBuilder {
         node->NameCount = NameCount_;
         node->Attributes = Tree_.CopyAttributes(Attributes_);
         // Only an element inside a preserved one is copied as written.
-        if (Open_ && Open_->PreserveText) node->Text = Pieces(ConstructStart_, after);
-        if (empty) {
+        if (Open_ && Open_->PreserveText) {
+          node->TagsAsWritten = true;
+          node->Pieces = Pieces(ConstructStart_, after);
+        } else if (empty) {
           const bool blanks = BlankOpen_ && BlankStart_.Line == Line_;
-          node->CloseSlash = {blanks ? BlankStart_.P : at.P,
-                              static_cast<size_t>(after.P - (blanks ? BlankStart_.P : at.P))};
+          const char16_t* slash = blanks ? BlankStart_.P : at.P;
+          const TyXMLDOMPiece piece{slash, static_cast<size_t>(after.P - slash)};
+          node->Pieces = Tree_.CopyPieces({&piece, 1});
         }
         const std::u16string_view name = node->Name();
         node->PreserveText = WordsD_.Contains(name)   ? false
@@ -352,6 +371,8 @@ class CyXMLTreeBuilder {
   const CyXMLWordList& WordsD_;
   const CyXMLWordList& WordsP_;
 
+  bool FormatText_;
+  bool PreserveVerbatim_;
   bool Piece_;
   std::vector<TyXMLReaderItem> Items_;
   int32_t MaxDepth_ = 0;

@@ -99,7 +99,7 @@ void CyXMLWriter::WriteDelimited(const TyXMLDOMNode& Node) {
     default: throw CyShouldNeverHappenException("CyXMLWriter: unknown node type");
   }
   Out_.WriteString(open);
-  WritePieces(Node.Text);
+  WritePieces(Node.Text());
   Out_.WriteString(close);
 }
 
@@ -156,9 +156,9 @@ bool CyXMLWriter::Begin(const TyXMLDOMNode& Node, int Level, bool InVerbatim) {
   }
   const TyXMLDOMNode* first = Node.FirstChild;
   if (InVerbatim && Node.PreserveText) {  // inside preserved content: tags as written
-    WritePieces(Node.Text);
+    WritePieces(Node.Text());
     if (!first) {
-      WritePieces(Node.EndTag);
+      WritePieces(Node.EndTag());
       return false;
     }
     Stack_.push_back({&Node, first, Level, TyMode::Verbatim, true});
@@ -176,8 +176,8 @@ bool CyXMLWriter::Begin(const TyXMLDOMNode& Node, int Level, bool InVerbatim) {
       } else {
         Out_.WriteString(Layout_.Has(LO::xloEmptyElementAddSpaceBeforeSlash) ? u" />" : u"/>");
       }
-    } else if (!first && !Node.CloseSlash.empty()) {
-      Out_.WriteString(Node.CloseSlash);
+    } else if (!first && !Node.CloseSlash().empty()) {
+      Out_.WriteString(Node.CloseSlash());
     } else {
       Out_.WriteString(u">");
       WriteEndTag(Node);
@@ -215,19 +215,19 @@ void CyXMLWriter::WriteChild(const TyXMLDOMNode& Child) {
       Out_.WriteString(u" ");
       return;
     }
-    if (BeginsBlank(Child.Text)) Out_.WriteString(u" ");
-    WriteNormalised(Child.Text);
-    if (EndsBlank(Child.Text)) Out_.WriteString(u" ");
+    if (BeginsBlank(Child.Text())) Out_.WriteString(u" ");
+    WriteNormalised(Child.Text());
+    if (EndsBlank(Child.Text())) Out_.WriteString(u" ");
     return;
   }
   if (Child.HasText) {
-    if (BeginsBlank(Child.Text)) LineBreak(level + 1);
-    WriteNormalised(Child.Text);
-    if (EndsBlank(Child.Text)) LineBreak(next ? level + 1 : level);
+    if (BeginsBlank(Child.Text())) LineBreak(level + 1);
+    WriteNormalised(Child.Text());
+    if (EndsBlank(Child.Text())) LineBreak(next ? level + 1 : level);
     return;
   }
   // White space only: keeps the blank lines of the source unless they are removed.
-  const size_t lines = Child.Text.size();
+  const size_t lines = Child.LineCount();
   if (!Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines))
     for (size_t i = 2; i < lines; ++i) Out_.WriteString(u"\r\n");
   if (!next)
@@ -271,7 +271,7 @@ void CyXMLWriter::WriteOpen(size_t Base) {
     if (!f.Next) {
       const TyXMLDOMNode& element = *f.Element;
       if (f.VerbatimTags)
-        WritePieces(element.EndTag);
+        WritePieces(element.EndTag());
       else
         WriteEndTag(element);
       Stack_.pop_back();
@@ -293,8 +293,8 @@ void CyXMLWriter::WriteTopLevel(const TyXMLDOMNode* First, bool Written) {
   size_t blankLines = 0;
   for (const TyXMLDOMNode* n = First; n; n = n->NextSibling) {
     if (n->Type_ == NT::ntText) {  // white space: the reader refuses text outside the root
-      if (Written && !Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines) && n->Text.size() > 2)
-        blankLines = n->Text.size() - 2;
+      if (Written && !Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines) && n->LineCount() > 2)
+        blankLines = n->LineCount() - 2;
       continue;
     }
     if (Written) {

@@ -48,27 +48,31 @@ void CheckLinks(const PyXMLDOMTree& Tree) {
   }
 }
 
+// Read and written under the usual choices (white space between children dropped where it is
+// never written) and under "leave everything" (all of it kept).
 TyOutcome Read(const std::string& Utf8, int Pieces) {
   TxTextList list;
   list.LoadFromText__PARALLEL__(ToUTF16(Utf8), 1);
   const CyXMLWordList wordsD(u"fmt"), wordsP(u"pre");
   TyOutcome outcome;
-  PyXMLDOMTree tree;
-  TxXMLParser parser;
-  try {
-    outcome.PiecesJoined =
-        CyXMLReader::Read__PARALLEL__(list, parser, {}, {}, wordsD, wordsP, tree, Pieces, 1);
-  } catch (const CyXMLFormatException& error) {
-    outcome.Refused = {error.Line, error.Linepos};
-    return outcome;
+  const std::pair<uint32_t, uint32_t> choices[] = {{0x1F, 0x19}, {0, 0x08}};
+  for (const auto& [formatting, layout] : choices) {
+    const auto f = TyXMLFormattingOptions::FromBits(formatting);
+    const auto l = TyXMLLayoutOptions::FromBits(layout);
+    PyXMLDOMTree tree;
+    TxXMLParser parser;
+    try {
+      outcome.PiecesJoined =
+          CyXMLReader::Read__PARALLEL__(list, parser, f, l, wordsD, wordsP, tree, Pieces, 1);
+    } catch (const CyXMLFormatException& error) {
+      outcome.Refused = {error.Line, error.Linepos};
+      return outcome;
+    }
+    CheckLinks(tree);
+    CyXMLWriterStringOutputStream out;
+    CyXMLWriter(out, f, l, u"", u"  ").WriteDocument(tree);
+    outcome.Formatted += out.getText();
   }
-  CheckLinks(tree);
-  CyXMLWriterStringOutputStream out;
-  CyXMLWriter(out, TyXMLFormattingOptions::FromBits(0x1F), TyXMLLayoutOptions::FromBits(0x19),
-              u"", u"  ")
-      .WriteDocument(tree);
-  CyXMLWriter(out, {}, TyXMLLayoutOptions::FromBits(0x08), u"", u"  ").WriteDocument(tree);
-  outcome.Formatted = std::move(out.getText());
   return outcome;
 }
 
