@@ -35,7 +35,7 @@ class CyXMLFormatter {
   // source's last line is empty (it ended with a line end). Raises CyXMLFormatException
   // ("Cannot format document because it's not well-formed." with line and position) before
   // writing anything when the document is refused. Linear in the text's length; the tree
-  // takes 112 bytes per node plus 16 per source line a node touches. Not thread-safe;
+  // takes 64 bytes per node plus 16 per source line a node keeps. Not thread-safe;
   // TextList must not change meanwhile.
   static void Format(const TxTextList& TextList, TxXMLParser& XMLParser,
                      std::u16string_view ExtraIndent, IyXMLWriterOutputStream& OutputStream,
