@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "common/Exception.hpp"
+#include "common/Utf.hpp"
 
 namespace xylem {
 
@@ -36,6 +37,7 @@ CyTextFileWriter::CyTextFileWriter(const TyTextFileFormat& Format, std::string N
       newline_(Format.Newline),
       encodingName_(Format.Encoding.getName()),
       canFail_(!Format.Encoding.IsUnicode()),  // only these meet unwritable characters
+      utf8_(Format.Encoding.getCodePage() == kCodePageUTF8),
       name_(std::move(Name)),
       bytes_(encoder_.getMark(Format.HasBOM)) {}
 
@@ -77,15 +79,19 @@ void CyTextFileWriter::PutNewline() { Put(newline_); }
 
 void CyTextFileWriter::putLarge(std::u16string_view Text) {
   while (!Text.empty()) {
-    const size_t room = kBufferUnits - used_;
-    if (room == 0) {
-      drain(false);
+    if (used_ == 0 && Text.size() >= kBufferUnits) {
+      // Encoded where it stands, a buffer's worth at a time, no pair split at the end.
+      size_t count = kBufferUnits;
+      if (IsHighSurrogate(Text[count - 1])) --count;
+      emit(Text.substr(0, count));
+      Text.remove_prefix(count);
       continue;
     }
-    const size_t count = std::min(room, Text.size());
+    const size_t count = std::min(kBufferUnits - used_, Text.size());
     std::char_traits<char16_t>::copy(buffer_ + used_, Text.data(), count);
     used_ += count;
     Text.remove_prefix(count);
+    if (used_ == kBufferUnits) drain(false);
   }
 }
 
@@ -93,23 +99,39 @@ void CyTextFileWriter::drain(bool Final) {
   // A pair split by the buffer's end is encoded whole with the next buffer.
   size_t count = used_;
   if (!Final && count > 0 && IsHighSurrogate(buffer_[count - 1])) --count;
+  emit(std::u16string_view(buffer_, count));
+  std::char_traits<char16_t>::move(buffer_, buffer_ + count, used_ - count);
+  used_ -= count;
+}
+
+void CyTextFileWriter::emit(std::u16string_view Text) {
+  if (utf8_) {
+    // The common case in one pass into a fixed buffer: no measuring, no zero-filled string.
+    if (encoded_.size() < Text.size() * 3) encoded_.resize(Text.size() * 3);
+    const size_t bytes = EncodeUTF8(Text, encoded_.data());
+    unitsDrained_ += Text.size();
+    if (memory_) {
+      memory_->append(encoded_.data(), bytes);
+      return;
+    }
+    if (!bytes_.empty()) writeBytes();  // the mark
+    writeAll({encoded_.data(), bytes});
+    return;
+  }
   std::string& out = memory_ ? *memory_ : bytes_;
-  const std::u16string_view text(buffer_, count);
-  const size_t bad = encoder_.Encode(text, out);
+  const size_t bad = encoder_.Encode(Text, out);
   if (bad != std::u16string_view::npos) {
-    countLines(text.substr(0, bad));
+    countLines(Text.substr(0, bad));
     char code[16];
-    std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned>(text[bad]));
+    std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned>(Text[bad]));
     throw CyException("Line " + std::to_string(line_) + ", position " +
                           std::to_string(unitsDrained_ + bad - lineStart_ + 1) +
                           ": the character " + code + " cannot be written in the encoding " +
                           encodingName_ + ".",
                       kErrorUnrepresentable);
   }
-  if (canFail_) countLines(text);
-  unitsDrained_ += count;
-  std::char_traits<char16_t>::move(buffer_, buffer_ + count, used_ - count);
-  used_ -= count;
+  if (canFail_) countLines(Text);
+  unitsDrained_ += Text.size();
   if (!memory_) writeBytes();
 }
 

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/TextSink.hpp"
 #include "text/Converter.hpp"
@@ -40,7 +41,7 @@ class CyTextFileWriter : public IyTextSink {
   // right line). Throws CyException 22 naming the line and position of a character the encoding cannot
   // represent, 6009 when the destination refuses the bytes.
   void Put(std::u16string_view Text) override {
-    if (Text.size() > kBufferUnits - used_) {
+    if (Text.size() >= kBufferUnits - used_) {
       putLarge(Text);
       return;
     }
@@ -65,6 +66,8 @@ class CyTextFileWriter : public IyTextSink {
   void putLarge(std::u16string_view Text);
   // Encodes the buffer (holding back a trailing high surrogate unless Final) and writes it.
   void drain(bool Final);
+  // Encodes Text (no split pair at its end unless the text ends there) and writes it out.
+  void emit(std::u16string_view Text);
   // Moves the line count (kept for messages) past Text, the next units to be drained.
   void countLines(std::u16string_view Text);
   void writeBytes();
@@ -75,6 +78,8 @@ class CyTextFileWriter : public IyTextSink {
   std::u16string newline_;
   std::string encodingName_;
   bool canFail_;
+  bool utf8_;
+  std::string encoded_;  // UTF-8 output of one emit
   std::string name_;        // the path or name for messages
   std::string target_;      // the file renamed over (paths only)
   std::string temporary_;   // the temporary file (paths only; empty once renamed)
