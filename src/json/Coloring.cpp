@@ -13,15 +13,9 @@ constexpr std::string_view kNames[] = {
 };
 static_assert(std::size(kNames) == kJSONColoringCategoryCount);
 
-struct TyDefault {
-  C Category;
-  TyColorItem Light;
-  TyColorItem Dark;
-};
-
 // The XML scheme's roles carried over: keys as attribute names, string values as attribute
 // values, punctuation as markup markers, white space as text.
-constexpr TyDefault kDefaults[] = {
+constexpr TyColorDefault<C> kDefaults[] = {
     {C::jcKey, {0xA31515, kNoColor, fsNone}, {0x9CDCFE, kNoColor, fsNone}},
     {C::jcString, {0x0000FF, kNoColor, fsNone}, {0xCE9178, kNoColor, fsNone}},
     {C::jcNumber, {0x098658, kNoColor, fsNone}, {0xB5CEA8, kNoColor, fsNone}},
@@ -37,28 +31,21 @@ inline bool isWhitespace(char16_t c) { return c == u' ' || c == u'\t' || c == u'
 }  // namespace
 
 CyJSONColoring::CyJSONColoring() {
-  for (const TyDefault& d : kDefaults) setItem(d.Category, d.Light);
+  SetDefaults(kDefaults, false);
 }
 
 CyJSONColoring CyJSONColoring::DefaultDark() {
   CyJSONColoring scheme;
-  for (const TyDefault& d : kDefaults) scheme.setItem(d.Category, d.Dark);
+  scheme.SetDefaults(kDefaults, true);
   return scheme;
 }
 
 std::string_view CyJSONColoring::getCategoryName(TyJSONColoringCategory Category) {
-  const auto index = static_cast<size_t>(Category);
-  return index < kJSONColoringCategoryCount ? kNames[index] : std::string_view();
+  return NameOf(kNames, Category);
 }
 
 bool CyJSONColoring::FindCategory(std::string_view Name, TyJSONColoringCategory& Category) {
-  for (size_t i = 0; i < kJSONColoringCategoryCount; ++i) {
-    if (kNames[i] == Name) {
-      Category = static_cast<TyJSONColoringCategory>(i);
-      return true;
-    }
-  }
-  return false;
+  return Find(kNames, Name, Category);
 }
 
 CyJSONTokenColoring::CyJSONTokenColoring(const char16_t* Data, size_t Count)

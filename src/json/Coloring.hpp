@@ -12,7 +12,7 @@
 #include "json/Exception.hpp"
 #include "json/Scanner.hpp"
 // The colour entry and font styles are the ones every scheme shares (header only).
-#include "common/Color.hpp"
+#include "common/ColorScheme.hpp"
 
 namespace xylem {
 
@@ -34,7 +34,7 @@ enum class TyJSONColoringCategory : uint8_t {
 
 inline constexpr unsigned kJSONColoringCategoryCount = 7;
 
-class CyJSONColoring {
+class CyJSONColoring : public CyColorScheme<TyJSONColoringCategory, kJSONColoringCategoryCount> {
  public:
   // The default light scheme, in the XML scheme's palette.
   CyJSONColoring();
@@ -49,20 +49,10 @@ class CyJSONColoring {
   // The category of a display name; false for an unknown name.
   static bool FindCategory(std::string_view Name, TyJSONColoringCategory& Category);
 
-  const TyColorItem& getItem(TyJSONColoringCategory Category) const {
-    return items_[static_cast<size_t>(Category)];
-  }
-  void setItem(TyJSONColoringCategory Category, const TyColorItem& Item) {
-    items_[static_cast<size_t>(Category)] = Item;
-  }
-
 #define XYLEM_X(value, name, getter) \
   const TyColorItem& get##getter() const { return getItem(TyJSONColoringCategory::value); }
   XYLEM_JSON_COLORING_CATEGORIES(XYLEM_X)
 #undef XYLEM_X
-
- private:
-  std::array<TyColorItem, kJSONColoringCategoryCount> items_;
 };
 
 // Cuts a JSON text into stretches of one category each, in order and without gaps: every token

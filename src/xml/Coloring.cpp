@@ -13,15 +13,9 @@ constexpr std::string_view kNames[] = {
 };
 static_assert(std::size(kNames) == kXMLColoringCategoryCount);
 
-struct TyDefault {
-  C Category;
-  TyColorItem Light;
-  TyColorItem Dark;
-};
-
 // Markup in muted blue, names in strong colours, values in brown/orange, comments in green,
 // so that text stays the darkest (light) or brightest (dark) thing on the line.
-constexpr TyDefault kDefaults[] = {
+constexpr TyColorDefault<C> kDefaults[] = {
     {C::xcCDATAMarker, {0x808080, kNoColor, fsBold}, {0x9A9A9A, kNoColor, fsBold}},
     {C::xcCDATAText, {0x000000, 0xF2F2F2, fsNone}, {0xD4D4D4, 0x2A2A2A, fsNone}},
     {C::xcCommentMarker, {0x008000, kNoColor, fsNone}, {0x6A9955, kNoColor, fsNone}},
@@ -56,28 +50,21 @@ static_assert(std::size(kDefaults) == kXMLColoringCategoryCount);
 }  // namespace
 
 CyXMLColoring::CyXMLColoring() {
-  for (const TyDefault& d : kDefaults) setItem(d.Category, d.Light);
+  SetDefaults(kDefaults, false);
 }
 
 CyXMLColoring CyXMLColoring::DefaultDark() {
   CyXMLColoring scheme;
-  for (const TyDefault& d : kDefaults) scheme.setItem(d.Category, d.Dark);
+  scheme.SetDefaults(kDefaults, true);
   return scheme;
 }
 
 std::string_view CyXMLColoring::getCategoryName(TyXMLColoringCategory Category) {
-  const auto index = static_cast<size_t>(Category);
-  return index < kXMLColoringCategoryCount ? kNames[index] : std::string_view();
+  return NameOf(kNames, Category);
 }
 
 bool CyXMLColoring::FindCategory(std::string_view Name, TyXMLColoringCategory& Category) {
-  for (size_t i = 0; i < kXMLColoringCategoryCount; ++i) {
-    if (kNames[i] == Name) {
-      Category = static_cast<TyXMLColoringCategory>(i);
-      return true;
-    }
-  }
-  return false;
+  return Find(kNames, Name, Category);
 }
 
 }  // namespace xylem

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "common/Color.hpp"
+#include "common/ColorScheme.hpp"
 
 namespace xylem {
 
@@ -55,7 +55,7 @@ enum class TyXMLColoringCategory : uint8_t {
 
 inline constexpr unsigned kXMLColoringCategoryCount = 28;
 
-class CyXMLColoring {
+class CyXMLColoring : public CyColorScheme<TyXMLColoringCategory, kXMLColoringCategoryCount> {
  public:
   // The readable default light scheme.
   CyXMLColoring();
@@ -70,20 +70,10 @@ class CyXMLColoring {
   // The category of a display name; false for an unknown name. Linear in the 28 names.
   static bool FindCategory(std::string_view Name, TyXMLColoringCategory& Category);
 
-  const TyColorItem& getItem(TyXMLColoringCategory Category) const {
-    return items_[static_cast<size_t>(Category)];
-  }
-  void setItem(TyXMLColoringCategory Category, const TyColorItem& Item) {
-    items_[static_cast<size_t>(Category)] = Item;
-  }
-
 #define XYLEM_X(value, name, getter) \
   const TyColorItem& get##getter() const { return getItem(TyXMLColoringCategory::value); }
   XYLEM_XML_COLORING_CATEGORIES(XYLEM_X)
 #undef XYLEM_X
-
- private:
-  std::array<TyColorItem, kXMLColoringCategoryCount> items_;
 };
 
 }  // namespace xylem

@@ -13,15 +13,9 @@ constexpr std::string_view kNames[] = {
 };
 static_assert(std::size(kNames) == kXPathColoringCategoryCount);
 
-struct TyDefault {
-  C Category;
-  TyColorItem Light;
-  TyColorItem Dark;
-};
-
 // Foregrounds 0x00RRGGBB; backgrounds stay the view's default except for errors, which need to
 // stand out even where the text colour alone is not noticed.
-constexpr TyDefault kDefaults[] = {
+constexpr TyColorDefault<C> kDefaults[] = {
     {C::xpcText, {0x000000, kNoColor, fsNone}, {0xD4D4D4, kNoColor, fsNone}},
     {C::xpcAVTText, {0x0000FF, kNoColor, fsNone}, {0x9CDCFE, kNoColor, fsNone}},
     {C::xpcAxis, {0x7F0055, kNoColor, fsItalic}, {0xC586C0, kNoColor, fsItalic}},
@@ -72,33 +66,30 @@ constexpr C kByType[] = {
 };
 static_assert(std::size(kByType) == kXPath31TokenTypeCount);
 
-CyXPathColoring MakeDefault(bool Dark) {
-  CyXPathColoring Scheme;
-  for (const TyDefault& D : kDefaults) Scheme.setItem(D.Category, Dark ? D.Dark : D.Light);
-  return Scheme;
-}
-
 }  // namespace
 
 TyXPathColoringCategory XPathColoringCategoryOf(TyXPath31TokenType Type) {
   return size_t(Type) < std::size(kByType) ? kByType[Type] : C::xpcError;
 }
 
-CyXPathColoring CyXPathColoring::DefaultLight() { return MakeDefault(false); }
-CyXPathColoring CyXPathColoring::DefaultDark() { return MakeDefault(true); }
+CyXPathColoring CyXPathColoring::DefaultLight() {
+  CyXPathColoring scheme;
+  scheme.SetDefaults(kDefaults, false);
+  return scheme;
+}
+
+CyXPathColoring CyXPathColoring::DefaultDark() {
+  CyXPathColoring scheme;
+  scheme.SetDefaults(kDefaults, true);
+  return scheme;
+}
 
 std::string_view CyXPathColoring::getCategoryName(TyXPathColoringCategory Category) {
-  size_t Index = static_cast<size_t>(Category);
-  return Index < kXPathColoringCategoryCount ? kNames[Index] : std::string_view();
+  return NameOf(kNames, Category);
 }
 
 bool CyXPathColoring::FindCategory(std::string_view Name, TyXPathColoringCategory& Category) {
-  for (size_t I = 0; I < kXPathColoringCategoryCount; ++I)
-    if (kNames[I] == Name) {
-      Category = static_cast<TyXPathColoringCategory>(I);
-      return true;
-    }
-  return false;
+  return Find(kNames, Name, Category);
 }
 
 }  // namespace xylem

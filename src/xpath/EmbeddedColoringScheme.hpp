@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "xml/Coloring.hpp"
+#include "common/ColorScheme.hpp"
 #include "xpath/Token.hpp"
 
 namespace xylem {
@@ -46,7 +46,7 @@ inline constexpr size_t kXPathColoringCategoryCount = 20;
 TyXPathColoringCategory XPathColoringCategoryOf(TyXPath31TokenType Type);
 
 // A plain value; copying is cheap. Backgrounds default to kNoColor (the view's default).
-class CyXPathColoring {
+class CyXPathColoring : public CyColorScheme<TyXPathColoringCategory, kXPathColoringCategoryCount> {
  public:
   // Readable defaults for a light and for a dark view background.
   static CyXPathColoring DefaultLight();
@@ -56,15 +56,6 @@ class CyXPathColoring {
   static std::string_view getCategoryName(TyXPathColoringCategory Category);
   // The category of a display name; false when there is none.
   static bool FindCategory(std::string_view Name, TyXPathColoringCategory& Category);
-  const TyColorItem& getItem(TyXPathColoringCategory Category) const {
-    return Items_[static_cast<size_t>(Category)];
-  }
-  void setItem(TyXPathColoringCategory Category, const TyColorItem& Item) {
-    Items_[static_cast<size_t>(Category)] = Item;
-  }
-
- private:
-  std::array<TyColorItem, kXPathColoringCategoryCount> Items_{};
 };
 
 }  // namespace xylem
