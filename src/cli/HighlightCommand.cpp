@@ -14,8 +14,10 @@
 #include "cli/HighlightRenderer.hpp"
 #include "cli/InputFile.hpp"
 #include "cli/ProgressBar.hpp"
+#include "xml/Coloring.hpp"
 #include "xml/LineColoring.hpp"
 #include "xpath/EmbeddedColoring.hpp"
+#include "xpath/EmbeddedColoringScheme.hpp"
 #include "xpath/XSLTLineColoring.hpp"
 
 namespace xylem::cli {
@@ -28,25 +30,6 @@ struct TyHighlightArgs {
   bool Ansi = false;
   std::string Theme = "light";
 };
-
-std::vector<TyHighlightStyle> xmlStyles(const CyXMLColoring& Scheme) {
-  std::vector<TyHighlightStyle> styles;
-  for (size_t i = 0; i < kXMLColoringCategoryCount; ++i) {
-    const auto category = static_cast<TyXMLColoringCategory>(i);
-    styles.push_back({HighlightClassName("xml", CyXMLColoring::getCategoryName(category)),
-                      Scheme.getItem(category)});
-  }
-  return styles;
-}
-
-// XPath categories follow the XML ones: style kXMLColoringCategoryCount + category.
-void addXPathStyles(std::vector<TyHighlightStyle>& Styles, const CyXPathColoring& Scheme) {
-  for (size_t i = 0; i < kXPathColoringCategoryCount; ++i) {
-    const auto category = static_cast<TyXPathColoringCategory>(i);
-    Styles.push_back({HighlightClassName("xpath", CyXPathColoring::getCategoryName(category)),
-                      Scheme.getItem(category)});
-  }
-}
 
 // The current token, in pieces by the embedded XPath items that overlap it where it has some.
 void appendToken(CyHighlightRenderer& Renderer, const CyXMLLineColoring& Coloring, int64_t Line) {
@@ -95,8 +78,10 @@ int runHighlight(const TyHighlightArgs& Args) {
   int64_t totalDelta = 0;
   coloring.UpdateAllLines__PARALLEL__(totalDelta);
 
-  std::vector<TyHighlightStyle> styles = xmlStyles(scheme);
-  addXPathStyles(styles, xpathScheme);
+  // XPath categories follow the XML ones: style kXMLColoringCategoryCount + category.
+  std::vector<TyHighlightStyle> styles;
+  AppendHighlightStyles(styles, "xml", scheme);
+  AppendHighlightStyles(styles, "xpath", xpathScheme);
   CyHighlightRenderer renderer(std::move(styles), html, dark, stdout);
   renderer.Begin(input->DisplayName);
   for (int64_t line = 1; line <= input->List.getCount(); ++line) {

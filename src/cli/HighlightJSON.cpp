@@ -12,27 +12,15 @@
 
 namespace xylem::cli {
 
-namespace {
-
-std::vector<TyHighlightStyle> jsonStyles(const CyJSONColoring& Scheme) {
-  std::vector<TyHighlightStyle> styles;
-  for (unsigned i = 0; i < kJSONColoringCategoryCount; ++i) {
-    const auto category = static_cast<TyJSONColoringCategory>(i);
-    styles.push_back({HighlightClassName("json", CyJSONColoring::getCategoryName(category)),
-                      Scheme.getItem(category)});
-  }
-  return styles;
-}
-
-}  // namespace
-
 int HighlightJSON(const TyInputFile& Input, bool Html, bool Dark) {
   // Joined with "\n": the output's line ends, and the scanner then counts the list's lines.
   // A string's buffer ends with the 0 that the scanner needs, so it is scanned in place.
   const std::u16string text = Input.List.getTextItems().getJoined(u"\n", 1, Input.List.getCount());
   const CyJSONColoring scheme =
       Dark ? CyJSONColoring::DefaultDark() : CyJSONColoring::DefaultLight();
-  CyHighlightRenderer renderer(jsonStyles(scheme), Html, Dark, stdout);
+  std::vector<TyHighlightStyle> styles;
+  AppendHighlightStyles(styles, "json", scheme);
+  CyHighlightRenderer renderer(std::move(styles), Html, Dark, stdout);
   renderer.Begin(Input.DisplayName);
 
   constexpr size_t kProgressStep = size_t{1} << 16;

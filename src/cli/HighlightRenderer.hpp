@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "xml/Coloring.hpp"
+#include "common/Color.hpp"
 
 namespace xylem::cli {
 
@@ -19,6 +19,18 @@ struct TyHighlightStyle {
 
 // "Start-tag marker" with prefix "xml" -> "xml-start-tag-marker".
 std::string HighlightClassName(std::string_view Prefix, std::string_view CategoryName);
+
+// Appends a style per category of Scheme (a CyColorScheme with a static getCategoryName), in
+// the categories' order, with class names under Prefix.
+template <typename Scheme>
+void AppendHighlightStyles(std::vector<TyHighlightStyle>& Styles, std::string_view Prefix,
+                           const Scheme& Colors) {
+  for (size_t i = 0; i < Scheme::kCategoryCount; ++i) {
+    const auto category = static_cast<typename Scheme::TyCategory>(i);
+    Styles.push_back({HighlightClassName(Prefix, Scheme::getCategoryName(category)),
+                      Colors.getItem(category)});
+  }
+}
 
 // Collects stretches of text by style and writes them to a stdio stream in blocks of about
 // 1 MiB. Neighbouring stretches of one style become one span (one escape sequence). Not

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "json/Memory.hpp"
 #include "text/TextFile.hpp"
@@ -27,6 +28,17 @@ std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path);
 
 // The message of an exception as one line: the loader's two-line messages joined by a blank.
 std::string OneLine(std::string Message);
+
+// The document's line end judged by the first one in Text (a file's first bytes or
+// characters): CR LF, LF or CR, and CR LF, what a new document gets, when there is none.
+template <typename Char>
+std::u16string FirstNewline(std::basic_string_view<Char> Text) {
+  const Char ends[] = {Char('\r'), Char('\n'), Char(0)};
+  const size_t at = Text.find_first_of(ends);
+  if (at == Text.npos) return u"\r\n";
+  if (Text[at] == Char('\n')) return u"\n";
+  return at + 1 < Text.size() && Text[at + 1] == Char('\n') ? u"\r\n" : u"\r";
+}
 
 // "CR LF", "LF" or "CR".
 const char* NewlineName(std::u16string_view Newline);

@@ -7,7 +7,9 @@
 #include <string_view>
 
 #include "common/Exception.hpp"
+#include "text/ByteOrderMark.hpp"
 #include "text/EncodingDetector.hpp"
+#include "text/InputStream.hpp"
 
 namespace xylem::cli {
 
@@ -15,27 +17,17 @@ namespace {
 
 // The mark, as the JSON decoder reads it: UTF-16 by its mark, UTF-8 otherwise.
 TyTextFileFormat FormatByMark(const std::string& Path) {
-  unsigned char head[3] = {0, 0, 0};
-  std::ifstream(Path, std::ios::binary).read(reinterpret_cast<char*>(head), 3);
+  uint8_t head[3] = {0, 0, 0};
+  std::ifstream file(Path, std::ios::binary);
+  file.read(reinterpret_cast<char*>(head), sizeof(head));
+  CyRewindableInputStream stream(head, static_cast<size_t>(file.gcount()));
+  std::string mark;
+  CyBOMDetector::RewindAndSkipBOM(stream, mark);
   TyTextFileFormat format;
-  if (head[0] == 0xFF && head[1] == 0xFE) {
-    format.Encoding = CyEncoding::UTF16LE();
-    format.HasBOM = true;
-  } else if (head[0] == 0xFE && head[1] == 0xFF) {
-    format.Encoding = CyEncoding::UTF16BE();
-    format.HasBOM = true;
-  } else {
-    format.HasBOM = head[0] == 0xEF && head[1] == 0xBB && head[2] == 0xBF;
-  }
+  format.HasBOM = !mark.empty();
+  if (mark == "UTF-16LE") format.Encoding = CyEncoding::UTF16LE();
+  if (mark == "UTF-16BE") format.Encoding = CyEncoding::UTF16BE();
   return format;
-}
-
-// The first line end of Text, or CR LF (what a new document gets) when it has none.
-std::u16string FirstNewline(std::u16string_view Text) {
-  const size_t at = Text.find_first_of(u"\r\n");
-  if (at == std::u16string_view::npos) return u"\r\n";
-  if (Text[at] == u'\n') return u"\n";
-  return at + 1 < Text.size() && Text[at + 1] == u'\n' ? u"\r\n" : u"\r";
 }
 
 }  // namespace
@@ -70,21 +62,11 @@ bool RefusedAsBinary(const TyInputFile& Input) {
 
 std::shared_ptr<const CyJSONMemory> JSONMemoryOf(const TyInputFile& Input) {
   if (Input.JSON) return Input.JSON;
-  const TxTextList& list = Input.List;
-  const std::u16string_view newline = Input.Format.Newline;
-  const int64_t count = list.getCount();
-  size_t total = 0;
-  for (int64_t line = 1; line <= count; ++line) total += list.getLine(line).size();
-  if (count > 1) total += static_cast<size_t>(count - 1) * newline.size();
+  const TxTextItems& items = Input.List.getTextItems();
+  const int64_t count = Input.List.getCount();
+  const size_t total = items.getJoinedLength(Input.Format.Newline, 1, count);
   auto buffer = std::make_unique_for_overwrite<char16_t[]>(total + 1);
-  char16_t* at = buffer.get();
-  for (int64_t line = 1; line <= count; ++line) {
-    if (line > 1) at = std::copy(newline.begin(), newline.end(), at);
-    const std::u16string_view text = list.getLine(line);
-    std::memcpy(at, text.data(), text.size() * sizeof(char16_t));
-    at += text.size();
-  }
-  *at = 0;
+  *items.JoinInto(Input.Format.Newline, 1, count, buffer.get()) = 0;
   return std::make_shared<const CyJSONMemory>(CyJSONMemory::Adopt(std::move(buffer), total));
 }
 

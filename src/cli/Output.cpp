@@ -37,13 +37,8 @@ bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlac
 
 bool WriteResult(const TyInputFile& Input, const TxTextList& Result, bool InPlace, bool ToStdout) {
   if (!InPlace && !ToStdout) return true;
-  return WriteStreamed(Input, InPlace, [&Result](CyTextFileWriter& Out) {
-    const int64_t count = Result.getCount();
-    for (int64_t line = 1; line <= count; ++line) {
-      if (line > 1) Out.PutNewline();
-      Out.Put(Result.getLine(line));
-    }
-  });
+  return WriteStreamed(Input, InPlace,
+                       [&Result](CyTextFileWriter& Out) { PutTextList(Result, Out); });
 }
 
 }  // namespace xylem::cli

@@ -64,10 +64,7 @@ std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
     return std::nullopt;  // the text model's load reports it
   }
   if (format.HasBOM || format.Encoding.getCodePage() != kCodePageUTF8) return std::nullopt;
-  // The newline the loader would choose from the first line end (CR LF when there is none).
-  const size_t at = head.find_first_of("\r\n");
-  if (at != std::string::npos)
-    format.Newline = head[at] == '\n' ? u"\n" : at + 1 < head.size() && head[at + 1] == '\n' ? u"\r\n" : u"\r";
+  format.Newline = FirstNewline(std::string_view(head));
   return format;
 }
 

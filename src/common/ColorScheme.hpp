@@ -24,6 +24,9 @@ struct TyColorDefault {
 template <typename Category, size_t Count>
 class CyColorScheme {
  public:
+  using TyCategory = Category;
+  static constexpr size_t kCategoryCount = Count;
+
   const TyColorItem& getItem(Category Which) const { return items_[static_cast<size_t>(Which)]; }
   void setItem(Category Which, const TyColorItem& Item) {
     items_[static_cast<size_t>(Which)] = Item;

@@ -91,16 +91,6 @@ std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
                                                  Encoding, ErrorHandler, PieceCount, AfterDecode);
 }
 
-// Streams every line of List, with Newline between lines, into Out and commits it.
-void writeLines(const TxTextList& List, CyTextFileWriter& Out) {
-  const int64_t count = List.getCount();
-  for (int64_t line = 1; line <= count; ++line) {
-    if (line > 1) Out.PutNewline();
-    Out.Put(List.getLine(line));
-  }
-  Out.Commit();
-}
-
 }  // namespace
 
 std::u16string TxTextList::LoadFromDataEncoded__PARALLEL__(const uint8_t* Data, size_t Size,
@@ -141,14 +131,16 @@ std::string TxTextList::getEncoded(const CyEncoding& Encoding, bool WithBOM,
                                    std::u16string_view Newline) const {
   std::string bytes;
   CyTextFileWriter out(bytes, {Encoding, WithBOM, false, std::u16string(Newline)});
-  writeLines(*this, out);
+  PutTextList(*this, out);
+  out.Commit();
   return bytes;
 }
 
 void TxTextList::SaveToURL(const std::string& Path, const CyEncoding& Encoding, bool WithBOM,
                            std::u16string_view Newline) const {
   CyTextFileWriter out(Path, {Encoding, WithBOM, false, std::u16string(Newline)});
-  writeLines(*this, out);
+  PutTextList(*this, out);
+  out.Commit();
 }
 
 TyTextFileFormat LoadTextFile(const std::string& Path, TxTextList& List,

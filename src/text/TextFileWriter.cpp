@@ -216,4 +216,12 @@ void CyTextFileWriter::failed(int Error) const {
                     kErrorFileWrite);
 }
 
+void PutTextList(const TxTextList& List, CyTextFileWriter& Out) {
+  const int64_t count = List.getCount();
+  for (int64_t line = 1; line <= count; ++line) {
+    if (line > 1) Out.PutNewline();
+    Out.Put(List.getLine(line));
+  }
+}
+
 }  // namespace xylem

@@ -93,4 +93,7 @@ class CyTextFileWriter : public IyTextSink {
   char16_t buffer_[kBufferUnits];
 };
 
+// Puts every line of List into Out, the format's newline between lines (none after the last).
+void PutTextList(const TxTextList& List, CyTextFileWriter& Out);
+
 }  // namespace xylem

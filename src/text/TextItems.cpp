@@ -154,38 +154,33 @@ void TxTextItems::ConvertOffsetToLineLinepos(std::u16string_view Newline, int64_
   Linepos = count_ ? static_cast<int64_t>(getLastItem()->TextUTF16.Length) + 1 : 1;
 }
 
-namespace {
-
-// Writes lines FirstLine .. LastLine joined by Newline into Out (sized by the caller).
-char16_t* joinInto(const TxTextItems& Items, std::u16string_view Newline, int64_t FirstLine,
-                   int64_t LastLine, char16_t* Out) {
+char16_t* TxTextItems::JoinInto(std::u16string_view Newline, int64_t FirstLine, int64_t LastLine,
+                                char16_t* Out) const {
   for (int64_t line = FirstLine; line <= LastLine; ++line) {
     if (line > FirstLine) Out = std::copy(Newline.begin(), Newline.end(), Out);
-    const TyTextUTF16& text = Items.getItems(line)->TextUTF16;
+    const TyTextUTF16& text = getItems(line)->TextUTF16;
     if (text.Length) Out = std::copy(text.Text, text.Text + text.Length, Out);
   }
   return Out;
 }
 
-}  // namespace
+size_t TxTextItems::getJoinedLength(std::u16string_view Newline, int64_t FirstLine,
+                                    int64_t LastLine) const {
+  if (FirstLine > LastLine) return 0;
+  return static_cast<size_t>(getTextCount(FirstLine, LastLine) +
+                             (LastLine - FirstLine) * static_cast<int64_t>(Newline.size()));
+}
 
 std::u16string TxTextItems::getJoined(std::u16string_view Newline, int64_t FirstLine,
                                       int64_t LastLine) const {
-  if (FirstLine > LastLine) return {};
-  const int64_t size = getTextCount(FirstLine, LastLine) +
-                       (LastLine - FirstLine) * static_cast<int64_t>(Newline.size());
-  std::u16string joined(static_cast<size_t>(size), u'\0');
-  joinInto(*this, Newline, FirstLine, LastLine, joined.data());
+  std::u16string joined(getJoinedLength(Newline, FirstLine, LastLine), u'\0');
+  if (!joined.empty()) JoinInto(Newline, FirstLine, LastLine, joined.data());
   return joined;
 }
 
 std::string TxTextItems::getFIFOUTF16LE(bool WithBOM, std::u16string_view Newline,
                                         int64_t FirstLine, int64_t LastLine) const {
-  const size_t units =
-      FirstLine > LastLine
-          ? 0
-          : static_cast<size_t>(getTextCount(FirstLine, LastLine) +
-                                (LastLine - FirstLine) * static_cast<int64_t>(Newline.size()));
+  const size_t units = getJoinedLength(Newline, FirstLine, LastLine);
   const size_t mark = WithBOM ? 2 : 0;
   std::string bytes(mark + units * 2, '\0');
   if (WithBOM) bytes[0] = '\xFF', bytes[1] = '\xFE';

@@ -111,6 +111,11 @@ class TxTextItems {
                              int64_t LastLine) const;
   // The same lines joined as a UTF-16 string.
   std::u16string getJoined(std::u16string_view Newline, int64_t FirstLine, int64_t LastLine) const;
+  // The length of that string, and the string written to Out (which has room for it); returns
+  // the end of what was written. For callers that own their buffer (a NUL-terminated copy).
+  size_t getJoinedLength(std::u16string_view Newline, int64_t FirstLine, int64_t LastLine) const;
+  char16_t* JoinInto(std::u16string_view Newline, int64_t FirstLine, int64_t LastLine,
+                     char16_t* Out) const;
 
  private:
   TxItem* data() const { return static_cast<TxItem*>(block_.getData()); }

@@ -261,8 +261,7 @@ void CyXMLWriter::WriteNode(const TyXMLDOMNode& Node, int Indent) {
 }
 
 void CyXMLWriter::WriteOpen(size_t Base) {
-  const size_t base = Base;
-  while (Stack_.size() > base) {
+  while (Stack_.size() > Base) {
     TyFrame& f = Stack_.back();
     if (f.Next == Stop_ && Stop_) {
       Stopped_ = true;
@@ -275,7 +274,7 @@ void CyXMLWriter::WriteOpen(size_t Base) {
       else
         WriteEndTag(element);
       Stack_.pop_back();
-      if (Stack_.size() > base) After(element);
+      if (Stack_.size() > Base) After(element);
       continue;
     }
     const TyXMLDOMNode& child = *f.Next;

@@ -28,6 +28,10 @@ TEST(FormatCommand, DialogChoicesAndInPlaceKeepTheFileForm) {
   TyToolResult result = RunTool("format -i --indent 1 '" + utf16 + "'");
   EXPECT_EQ(result.ExitCode, 0) << result.Err;
   EXPECT_EQ(folder.Read("u.xml"), UTF16LEWithMark("<a>\n <b/>\n</a>\n"));
+  // JSON read straight from its bytes keeps its UTF-16 mark and CR LF too.
+  folder.Write("u.json", UTF16LEWithMark("[1,\r\n2]\r\n"));
+  RunTool("format -i '" + folder.Path("u.json") + "'");
+  EXPECT_EQ(folder.Read("u.json"), UTF16LEWithMark("[\r\n    1,\r\n    2\r\n]\r\n"));
 
   const std::string json = folder.Write("j.json", "{\"a\":[1,{}]}\n");
   result = RunTool("format '" + json + "'");
@@ -47,6 +51,16 @@ TEST(FormatCommand, BrokenDocumentsAreReportedAndLeftUntouched) {
   EXPECT_EQ(result.ExitCode, 1);
   EXPECT_EQ(result.Out.rfind(json + ":1:4: error:", 0), 0u) << result.Out;
   EXPECT_EQ(folder.Read("bad.json"), "[1,]");
+
+  // A .json file is read straight from its bytes; a NUL still makes it a binary file (exit 2),
+  // for check as for format, and it is left untouched.
+  const std::string binary = folder.Write("bin.json", std::string("[1,\0]", 5));
+  for (const char* command : {"format -i '", "check '"}) {
+    result = RunTool(command + binary + "'");
+    EXPECT_EQ(result.ExitCode, 2) << command;
+    EXPECT_NE(result.Err.find("does not support binary files"), std::string::npos) << result.Err;
+  }
+  EXPECT_EQ(folder.Read("bin.json"), std::string("[1,\0]", 5));
 
   result = RunTool("format --empty sideways '" + json + "'");
   EXPECT_EQ(result.ExitCode, 2);
