@@ -117,7 +117,6 @@ void PyXMLDOMTree::Clear() {
   Left_ = 0;
   NextBlock_ = 0;
   First_ = Last_ = nullptr;
-  PieceStarts_.clear();
 }
 
 CyXMLWordList::CyXMLWordList(std::u16string_view Joined) {

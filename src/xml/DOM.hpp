@@ -78,6 +78,13 @@ struct TyXMLDOMAttribute {
   bool MultiLine = false;  // its text spans several source lines
 };
 
+// An attribute as the writer reads it: from the tree or straight from the scanner.
+struct TyXMLAttributeSource {
+  std::span<const TyXMLDOMPiece> Text;
+  bool SameLine = false;
+  bool MultiLine = false;
+};
+
 // 64 bytes: big documents have tens of millions of nodes.
 struct TyXMLDOMNode {
   TyXMLDOMNode* Parent = nullptr;
@@ -146,10 +153,6 @@ class PyXMLDOMTree {
   TyXMLDOMNode* getLast() const { return Last_; }
   void setFirst(TyXMLDOMNode* Node) { First_ = Node; }
   void setLast(TyXMLDOMNode* Node) { Last_ = Node; }
-  // Elements inside the root element where pieces of a parallel read began (the first of each
-  // piece), in document order: places where writing can be cut to write parts at once.
-  const std::vector<const TyXMLDOMNode*>& getPieceStarts() const { return PieceStarts_; }
-  void addPieceStart(const TyXMLDOMNode* Node) { PieceStarts_.push_back(Node); }
 
  private:
   void* Allocate(size_t Bytes, size_t Align);
@@ -166,7 +169,6 @@ class PyXMLDOMTree {
   size_t NextBlock_ = 0;  // size of the block allocated last
   TyXMLDOMNode* First_ = nullptr;
   TyXMLDOMNode* Last_ = nullptr;
-  std::vector<const TyXMLDOMNode*> PieceStarts_;
 };
 
 enum class TyXMLFormattingOption : uint8_t {

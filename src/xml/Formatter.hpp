@@ -49,12 +49,17 @@ class CyXMLFormatter {
   // The formatted text of Text (any line ends) as one string with CR LF line breaks.
   static std::u16string FormatText(std::u16string_view Text, std::u16string_view ExtraIndent,
                                    const TyXMLFormatterChoices& Choices);
-  // Format for a whole file written in Format (its encoding): a big document is read in
-  // parallel pieces and written in as many parts at once, each part after the first into a
-  // temporary file that is appended to Out in order. Out is not committed here.
-  static void FormatToFile__PARALLEL__(const TxTextList& TextList, CyTextFileWriter& Out,
-                                       const TyTextFileFormat& Format,
-                                       const TyXMLFormatterChoices& Choices);
+  // Format for a whole file written in Format (its encoding), without a tree: a first pass
+  // finds which elements have text, a second writes each node as it is read. A big document is
+  // cut into pieces (as Read__PARALLEL__ cuts it) scanned and written at once, each part into
+  // a temporary file appended to Out in order. A refusal (CyXMLFormatException, as Format's)
+  // comes before anything is written to Out; Out is not committed here. Returns the number of
+  // parts written (1: the document went through one pass of each kind). Memory: the source
+  // plus a byte per element.
+  static int FormatToFile__PARALLEL__(const TxTextList& TextList, CyTextFileWriter& Out,
+                                      const TyTextFileFormat& Format,
+                                      const TyXMLFormatterChoices& Choices, int PieceCount = 0,
+                                      int64_t MinPieceLines = 20000);
 };
 
 }  // namespace xylem

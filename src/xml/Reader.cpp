@@ -12,6 +12,7 @@ namespace {
 
 using detail::CyXMLTreeBuilder;
 using detail::NT;
+using TyTreeScanner = detail::CyXMLNodeScanner<CyXMLTreeBuilder>;
 
 // How far past an even cut a piece start is looked for.
 constexpr int64_t kPieceStartSearchLines = 4096;
@@ -26,8 +27,10 @@ bool IsPieceStart(const TxTextList& List, int64_t Line) {
   return first != std::u16string_view::npos && line[first] == u'<';
 }
 
-// First lines of the pieces (the first is line 1); one piece when the document is small.
-std::vector<int64_t> PieceStarts(const TxTextList& List, int PieceCount, int64_t MinPieceLines) {
+}  // namespace
+
+std::vector<int64_t> detail::XMLPieceStarts(const TxTextList& List, int PieceCount,
+                                            int64_t MinPieceLines) {
   const int64_t count = List.getCount();
   if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
   PieceCount = static_cast<int>(std::min<int64_t>(PieceCount, count / std::max<int64_t>(MinPieceLines, 1)));
@@ -44,6 +47,8 @@ std::vector<int64_t> PieceStarts(const TxTextList& List, int PieceCount, int64_t
   }
   return starts;
 }
+
+namespace {
 
 // The elements open at a piece's end, outermost first (read before the piece is joined, while
 // the chain still ends at the piece's top level).
@@ -62,18 +67,20 @@ bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyX
   const size_t n = Starts.size();
   std::vector<std::unique_ptr<PyXMLDOMTree>> trees(n);
   std::vector<std::unique_ptr<CyXMLTreeBuilder>> builders(n);
+  std::vector<std::unique_ptr<TyTreeScanner>> scanners(n);
   for (size_t i = 0; i < n; ++i) {
     if (i > 0) trees[i] = std::make_unique<PyXMLDOMTree>();
-    builders[i] = std::make_unique<CyXMLTreeBuilder>(List, i == 0 ? Tree : *trees[i], WordsD,
-                                                     WordsP, FormatText, PreserveVerbatim, i > 0);
+    builders[i] = std::make_unique<CyXMLTreeBuilder>(i == 0 ? Tree : *trees[i], FormatText,
+                                                     PreserveVerbatim, i > 0);
+    scanners[i] = std::make_unique<TyTreeScanner>(List, *builders[i], WordsD, WordsP, i > 0);
   }
   std::vector<char> failed(n, 0);
   CyTasks::RunAll(static_cast<int>(n), [&](int i) {
     const size_t k = static_cast<size_t>(i);
     TxXMLParser parser;
     try {
-      builders[k]->Read(parser, Starts[k], k + 1 < n ? Starts[k + 1] - 1 : List.getCount());
-      if (k + 1 == n) builders[k]->Finish();
+      scanners[k]->Read(parser, Starts[k], k + 1 < n ? Starts[k + 1] - 1 : List.getCount());
+      if (k + 1 == n) scanners[k]->Finish();
     } catch (const CyXMLFormatException&) {
       failed[k] = 1;
     }
@@ -82,17 +89,16 @@ bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyX
     if (f) return false;
 
   std::vector<TyXMLDOMNode*> open = OpenChain(builders[0]->getOpen());
-  bool rootSeen = builders[0]->getRootSeen();
+  bool rootSeen = scanners[0]->getRootSeen();
   for (size_t i = 1; i < n; ++i) {
     const CyXMLTreeBuilder& piece = *builders[i];
-    if (!builders[i - 1]->EndsClean()) return false;
+    if (!scanners[i - 1]->EndsClean()) return false;
     // Preserved content is read differently inside; the piece did not know it was inside.
     for (const TyXMLDOMNode* e : open)
       if (e->PreserveText) return false;
-    if (static_cast<int64_t>(open.size()) + piece.getMaxDepth() > kXMLFormatterMaxDepth)
+    if (static_cast<int64_t>(open.size()) + scanners[i]->getMaxDepth() > kXMLFormatterMaxDepth)
       return false;
     const std::vector<TyXMLDOMNode*> chain = OpenChain(piece.getOpen());
-    bool first = true;
     for (const detail::TyXMLReaderItem& item : piece.getItems()) {
       if (!item.Node) {
         if (open.empty() || open.back()->Name() != item.CloseName) return false;
@@ -109,12 +115,6 @@ bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyX
           if (rootSeen) return false;
           rootSeen = true;
         }
-      }
-      // An element is always visited by the writer (a text may be dropped with its parent's
-      // white space), so it is where writing can be cut.
-      if (first && node.Type_ == NT::ntElement) {
-        if (!open.empty()) Tree.addPieceStart(item.Node);
-        first = false;
       }
       detail::LinkNode(Tree, open.empty() ? nullptr : open.back(), item.Node);
     }
@@ -143,14 +143,15 @@ int CyXMLReader::Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLPa
   const bool formatText = XMLFormattingOptions.Has(TyXMLFormattingOption::xfoFormatText);
   const bool preserveVerbatim = XMLLayoutOptions.Has(TyXMLLayoutOption::xloPreserveVerbatim);
   XMLDOMTree.Clear();
-  const std::vector<int64_t> starts = PieceStarts(TextList, PieceCount, MinPieceLines);
+  const std::vector<int64_t> starts = detail::XMLPieceStarts(TextList, PieceCount, MinPieceLines);
   if (starts.size() > 1 && ReadInPieces(TextList, WordsD, WordsP, formatText, preserveVerbatim, XMLDOMTree,
                                            starts))
     return static_cast<int>(starts.size());
   XMLDOMTree.Clear();
-  CyXMLTreeBuilder builder(TextList, XMLDOMTree, WordsD, WordsP, formatText, preserveVerbatim);
-  builder.Read(XMLParser, 1, TextList.getCount());
-  builder.Finish();
+  CyXMLTreeBuilder builder(XMLDOMTree, formatText, preserveVerbatim, false);
+  TyTreeScanner scanner(TextList, builder, WordsD, WordsP);
+  scanner.Read(XMLParser, 1, TextList.getCount());
+  scanner.Finish();
   return 1;
 }
 

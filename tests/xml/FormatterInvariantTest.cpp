@@ -14,44 +14,14 @@ namespace {
 
 using test::ContentOf;
 using test::FormatXML;
+using test::VariedDocuments;
 
 constexpr uint32_t kVerbatim = 8;
-
-const std::vector<std::string>& Documents() {
-  static const std::vector<std::string> docs = {
-      // one line, every kind of node
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE r [<!ENTITY e \"E&#65;\"><!ELEMENT r "
-      "ANY>]><?xml-stylesheet href=\"s.xsl\" type=\"text/xsl\"?><r xmlns:x=\"urn:x\" a=\"1\"><x:e/>"
-      "<p>Some <b>bold</b> and &e; &#x41;&amp;<i/></p><!-- c --><![CDATA[ <c> ]]><?pi d?><q></q>"
-      "<pre> keep  <b> this </b>\t</pre></r>",
-      // badly indented, blank lines, attributes over several lines
-      "<?xml version=\"1.0\"?>\n\n\n<!-- top -->\n<root\n  id=\"r\"   lang='en'\n>\n"
-      "      <item  n=\"1\"\n    m=\"two\nlines\"  />\n\n\n   <item n=\"2\">  </item>\n"
-      "<text>\n   first line\n\t\tsecond   line  \n</text>\n  <!-- after -->  <x/>\n"
-      "<pre>\n  indented\n    code\n</pre>\n</root>\n\n",
-      // mixed content with line breaks around elements and references
-      "<doc>\n<para>A <em>b</em>, then\n  <strong>c</strong>\n&#169; d.</para>\n<para/>"
-      "<para>  </para><para>x<br/>y</para></doc>",
-      // xml:space and nested preserve
-      "<r><a xml:space=\"preserve\">  1  <b>  2  </b>\n  <c xml:space=\"default\">  <d>3</d>  "
-      "</c>\n</a><pre><pre>  nested </pre>  </pre></r>",
-      // comments and PIs in every position
-      "<r><!-- 1 --><a/><!-- 2 --><?p 3?><!-- 4 -->\n  <!-- 5 --><b>t<!-- 6 --></b>\n\n"
-      "<!-- 7 --></r>\n<!-- tail -->\n<?tail?>",
-      // CDATA and text runs
-      "<r>\n  <c><![CDATA[\nline 1\n   line 2\n]]></c>\n  <t>a<![CDATA[b]]>c</t>\n</r>",
-      // deep, no text
-      "<a><b><c><d><e><f/></e></d></c></b><g><h/><h></h><h> </h></g></a>",
-      // tabs and CR LF line ends
-      "<r>\r\n\t<a\tx=\"1\">\t</a>\r\n\t<b>\tw\t</b>\r\n</r>\r\n",
-  };
-  return docs;
-}
 
 // Formatting twice changes nothing and libxml2 sees the same content, for every formatting
 // set in [First, Last) combined with every layout set.
 void CheckIdempotentAndContentKeeping(uint32_t First, uint32_t Last) {
-  for (const std::string& doc : Documents()) {
+  for (const std::string& doc : VariedDocuments()) {
     std::string error;
     const std::string content = ContentOf(doc, &error);
     ASSERT_TRUE(error.empty()) << error << "\n" << doc;
@@ -79,7 +49,7 @@ TEST(FormatterInvariant, KeepsContentAndIsIdempotentRemovingBlankLines) {
 }
 
 TEST(FormatterInvariant, PreservedElementsSurviveByteForByte) {
-  for (const std::string& source : Documents()) {
+  for (const std::string& source : VariedDocuments()) {
     std::string doc;  // line ends as the writer writes them
     for (size_t i = 0; i < source.size(); ++i)
       if (!(source[i] == '\r' && i + 1 < source.size() && source[i + 1] == '\n')) doc += source[i];

@@ -3,9 +3,22 @@
 // libxml2 view of a document's content for comparing documents before and after formatting.
 
 #include <cstdint>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace xylem::test {
+
+// Documents with every kind of node in every position: one-line, badly indented, mixed
+// content, preserved, comments and PIs, CDATA, deep, tabs and CR LF.
+const std::vector<std::string>& VariedDocuments();
+
+// Lines that end with ">" followed by lines that begin with "<", inside and outside markup,
+// where a document read in pieces may be cut; and a document of Fragments of them picked at
+// random inside a root.
+inline constexpr size_t kFragmentCount = 10;
+extern const char* const kFragments[kFragmentCount];
+std::string RandomFragmentDocument(std::mt19937& Random, int Fragments);
 
 // Formats Text (UTF-8, LF or CR LF line ends) with the option sets given as bits (bit i:
 // value i of the enumeration) and the default word lists. The result has its CR LF line

@@ -11,6 +11,7 @@
 #include "common/Utf.hpp"
 #include "xml/Reader.hpp"
 #include "xml/Writer.hpp"
+#include "FormatterTestSupport.hpp"
 
 namespace xylem {
 
@@ -76,34 +77,13 @@ TyOutcome Read(const std::string& Utf8, int Pieces) {
   return outcome;
 }
 
-// Lines that end with ">" followed by lines that begin with "<", inside and outside markup.
-const char* const kFragments[] = {
-    "<item n=\"1\">\n  <name>a</name>\n</item>\n",
-    "<!-- a comment>\n<that looks like tags -->\n",
-    "<![CDATA[ x>\n<y ]]>\n",
-    "<a t=\"1>\n<2\"/>\n",
-    "<p>text &amp; more>\n<b>bold</b>\n tail</p>\n",
-    "<pre>\n  <keep>  </keep>\n</pre>\n",
-    "<s xml:space=\"preserve\">\n <x>\n </x>\n<fmt>\n<y/>\n</fmt>\n</s>\n",
-    "<?pi a>\n<b?>\n",
-    "<e\n  a=\"1\"\n/>\n",
-    "<deep><deeper>\n<deepest/>\n</deeper></deep>\n",
-};
-
-std::string RandomDocument(std::mt19937& Random, int Fragments) {
-  std::string doc = "<?xml version=\"1.0\"?>\n<root>\n";
-  std::uniform_int_distribution<size_t> pick(0, std::size(kFragments) - 1);
-  for (int i = 0; i < Fragments; ++i) doc += kFragments[pick(Random)];
-  return doc + "</root>\n";
-}
-
 }  // namespace
 
 TEST(ReaderPieces, SameTreeAsOnePassOnAwkwardBoundaries) {
   std::mt19937 random(7);
   int joined = 0;  // reads that really joined pieces rather than falling back to one pass
   for (int round = 0; round < 60; ++round) {
-    const std::string doc = RandomDocument(random, 4 + round % 20);
+    const std::string doc = test::RandomFragmentDocument(random, 4 + round % 20);
     const TyOutcome whole = Read(doc, 1);
     ASSERT_FALSE(whole.Refused) << doc;
     for (int pieces : {2, 3, 5, 8}) {
@@ -115,7 +95,7 @@ TEST(ReaderPieces, SameTreeAsOnePassOnAwkwardBoundaries) {
   EXPECT_GT(joined, 40);
   // Plain records always join.
   std::string plain = "<root>\n";
-  for (int i = 0; i < 50; ++i) plain += kFragments[0];
+  for (int i = 0; i < 50; ++i) plain += test::kFragments[0];
   plain += "</root>\n";
   for (int pieces : {2, 3, 5}) {
     const TyOutcome split = Read(plain, pieces);
@@ -142,7 +122,7 @@ TEST(ReaderPieces, SameRefusalAsOnePass) {
     for (int pieces : {2, 3, 4}) ASSERT_EQ(Read(doc, pieces), whole) << pieces << "\n" << doc;
   }
   for (int round = 0; round < 60; ++round) {
-    std::string doc = RandomDocument(random, 6 + round % 10);
+    std::string doc = test::RandomFragmentDocument(random, 6 + round % 10);
     // Delete one character somewhere after the prolog.
     std::uniform_int_distribution<size_t> at(30, doc.size() - 1);
     doc.erase(at(random), 1);

@@ -1,0 +1,230 @@
+#include "xml/ContentScan.hpp"
+
+#include <algorithm>
+
+namespace xylem::detail {
+
+namespace {
+
+bool IsTagEnd(char16_t c) {
+  return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n' || c == u'/' || c == u'>';
+}
+
+// Where Needle (ASCII, short) starts in [P, End), or End.
+const char16_t* Find(const char16_t* P, const char16_t* End, std::u16string_view Needle) {
+  const std::u16string_view hay(P, static_cast<size_t>(End - P));
+  const size_t at = hay.find(Needle);
+  return at == std::u16string_view::npos ? End : P + at;
+}
+
+bool StartsWith(const char16_t* P, const char16_t* End, std::u16string_view Prefix) {
+  return static_cast<size_t>(End - P) >= Prefix.size() &&
+         std::u16string_view(P, Prefix.size()) == Prefix;
+}
+
+class CyContentScanner {
+ public:
+  explicit CyContentScanner(TyXMLContentPiece& Piece) : Piece_(Piece) {}
+
+  void Line(int64_t Line, const char16_t* P, const char16_t* End) {
+    Line_ = Line;
+    while (P < End) {
+      switch (State_) {
+        case TyState::Content: P = Content(P, End); break;
+        case TyState::StartTag: P = StartTag(P, End); break;
+        case TyState::AttributeValue: {
+          const char16_t* q = std::find(P, End, Quote_);
+          if (q == End) return;
+          State_ = TyState::StartTag;
+          P = q + 1;
+          break;
+        }
+        case TyState::EndTag: {
+          const char16_t* q = std::find(P, End, u'>');
+          if (q == End) return;
+          State_ = TyState::Content;
+          P = q + 1;
+          break;
+        }
+        case TyState::Comment: P = Until(P, End, u"-->"); break;
+        case TyState::CDATA: P = Until(P, End, u"]]>"); break;
+        case TyState::PI: P = Until(P, End, u"?>"); break;
+        case TyState::Doctype: P = Doctype(P, End); break;
+      }
+    }
+  }
+
+  void Finish() {
+    Piece_.EndsInContent = State_ == TyState::Content;
+    for (const TyOpen& open : Open_)
+      Piece_.Open.push_back({open.Ordinal, open.Name, open.Start, open.HasSpace});
+  }
+
+ private:
+  enum class TyState : uint8_t { Content, StartTag, AttributeValue, EndTag, Comment, CDATA, PI, Doctype };
+  struct TyOpen {
+    uint64_t Ordinal;
+    std::u16string_view Name;
+    TyWhere Start;
+    bool HasSpace;
+  };
+
+  const char16_t* Until(const char16_t* P, const char16_t* End, std::u16string_view Close) {
+    const char16_t* q = Find(P, End, Close);
+    if (q == End) return End;
+    State_ = TyState::Content;
+    return q + Close.size();
+  }
+
+  // Text directly inside the innermost open element.
+  void MarkText() {
+    TextMarked_ = true;
+    if (!Open_.empty())
+      Piece_.HasText[Open_.back().Ordinal] = 1;
+    else
+      Piece_.Outer.push_back({});
+  }
+
+  const char16_t* Content(const char16_t* P, const char16_t* End) {
+    if (TextMarked_) {
+      P = std::find(P, End, u'<');
+    } else {
+      for (; P < End && *P != u'<'; ++P)
+        if (*P != u' ' && *P != u'\t' && *P != u'\r' && *P != u'\n') {
+          MarkText();  // a character or a reference's "&"
+          P = std::find(P, End, u'<');
+          break;
+        }
+    }
+    if (P == End) return End;
+    return Markup(P, End);
+  }
+
+  const char16_t* Markup(const char16_t* P, const char16_t* End) {
+    const char16_t next = P + 1 < End ? P[1] : u'\0';
+    if (next == u'/') {
+      const char16_t* name = P + 2;
+      const char16_t* q = name;
+      while (q < End && !IsTagEnd(*q)) ++q;
+      EndTag({name, static_cast<size_t>(q - name)});
+      State_ = TyState::EndTag;
+      return q;
+    }
+    if (next == u'?') {
+      State_ = TyState::PI;
+      return P + 2;
+    }
+    if (next == u'!') {
+      if (StartsWith(P, End, u"<!--")) {
+        State_ = TyState::Comment;
+        return P + 4;
+      }
+      if (StartsWith(P, End, u"<![CDATA[")) {
+        State_ = TyState::CDATA;
+        return P + 9;
+      }
+      State_ = TyState::Doctype;
+      InSubset_ = false;
+      Quote_ = 0;
+      return P + 2;
+    }
+    const char16_t* name = P + 1;
+    const char16_t* q = name;
+    while (q < End && !IsTagEnd(*q)) ++q;
+    const uint64_t ordinal = Piece_.HasText.size();
+    Piece_.HasText.push_back(0);
+    if (Piece_.FirstStart.Line == 0) Piece_.FirstStart = {Line_, P};
+    Open_.push_back({ordinal, {name, static_cast<size_t>(q - name)}, {Line_, P}, false});
+    TextMarked_ = false;
+    State_ = TyState::StartTag;
+    LastInTag_ = 0;
+    return q;
+  }
+
+  void EndTag(std::u16string_view Name) {
+    if (!Open_.empty()) {
+      Open_.pop_back();
+    } else {
+      Piece_.Outer.push_back(Name);
+      if (Piece_.FirstStart.Line == 0) ++Piece_.PopsBeforeFirstStart;
+    }
+    // The parent may already have text; looking again costs one scan of blanks.
+    TextMarked_ = false;
+  }
+
+  const char16_t* StartTag(const char16_t* P, const char16_t* End) {
+    for (; P < End; ++P) {
+      const char16_t c = *P;
+      if (c == u'"' || c == u'\'') {
+        Quote_ = c;
+        State_ = TyState::AttributeValue;
+        LastInTag_ = c;
+        return P + 1;
+      }
+      if (c == u'>') {
+        if (LastInTag_ == u'/') {  // empty element: closed at once
+          Open_.pop_back();
+          TextMarked_ = false;
+        }
+        State_ = TyState::Content;
+        return P + 1;
+      }
+      if (c == u'x' && StartsWith(P, End, u"xml:space")) Open_.back().HasSpace = true;
+      if (c != u' ' && c != u'\t') LastInTag_ = c;
+    }
+    return End;
+  }
+
+  // The DOCTYPE up to its ">", skipping quoted strings and, in the internal subset, comments
+  // and PIs.
+  const char16_t* Doctype(const char16_t* P, const char16_t* End) {
+    for (; P < End; ++P) {
+      const char16_t c = *P;
+      if (Quote_) {
+        if (c == Quote_) Quote_ = 0;
+        continue;
+      }
+      if (c == u'"' || c == u'\'') {
+        Quote_ = c;
+      } else if (c == u'[') {
+        InSubset_ = true;
+      } else if (c == u']') {
+        InSubset_ = false;
+      } else if (InSubset_ && c == u'<' && StartsWith(P, End, u"<!--")) {
+        const char16_t* q = Find(P + 4, End, u"-->");
+        if (q == End) return End;  // comments spanning lines in a subset are not followed
+        P = q + 2;
+      } else if (InSubset_ && c == u'<' && P + 1 < End && P[1] == u'?') {
+        const char16_t* q = Find(P + 2, End, u"?>");
+        if (q == End) return End;
+        P = q + 1;
+      } else if (c == u'>' && !InSubset_) {
+        State_ = TyState::Content;
+        return P + 1;
+      }
+    }
+    return End;
+  }
+
+  TyXMLContentPiece& Piece_;
+  TyState State_ = TyState::Content;
+  int64_t Line_ = 0;
+  std::vector<TyOpen> Open_;
+  bool TextMarked_ = false;  // the innermost element's text is known
+  char16_t Quote_ = 0;
+  char16_t LastInTag_ = 0;
+  bool InSubset_ = false;
+};
+
+}  // namespace
+
+void ScanXMLContent(const TxTextList& List, int64_t First, int64_t Last, TyXMLContentPiece& Piece) {
+  CyContentScanner scanner(Piece);
+  for (int64_t line = First; line <= Last; ++line) {
+    const TyTextUTF16& slice = List.getItems(line)->TextUTF16;
+    scanner.Line(line, slice.getText(), slice.getText() + slice.Length);
+  }
+  scanner.Finish();
+}
+
+}  // namespace xylem::detail

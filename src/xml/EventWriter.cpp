@@ -1,0 +1,358 @@
+#include "xml/EventWriter.hpp"
+
+#include "common/Exception.hpp"
+
+namespace xylem {
+
+namespace {
+
+using NT = TyXMLDOMNodeType;
+using FO = TyXMLFormattingOption;
+using LO = TyXMLLayoutOption;
+
+bool IsTabOrSpace(char16_t c) { return c == u' ' || c == u'\t'; }
+
+bool IsReference(NT Type) { return Type == NT::ntRefChar || Type == NT::ntRefEntity; }
+
+// The source text began / ended with white space (a line break counts).
+bool BeginsBlank(std::span<const TyXMLDOMPiece> p) {
+  return p[0].Count == 0 ? p.size() > 1 : IsTabOrSpace(p[0].P[0]);
+}
+bool EndsBlank(std::span<const TyXMLDOMPiece> p) {
+  const TyXMLDOMPiece& last = p.back();
+  return last.Count == 0 ? p.size() > 1 : IsTabOrSpace(last.P[last.Count - 1]);
+}
+
+std::u16string_view Trimmed(const TyXMLDOMPiece& p) {
+  size_t a = 0, b = p.Count;
+  while (a < b && IsTabOrSpace(p.P[a])) ++a;
+  while (b > a && IsTabOrSpace(p.P[b - 1])) --b;
+  return {p.P + a, b - a};
+}
+
+class CyNullOutputStream final : public IyXMLWriterOutputStream {
+ public:
+  void WriteString(std::u16string_view) override {}
+  void WritePiece(const char16_t*, size_t) override {}
+};
+CyNullOutputStream NullOutput;
+
+}  // namespace
+
+CyXMLEventWriter::CyXMLEventWriter(IyXMLWriterOutputStream& OutputStream,
+                                   TyXMLFormattingOptions XMLFormattingOptions,
+                                   TyXMLLayoutOptions XMLLayoutOptions,
+                                   std::u16string_view ExtraIndent,
+                                   std::u16string_view IndentationUnit, int BaseLevel)
+    : Out_(&OutputStream),
+      Target_(OutputStream),
+      Formatting_(XMLFormattingOptions),
+      Layout_(XMLLayoutOptions),
+      ExtraIndent_(ExtraIndent),
+      Unit_(IndentationUnit),
+      Indents_(ExtraIndent),
+      BaseLevel_(BaseLevel) {}
+
+void CyXMLEventWriter::setMuted(bool Muted) { Out_ = Muted ? &NullOutput : &Target_; }
+
+std::u16string_view CyXMLEventWriter::Indent(int Level) {
+  const size_t need = ExtraIndent_.size() + static_cast<size_t>(Level) * Unit_.size();
+  while (Indents_.size() < need) Indents_ += Unit_;
+  return {Indents_.data(), need};
+}
+
+void CyXMLEventWriter::LineBreak(int Level) {
+  Out_->WriteString(u"\r\n");
+  Out_->WriteString(Indent(Level));
+}
+
+void CyXMLEventWriter::WritePieces(std::span<const TyXMLDOMPiece> Pieces) {
+  for (size_t i = 0; i < Pieces.size(); ++i) {
+    if (i > 0) Out_->WriteString(u"\r\n");
+    Out_->WritePiece(Pieces[i].P, Pieces[i].Count);
+  }
+}
+
+// Each line trimmed of tabs and spaces, runs of them inside a line made one space, the
+// non-empty lines joined with one space.
+void CyXMLEventWriter::WriteNormalised(std::span<const TyXMLDOMPiece> Pieces) {
+  Scratch_.clear();
+  for (const TyXMLDOMPiece& piece : Pieces) {
+    const std::u16string_view line = Trimmed(piece);
+    if (line.empty()) continue;
+    if (!Scratch_.empty()) Scratch_ += u' ';
+    for (size_t i = 0; i < line.size(); ++i) {
+      if (IsTabOrSpace(line[i])) {
+        while (IsTabOrSpace(line[i + 1])) ++i;  // the line ends in a non-blank
+        Scratch_ += u' ';
+      } else {
+        Scratch_ += line[i];
+      }
+    }
+  }
+  Out_->WriteString(Scratch_);
+}
+
+void CyXMLEventWriter::WriteDelimited(NT Type, std::span<const TyXMLDOMPiece> Inner) {
+  std::u16string_view open, close;
+  switch (Type) {
+    case NT::ntCDATA: open = u"<![CDATA["; close = u"]]>"; break;
+    case NT::ntComment: open = u"<!--"; close = u"-->"; break;
+    case NT::ntDoctype: open = u"<!DOCTYPE"; close = u">"; break;
+    case NT::ntPI:
+    case NT::ntXML:
+    case NT::ntXMLModel:
+    case NT::ntXMLStylesheet: open = u"<?"; close = u"?>"; break;
+    case NT::ntRefChar: open = u"&#"; close = u";"; break;
+    case NT::ntRefEntity: open = u"&"; close = u";"; break;
+    case NT::ntText: break;
+    default: throw CyShouldNeverHappenException("CyXMLWriter: unknown node type");
+  }
+  Out_->WriteString(open);
+  WritePieces(Inner);
+  Out_->WriteString(close);
+}
+
+void CyXMLEventWriter::WriteAttribute(const TyXMLAttributeSource& Attribute, int Level,
+                                      bool OnOwnLine) {
+  if (OnOwnLine)
+    LineBreak(Level + 1);
+  else
+    Out_->WriteString(u" ");
+  if (!Attribute.MultiLine) {
+    Out_->WritePiece(Attribute.Text[0].P, Attribute.Text[0].Count);
+    return;
+  }
+  for (size_t i = 0; i < Attribute.Text.size(); ++i) {
+    if (i > 0) LineBreak(Level + 2);
+    Out_->WriteString(Trimmed(Attribute.Text[i]));
+  }
+}
+
+void CyXMLEventWriter::WriteStartTagOpen(const TyXMLStartTag& Tag, int Level) {
+  Out_->WriteString(u"<");
+  Out_->WriteString(Tag.Name);
+  const bool format = Formatting_.Has(FO::xfoFormatAttributes);
+  const bool inlined = format && Layout_.Has(LO::xloAttributesInline);
+  for (const TyXMLAttributeSource& a : Tag.Attributes) {
+    if (inlined) {
+      Out_->WriteString(u" ");
+      WritePieces(a.Text);
+    } else {
+      WriteAttribute(a, Level, format || !a.SameLine);
+    }
+  }
+}
+
+void CyXMLEventWriter::WriteEndTag(std::u16string_view Name) {
+  Out_->WriteString(u"</");
+  Out_->WriteString(Name);
+  Out_->WriteString(u">");
+}
+
+void CyXMLEventWriter::WriteEmptyEnd(std::u16string_view Name, std::u16string_view CloseSlash) {
+  if (Formatting_.Has(FO::xfoFormatEmptyElements)) {
+    if (Layout_.Has(LO::xloEmptyElementExpand)) {
+      Out_->WriteString(u">");
+      WriteEndTag(Name);
+    } else {
+      Out_->WriteString(Layout_.Has(LO::xloEmptyElementAddSpaceBeforeSlash) ? u" />" : u"/>");
+    }
+  } else if (!CloseSlash.empty()) {
+    Out_->WriteString(CloseSlash);
+  } else {
+    Out_->WriteString(u">");
+    WriteEndTag(Name);
+  }
+}
+
+CyXMLEventWriter::TyMode CyXMLEventWriter::ModeOf(bool Preserve, bool HasText) const {
+  if (Preserve && Layout_.Has(LO::xloPreserveVerbatim)) return TyMode::Verbatim;
+  if (!Formatting_.Has(FO::xfoFormatText) && HasText) return TyMode::Source;
+  if (HasText && Layout_.Has(LO::xloTextInline)) return TyMode::Inline;
+  return TyMode::Indented;
+}
+
+void CyXMLEventWriter::Resolve(TyFrame& Frame, TyNext Next) {
+  const TyPending pending = Frame.Pending;
+  Frame.Pending = TyPending::None;
+  switch (pending) {
+    case TyPending::None:
+      return;
+    case TyPending::StartOpen:
+      Out_->WriteString(u">");
+      if (Frame.Mode == TyMode::Indented && Next != TyNext::Comment && Next != TyNext::Text &&
+          Next != TyNext::Reference)
+        LineBreak(Frame.Level + 1);
+      return;
+    case TyPending::StartOpenBlank:
+      Out_->WriteString(u">");
+      TextChild(Frame, Held_, HeldLines_, false);
+      return Resolve(Frame, Next);
+    case TyPending::AfterChild:
+      if (Next == TyNext::End)
+        LineBreak(Frame.Level);
+      else if (Next == TyNext::Text || Next == TyNext::Reference)
+        return;  // text and references place themselves
+      else if (Next != TyNext::Comment || !Frame.AfterElement)
+        LineBreak(Frame.Level + 1);  // a comment after an element stays on its line
+      return;
+    case TyPending::AfterText:
+      LineBreak(Next == TyNext::End ? Frame.Level : Frame.Level + 1);
+      return;
+    case TyPending::AfterBlank:
+      if (Next == TyNext::End)
+        LineBreak(Frame.Level);
+      else if (Next == TyNext::Comment && Frame.BlankLines < 2)
+        Out_->WriteString(u" ");  // a comment on the line of what precedes it stays there
+      else
+        LineBreak(Frame.Level + 1);
+      return;
+  }
+}
+
+void CyXMLEventWriter::TextChild(TyFrame& Frame, std::span<const TyXMLDOMPiece> Pieces,
+                                 size_t LineCount, bool HasText) {
+  switch (Frame.Mode) {
+    case TyMode::Verbatim:
+    case TyMode::Source:
+      WritePieces(Pieces);
+      return;
+    case TyMode::Inline:
+      if (!HasText) {
+        Out_->WriteString(u" ");
+        return;
+      }
+      if (BeginsBlank(Pieces)) Out_->WriteString(u" ");
+      WriteNormalised(Pieces);
+      if (EndsBlank(Pieces)) Out_->WriteString(u" ");
+      return;
+    case TyMode::Indented:
+      break;
+  }
+  if (HasText) {
+    if (BeginsBlank(Pieces)) LineBreak(Frame.Level + 1);
+    WriteNormalised(Pieces);
+    if (EndsBlank(Pieces)) Frame.Pending = TyPending::AfterText;
+    return;
+  }
+  // White space only: keeps the blank lines of the source unless they are removed.
+  if (!Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines))
+    for (size_t i = 2; i < LineCount; ++i) Out_->WriteString(u"\r\n");
+  Frame.Pending = TyPending::AfterBlank;
+  Frame.BlankLines = LineCount;
+}
+
+// A child element ended: what follows it waits for the next event.
+void CyXMLEventWriter::ChildDone() {
+  if (Stack_.empty()) return;
+  TyFrame& parent = Stack_.back();
+  if (parent.Mode != TyMode::Indented) return;
+  parent.Pending = TyPending::AfterChild;
+  parent.AfterElement = true;
+}
+
+// Before a top-level node other than white space.
+void CyXMLEventWriter::TopLevelNode() {
+  if (Written_) {
+    for (; TopBlankLines_ > 0; --TopBlankLines_) Out_->WriteString(u"\r\n");
+    LineBreak(BaseLevel_);
+  }
+  Written_ = true;
+  TopBlankLines_ = 0;
+}
+
+void CyXMLEventWriter::StartElement(const TyXMLStartTag& Tag) {
+  int level = BaseLevel_;
+  bool inVerbatim = false;
+  if (Stack_.empty()) {
+    TopLevelNode();
+  } else {
+    TyFrame& parent = Stack_.back();
+    Resolve(parent, TyNext::Element);
+    level = parent.Level + 1;
+    inVerbatim = parent.Mode == TyMode::Verbatim;
+  }
+  if (inVerbatim && Tag.Preserve) {  // inside preserved content: tags as written
+    WritePieces(Tag.AsWritten);
+    if (!Tag.Empty) Stack_.push_back({Tag.Name, level, TyMode::Verbatim, true});
+    return;
+  }
+  WriteStartTagOpen(Tag, level);
+  if (Tag.Empty) {
+    WriteEmptyEnd(Tag.Name, Tag.CloseSlash);
+    ChildDone();
+    return;
+  }
+  Stack_.push_back({Tag.Name, level, ModeOf(Tag.Preserve, Tag.HasText), false,
+                    TyPending::StartOpen});
+}
+
+void CyXMLEventWriter::EndElement(std::span<const TyXMLDOMPiece> AsWritten) {
+  TyFrame& frame = Stack_.back();
+  if (frame.VerbatimTags) {
+    WritePieces(AsWritten);
+  } else if (frame.Pending == TyPending::StartOpen || frame.Pending == TyPending::StartOpenBlank) {
+    // No content, or only white space that is cleared.
+    WriteEmptyEnd(frame.Name, {});
+  } else {
+    Resolve(frame, TyNext::End);
+    WriteEndTag(frame.Name);
+  }
+  Stack_.pop_back();
+  ChildDone();
+}
+
+void CyXMLEventWriter::Text(std::span<const TyXMLDOMPiece> Pieces, size_t LineCount,
+                            bool HasText) {
+  if (Stack_.empty()) {  // white space: the reader refuses text outside the root
+    if (Written_ && !Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines) && LineCount > 2)
+      TopBlankLines_ = LineCount - 2;
+    return;
+  }
+  TyFrame& frame = Stack_.back();
+  if (frame.Pending == TyPending::StartOpen && !HasText && frame.Mode != TyMode::Verbatim &&
+      Formatting_.Has(FO::xfoClearWhitespaceOnlyElements)) {
+    // Cleared if the end tag follows.
+    Held_.assign(Pieces.begin(), Pieces.end());
+    HeldLines_ = LineCount;
+    frame.Pending = TyPending::StartOpenBlank;
+    return;
+  }
+  Resolve(frame, TyNext::Text);
+  TextChild(frame, Pieces, LineCount, HasText);
+}
+
+void CyXMLEventWriter::Delimited(NT Type, std::span<const TyXMLDOMPiece> Inner) {
+  if (Stack_.empty()) {
+    TopLevelNode();
+    WriteDelimited(Type, Inner);
+    return;
+  }
+  TyFrame& frame = Stack_.back();
+  const bool reference = IsReference(Type);
+  Resolve(frame, reference             ? TyNext::Reference
+                 : Type == NT::ntComment ? TyNext::Comment
+                                         : TyNext::Other);
+  WriteDelimited(Type, Inner);
+  if (frame.Mode == TyMode::Indented && !reference) {
+    frame.Pending = TyPending::AfterChild;
+    frame.AfterElement = false;
+  }
+}
+
+void CyXMLEventWriter::StopBeforeElement() {
+  if (!Stack_.empty()) Resolve(Stack_.back(), TyNext::Element);
+}
+
+void CyXMLEventWriter::Reopen(std::u16string_view Name, bool Preserve, bool HasText) {
+  const bool inVerbatim = !Stack_.empty() && Stack_.back().Mode == TyMode::Verbatim;
+  const int level = Stack_.empty() ? BaseLevel_ : Stack_.back().Level + 1;
+  if (inVerbatim && Preserve)
+    Stack_.push_back({Name, level, TyMode::Verbatim, true});
+  else
+    Stack_.push_back({Name, level, ModeOf(Preserve, HasText), false});
+  Written_ = true;
+}
+
+}  // namespace xylem
