@@ -25,6 +25,7 @@
 
 #include "text/TextList.hpp"
 #include "xml/DOM.hpp"
+#include "xml/RawLineLexer.hpp"
 #include "xml/Reader.hpp"
 #include "xml/TokenizerKinds.hpp"
 
@@ -110,16 +111,25 @@ class CyXMLNodeScanner {
         TextHas_ = false;
       }
       Text_ = List_.getItems(Line_)->TextUTF16.getText();
-      Parser.First(Text_, Line_ == count, G_, S_);
-      for (;;) {
-        const TyXMLToken& t = Parser.getToken();
-        if (t.IsDone) break;
-        Handle(t);
-        if (Sink_.Stopped()) return;
-        Parser.Next();
+      if (Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
+          S_ == kXMLDocumentSymbolWord && CyXMLRawLineLexer::Lex(Text_, Tokens_)) {
+        for (const TyXMLScanToken& t : Tokens_) {
+          Handle(t);
+          if (Sink_.Stopped()) return;
+        }
+      } else {
+        Parser.First(Text_, Line_ == count, G_, S_);
+        for (;;) {
+          const TyXMLToken& t = Parser.getToken();
+          if (t.IsDone) break;
+          Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
+                  t.TextIsMissing, t.Offset0, t.Offset1});
+          if (Sink_.Stopped()) return;
+          Parser.Next();
+        }
+        G_ = Parser.getStackG();
+        S_ = Parser.getStackS();
       }
-      G_ = Parser.getStackG();
-      S_ = Parser.getStackS();
       LastEnd_ = LineEnd(Line_);
     }
   }
@@ -173,12 +183,16 @@ class CyXMLNodeScanner {
     Sink_.Text(Source(TextStart_, End), TextHas_);
   }
 
-  void Handle(const TyXMLToken& t) {
+  std::u16string_view TextOf(const TyXMLScanToken& t) const {
+    return {Text_ + t.Offset0, static_cast<size_t>(t.Offset1 - t.Offset0)};
+  }
+
+  void Handle(const TyXMLScanToken& t) {
     const TyWhere at{Line_, Text_ + t.Offset0};
     const TyWhere after{Line_, Text_ + t.Offset1};
-    const unsigned group = t.Group0();
-    const unsigned symbol = t.Symbol0();
-    if (t.TextIsMissing) {
+    const unsigned group = t.Group;
+    const unsigned symbol = t.Symbol;
+    if (t.Missing) {
       // The zero-width end of character data is how text ends before markup, not an error.
       if (group == XMLValue(G::TEXT) && symbol == XMLMissing(S::CLOSE)) return;
       Fail(at);
@@ -190,7 +204,7 @@ class CyXMLNodeScanner {
         return InStartTag(t, symbol, at, after);
       case TyConstruct::EndTag:
         if (symbol == XMLValue(S::TAG)) {
-          EndName_ = t.Text();
+          EndName_ = TextOf(t);
         } else if (symbol == XMLValue(S::CLOSE) && group == XMLValue(G::ELEMENT_CLOSE)) {
           Construct_ = TyConstruct::None;
           if (Open_.empty() && Piece_) {  // closes an element of an earlier piece
@@ -211,7 +225,7 @@ class CyXMLNodeScanner {
     }
   }
 
-  void Begin(const TyXMLToken& t, unsigned group, unsigned symbol, TyWhere at, TyWhere after) {
+  void Begin(const TyXMLScanToken& t, unsigned group, unsigned symbol, TyWhere at, TyWhere after) {
     if (group == XMLValue(G::TEXT)) {
       if (!TextOpen_) {
         TextOpen_ = true;
@@ -219,14 +233,14 @@ class CyXMLNodeScanner {
         TextHas_ = false;
       }
       if (!TextHas_)
-        for (char16_t c : t.Text())
+        for (char16_t c : TextOf(t))
           if (!IsBlank(c)) {
             TextHas_ = true;
             break;
           }
       return;
     }
-    if (t.Count() == 0) return;
+    if (t.Offset1 == t.Offset0) return;
     const bool open = symbol == XMLValue(S::OPEN);
     if (!open && symbol != XMLValue(S::OPEN_SLASH)) Fail(at);
     FlushText(at);
@@ -286,7 +300,7 @@ class CyXMLNodeScanner {
     bool SameLine, MultiLine;
   };
 
-  void InStartTag(const TyXMLToken& t, unsigned symbol, TyWhere at, TyWhere after) {
+  void InStartTag(const TyXMLScanToken& t, unsigned symbol, TyWhere at, TyWhere after) {
     switch (static_cast<S>(symbol)) {
       case S::WHITESPACE:
         if (!BlankOpen_) {
@@ -296,19 +310,19 @@ class CyXMLNodeScanner {
         return;
       case S::TAG:
         NameP_ = at.P;
-        NameCount_ = static_cast<uint32_t>(t.Count());
+        NameCount_ = static_cast<uint32_t>(t.Offset1 - t.Offset0);
         LastEndLine_ = Line_;
         break;
       case S::ATTRIBUTE_NAME:
         if (InAttribute_) Fail(AttributeStart_);  // a name without its value
         InAttribute_ = true;
         AttributeStart_ = at;
-        InSpaceAttribute_ = t.Text() == u"xml:space";
+        InSpaceAttribute_ = TextOf(t) == u"xml:space";
         SpaceValue_ = {};
         break;
       case S::STRING1_V:
       case S::STRING2_V:
-        if (InSpaceAttribute_) SpaceValue_ = t.Text();
+        if (InSpaceAttribute_) SpaceValue_ = TextOf(t);
         break;
       case S::STRING1_V_CLOSE:
       case S::STRING2_V_CLOSE: {
@@ -413,6 +427,7 @@ class CyXMLNodeScanner {
   int SpaceMode_ = 0;  // xml:space of the tag being read: 0 none, 1 preserve, 2 default
 
   std::vector<TyXMLDOMPiece> Scratch_;
+  std::vector<TyXMLScanToken> Tokens_;  // the fast path's tokens of one line
 };
 
 }  // namespace xylem::detail
