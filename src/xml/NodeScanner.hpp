@@ -98,6 +98,9 @@ class CyXMLNodeScanner {
     RootSeen_ = true;
   }
 
+  // With the fast path off every line goes through the tokenizer (for comparing the two).
+  void setFastPath(bool On) { FastPath_ = On; }
+
   // Reads lines First .. Last, continuing from the state the previous call left; returns early
   // when the sink says it has stopped.
   void Read(TxXMLParser& Parser, int64_t First, int64_t Last) {
@@ -111,26 +114,49 @@ class CyXMLNodeScanner {
         TextHas_ = false;
       }
       Text_ = List_.getItems(Line_)->TextUTF16.getText();
-      if (Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
-          S_ == kXMLDocumentSymbolWord && CyXMLRawLineLexer::Lex(Text_, Tokens_)) {
+      if (!ReadLine(Parser, Line_ == count)) return;
+      LastEnd_ = LineEnd(Line_);
+    }
+  }
+
+  // Reads the current line: the fast path wherever it stands between constructs at document
+  // level, the tokenizer for everything else. False when the sink stopped.
+  bool ReadLine(TxXMLParser& Parser, bool AtEnd) {
+    const char16_t* p = Text_;
+    for (;;) {
+      while (FastPath_ && Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
+             S_ == kXMLDocumentSymbolWord && *p != u'\0') {
+        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, p, Tokens_);
         for (const TyXMLScanToken& t : Tokens_) {
           Handle(t);
-          if (Sink_.Stopped()) return;
+          if (Sink_.Stopped()) return false;
         }
-      } else {
-        Parser.First(Text_, Line_ == count, G_, S_);
-        for (;;) {
-          const TyXMLToken& t = Parser.getToken();
-          if (t.IsDone) break;
-          Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
-                  t.TextIsMissing, t.Offset0, t.Offset1});
-          if (Sink_.Stopped()) return;
-          Parser.Next();
-        }
-        G_ = Parser.getStackG();
-        S_ = Parser.getStackS();
+        if (next == p) break;  // a construct for the tokenizer
+        p = next;
       }
-      LastEnd_ = LineEnd(Line_);
+      if (*p == u'\0') return true;
+      // The tokenizer, until the line ends or it stands between constructs again.
+      const int64_t base = p - Text_;
+      Parser.First(p, AtEnd, G_, S_);
+      for (;;) {
+        const TyXMLToken& t = Parser.getToken();
+        if (t.IsDone) {
+          G_ = Parser.getStackG();
+          S_ = Parser.getStackS();
+          return true;
+        }
+        Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
+                t.TextIsMissing, base + t.Offset0, base + t.Offset1});
+        if (Sink_.Stopped()) return false;
+        if (t.StackG1 == kXMLDocumentGroupWord && t.StackS1 == kXMLDocumentSymbolWord &&
+            Construct_ == TyConstruct::None && t.Offset1 > 0) {
+          G_ = t.StackG1;
+          S_ = t.StackS1;
+          p += t.Offset1;
+          break;
+        }
+        Parser.Next();
+      }
     }
   }
 
@@ -390,6 +416,7 @@ class CyXMLNodeScanner {
   const CyXMLWordList& WordsD_;
   const CyXMLWordList& WordsP_;
   bool Piece_;
+  bool FastPath_ = true;
 
   int32_t MaxDepth_ = 0;
   uint64_t G_ = kXMLDocumentGroupWord;

@@ -15,19 +15,19 @@ class CyLexer {
  public:
   CyLexer(const char16_t* Text, std::vector<TyXMLScanToken>& Out) : Text_(Text), Out_(Out) {}
 
-  bool Line() {
-    const char16_t* p = Text_;
-    while (*p != u'\0') {
-      if (*p == u'<') {
-        p = Markup(p);
-      } else if (*p == u'&' && PredefinedLength(p) == 0) {
-        p = Reference(p);
-      } else {
-        p = Text(p);
+  const char16_t* Constructs(const char16_t* p) {
+    while (*p != u'\0' && Out_.size() < CyXMLRawLineLexer::kBatch) {
+      const size_t before = Out_.size();
+      const char16_t* next = *p == u'<'                               ? Markup(p)
+                             : *p == u'&' && PredefinedLength(p) == 0 ? Reference(p)
+                                                                      : Text(p);
+      if (!next) {
+        Out_.resize(before);  // the tokenizer reads this construct whole
+        return p;
       }
-      if (!p) return false;
+      p = next;
     }
-    return true;
+    return p;
   }
 
  private:
@@ -65,12 +65,13 @@ class CyLexer {
     return q + 1;
   }
 
-  // A section closed on this line by Close.
+  // A section closed on this line by Close (three characters).
   const char16_t* Section(const char16_t* p, size_t OpenLength, G Group, std::u16string_view Close) {
-    const std::u16string_view rest(p + OpenLength);
-    const size_t at = rest.find(Close);
-    if (at == std::u16string_view::npos) return nullptr;
-    const char16_t* close = p + OpenLength + at;
+    const char16_t* close = p + OpenLength;
+    while (!(close[0] == Close[0] && close[1] == Close[1] && close[2] == Close[2])) {
+      if (*close == u'\0') return nullptr;
+      ++close;
+    }
     Emit(Group, S::OPEN, p, p + OpenLength);
     Emit(Group, S::CLOSE, close, close + Close.size());
     return close + Close.size();
@@ -149,9 +150,10 @@ class CyLexer {
 
 }  // namespace
 
-bool CyXMLRawLineLexer::Lex(const char16_t* Text, std::vector<TyXMLScanToken>& Out) {
+const char16_t* CyXMLRawLineLexer::Lex(const char16_t* Line, const char16_t* From,
+                                       std::vector<TyXMLScanToken>& Out) {
   Out.clear();
-  return CyLexer(Text, Out).Line();
+  return CyLexer(Line, Out).Constructs(From);
 }
 
 }  // namespace xylem

@@ -5,6 +5,7 @@
 // scanner acts on, at the offsets TxXMLParser gives them; anything else, and anything the
 // tokenizer would mark missing, is left to the tokenizer.
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -22,14 +23,17 @@ struct TyXMLScanToken {
 
 class CyXMLRawLineLexer {
  public:
-  // Tokens of the NUL-terminated line Text from the document-level state into Out (cleared
-  // first). True when the whole line was read and ends at document level; then Out holds, in
-  // order, every token of the line the scanner reacts to: text runs (one TEXT BODY token per
-  // run between markup), references, and each tag's OPEN/OPEN_SLASH, TAG, the first
-  // WHITESPACE of a run, ATTRIBUTE_NAME, EQUALS, the value's closing quote and CLOSE or
-  // CLOSE_SLASH; comments and CDATA sections as OPEN and CLOSE. Linear, no allocation once Out
-  // has grown; thread-safe.
-  static bool Lex(const char16_t* Text, std::vector<TyXMLScanToken>& Out);
+  // Tokens of the NUL-terminated line Line from From, which is at document level, into Out
+  // (cleared first), with offsets from Line. Reads whole constructs until the line ends, a
+  // construct is not one it reads, or Out holds about kBatch tokens, and returns where it
+  // stopped (From when it read nothing). Out holds, in order, every token of those constructs
+  // the scanner reacts to: text runs (one TEXT BODY token per run between markup),
+  // references, and each tag's OPEN/OPEN_SLASH, TAG, the first WHITESPACE of a run,
+  // ATTRIBUTE_NAME, EQUALS, the value's closing quote and CLOSE or CLOSE_SLASH; comments and
+  // CDATA sections as OPEN and CLOSE. Linear, no allocation once Out has grown; thread-safe.
+  static const char16_t* Lex(const char16_t* Line, const char16_t* From,
+                             std::vector<TyXMLScanToken>& Out);
+  static constexpr size_t kBatch = 256;
 };
 
 }  // namespace xylem
