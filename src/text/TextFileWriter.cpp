@@ -1,6 +1,7 @@
 #include "text/TextFileWriter.hpp"
 
 #include <sys/stat.h>
+#include <sys/sendfile.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -169,21 +170,31 @@ void CyTextFileWriter::PutEncoded(std::string_view Bytes) {
 
 void CyTextFileWriter::AppendEncoded(int Descriptor) {
   drain(true);
-  if (lseek(Descriptor, 0, SEEK_SET) < 0) failed(errno);
-  constexpr size_t kChunk = size_t{1} << 20;
-  std::string& out = memory_ ? *memory_ : bytes_;
-  for (;;) {
-    const size_t start = out.size();
-    out.resize(start + kChunk);
-    const ssize_t n = read(Descriptor, out.data() + start, kChunk);
-    if (n < 0 && errno == EINTR) {
-      out.resize(start);
-      continue;
+  if (!bytes_.empty() && !memory_) writeBytes();  // the mark
+  off_t offset = 0;
+  if (!memory_) {
+    // In the kernel, without a copy through this process, where both ends allow it.
+    for (;;) {
+      const ssize_t n = sendfile(fd_, Descriptor, &offset, size_t{1} << 30);
+      if (n > 0) continue;
+      if (n == 0) return;
+      if (errno == EINTR) continue;
+      if (errno != EINVAL && errno != ENOSYS) failed(errno);
+      break;  // copied below from where sendfile stopped
     }
-    out.resize(start + static_cast<size_t>(std::max<ssize_t>(n, 0)));
+  }
+  if (lseek(Descriptor, offset, SEEK_SET) < 0) failed(errno);
+  std::string chunk(size_t{1} << 20, '\0');
+  for (;;) {
+    const ssize_t n = read(Descriptor, chunk.data(), chunk.size());
+    if (n < 0 && errno == EINTR) continue;
     if (n < 0) failed(errno);
-    if (!memory_) writeBytes();
     if (n == 0) return;
+    const std::string_view bytes(chunk.data(), static_cast<size_t>(n));
+    if (memory_)
+      memory_->append(bytes);
+    else
+      writeAll(bytes);
   }
 }
 

@@ -218,11 +218,14 @@ class CyContentScanner {
 
 }  // namespace
 
-void ScanXMLContent(const TxTextList& List, int64_t First, int64_t Last, TyXMLContentPiece& Piece) {
+void ScanXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece) {
   CyContentScanner scanner(Piece);
-  for (int64_t line = First; line <= Last; ++line) {
+  const int64_t last = std::min(To.Line, List.getCount());
+  for (int64_t line = From.Line; line <= last; ++line) {
     const TyTextUTF16& slice = List.getItems(line)->TextUTF16;
-    scanner.Line(line, slice.getText(), slice.getText() + slice.Length);
+    const char16_t* begin = line == From.Line ? From.P : slice.getText();
+    const char16_t* end = line == To.Line ? To.P : slice.getText() + slice.Length;
+    scanner.Line(line, begin, end);
   }
   scanner.Finish();
 }

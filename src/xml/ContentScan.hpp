@@ -32,11 +32,12 @@ struct TyXMLContentPiece {
   std::vector<TyXMLContentOpen> Open;  // open at the end, outermost first
   TyWhere FirstStart;                  // the piece's first start tag (Line 0: none)
   size_t PopsBeforeFirstStart = 0;     // end tags in Outer before FirstStart
-  bool EndsInContent = false;          // not inside markup at the end
+  bool EndsInContent = false;          // not inside markup at To
 };
 
-// Scans lines First .. Last of List into Piece. Linear, no recursion; allocates only as the
-// piece's vectors grow. Thread-safe for distinct pieces.
-void ScanXMLContent(const TxTextList& List, int64_t First, int64_t Last, TyXMLContentPiece& Piece);
+// Scans List from From up to To (not included; From and To are line starts or inside a line,
+// To past the last line for the document's end) into Piece. Linear, no recursion; allocates
+// only as the piece's vectors grow. Thread-safe for distinct pieces.
+void ScanXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece);
 
 }  // namespace xylem::detail

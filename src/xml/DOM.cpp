@@ -128,7 +128,12 @@ CyXMLWordList::CyXMLWordList(std::u16string_view Joined) {
     size_t a = start, b = end;
     while (a < b && blank(Joined[a])) ++a;
     while (b > a && blank(Joined[b - 1])) --b;
-    if (b > a) Names_.emplace(Joined.substr(a, b - a));
+    if (b > a) {
+      const std::u16string_view name = Joined.substr(a, b - a);
+      Names_.emplace(name);
+      Lengths_ |= uint64_t{1} << std::min<size_t>(name.size(), 63);
+      Ends_ |= uint64_t{1} << (name.back() & 63);
+    }
     start = end + 1;
   }
 }

@@ -4,6 +4,7 @@
 // and length), never copies, so the source text list must outlive the tree. Also the two
 // option sets of the formatting dialog and the element-name word lists.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -213,7 +214,14 @@ class CyXMLWordList {
  public:
   CyXMLWordList() = default;
   explicit CyXMLWordList(std::u16string_view Joined);
-  bool Contains(std::u16string_view Name) const { return !Names_.empty() && Names_.contains(Name); }
+  // Most names are looked up for every element: a name whose length no entry has (lengths
+  // up to 63 kept as bits) and whose last character ends no entry costs no hash.
+  bool Contains(std::u16string_view Name) const {
+    if (Name.empty() || !(Lengths_ >> std::min<size_t>(Name.size(), 63) & 1) ||
+        !(Ends_ >> (Name.back() & 63) & 1))
+      return false;
+    return Names_.contains(Name);
+  }
   bool IsEmpty() const { return Names_.empty(); }
 
  private:
@@ -222,6 +230,8 @@ class CyXMLWordList {
     size_t operator()(std::u16string_view s) const { return std::hash<std::u16string_view>{}(s); }
   };
   std::unordered_set<std::u16string, TyHash, std::equal_to<>> Names_;
+  uint64_t Lengths_ = 0;  // bit min(length, 63) of every entry
+  uint64_t Ends_ = 0;     // bit (last character & 63) of every entry
 };
 
 }  // namespace xylem

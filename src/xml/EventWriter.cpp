@@ -34,6 +34,7 @@ class CyNullOutputStream final : public IyXMLWriterOutputStream {
  public:
   void WriteString(std::u16string_view) override {}
   void WritePiece(const char16_t*, size_t) override {}
+  void WriteLineBreak() override {}
 };
 CyNullOutputStream NullOutput;
 
@@ -62,13 +63,13 @@ std::u16string_view CyXMLEventWriter::Indent(int Level) {
 }
 
 void CyXMLEventWriter::LineBreak(int Level) {
-  Out_->WriteString(u"\r\n");
+  Out_->WriteLineBreak();
   Out_->WriteString(Indent(Level));
 }
 
 void CyXMLEventWriter::WritePieces(std::span<const TyXMLDOMPiece> Pieces) {
   for (size_t i = 0; i < Pieces.size(); ++i) {
-    if (i > 0) Out_->WriteString(u"\r\n");
+    if (i > 0) Out_->WriteLineBreak();
     Out_->WritePiece(Pieces[i].P, Pieces[i].Count);
   }
 }
@@ -238,7 +239,7 @@ void CyXMLEventWriter::TextChild(TyFrame& Frame, std::span<const TyXMLDOMPiece> 
   }
   // White space only: keeps the blank lines of the source unless they are removed.
   if (!Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines))
-    for (size_t i = 2; i < LineCount; ++i) Out_->WriteString(u"\r\n");
+    for (size_t i = 2; i < LineCount; ++i) Out_->WriteLineBreak();
   Frame.Pending = TyPending::AfterBlank;
   Frame.BlankLines = LineCount;
 }
@@ -255,7 +256,7 @@ void CyXMLEventWriter::ChildDone() {
 // Before a top-level node other than white space.
 void CyXMLEventWriter::TopLevelNode() {
   if (Written_) {
-    for (; TopBlankLines_ > 0; --TopBlankLines_) Out_->WriteString(u"\r\n");
+    for (; TopBlankLines_ > 0; --TopBlankLines_) Out_->WriteLineBreak();
     LineBreak(BaseLevel_);
   }
   Written_ = true;

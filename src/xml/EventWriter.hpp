@@ -23,6 +23,8 @@ class IyXMLWriterOutputStream {
   virtual void WriteString(std::u16string_view Text) = 0;
   // Appends Count code units of the source from P.
   virtual void WritePiece(const char16_t* P, size_t Count) = 0;
+  // Appends a line break (CR LF); the writer's own strings never hold one.
+  virtual void WriteLineBreak() { WriteString(u"\r\n"); }
 };
 
 // A start tag as the writer needs it.

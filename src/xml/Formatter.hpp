@@ -51,7 +51,9 @@ class CyXMLFormatter {
                                    const TyXMLFormatterChoices& Choices);
   // Format for a whole file written in Format (its encoding), without a tree: a first pass
   // finds which elements have text, a second writes each node as it is read. A big document is
-  // cut into pieces (as Read__PARALLEL__ cuts it) scanned and written at once, each part into
+  // cut into pieces (PieceCount 0: one per processor as the settings allow; fewer when a piece
+  // would have under MinPieceUnits characters), between lines or inside them, scanned and
+  // written at once, each part into
   // a temporary file appended to Out in order. A refusal (CyXMLFormatException, as Format's)
   // comes before anything is written to Out; Out is not committed here. Returns the number of
   // parts written (1: the document went through one pass of each kind). Memory: the source
@@ -59,7 +61,7 @@ class CyXMLFormatter {
   static int FormatToFile__PARALLEL__(const TxTextList& TextList, CyTextFileWriter& Out,
                                       const TyTextFileFormat& Format,
                                       const TyXMLFormatterChoices& Choices, int PieceCount = 0,
-                                      int64_t MinPieceLines = 20000);
+                                      int64_t MinPieceUnits = int64_t{1} << 20);
 };
 
 }  // namespace xylem

@@ -7,6 +7,7 @@
 // found anywhere writes nothing. Anything a piece could not know sends the document through
 // one pass of each kind, which gives the exact refusal.
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -125,6 +126,49 @@ void WriteFinalLineBreak(const TxTextList& TextList, CyTextFileWriter& Out) {
   if (count > 1 && TextList.getItems(count)->TextUTF16.Length == 0) Out.PutNewline();
 }
 
+// How far past an even share a piece start is looked for, in characters.
+constexpr int64_t kPieceStartSearchUnits = int64_t{1} << 20;
+
+// Where the pieces of a big document begin: near even shares of its characters, at a line
+// that follows a line ending with ">" and begins with "<", or inside a line at a "<" right
+// after a ">", so that a one-line document is cut too. The first is the document's start.
+std::vector<TyWhere> PieceStarts(const TxTextList& List, int PieceCount, int64_t MinPieceUnits) {
+  const int64_t count = List.getCount();
+  int64_t total = 0;
+  for (int64_t line = 1; line <= count; ++line) total += List.getItems(line)->TextUTF16.Length + 1;
+  if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
+  PieceCount = static_cast<int>(std::min<int64_t>(PieceCount, total / std::max<int64_t>(MinPieceUnits, 1)));
+  std::vector<TyWhere> starts{{1, count ? List.getItems(1)->TextUTF16.getText() : nullptr}};
+  int64_t line = 1, lineFirst = 0;  // lineFirst: the units before line
+  for (int i = 1; i < PieceCount; ++i) {
+    const int64_t target = total * i / PieceCount;
+    while (line < count && lineFirst + List.getItems(line)->TextUTF16.Length + 1 <= target)
+      lineFirst += List.getItems(line++)->TextUTF16.Length + 1;
+    int64_t budget = kPieceStartSearchUnits;
+    for (int64_t l = line; l <= count && budget > 0; ++l) {
+      const TyTextUTF16& slice = List.getItems(l)->TextUTF16;
+      const char16_t* text = slice.getText();
+      if (l > line && l > starts.back().Line && detail::IsXMLPieceStart(List, l)) {
+        starts.push_back({l, text});
+        break;
+      }
+      const int64_t from = l == line ? std::max<int64_t>(target - lineFirst, 1) : 1;
+      const char16_t* p = nullptr;
+      for (int64_t at = from; at < slice.Length && budget > 0; ++at, --budget)
+        if (text[at] == u'<' && text[at - 1] == u'>') {
+          p = text + at;
+          break;
+        }
+      budget -= 1;
+      if (p && (l > starts.back().Line || p > starts.back().P)) {
+        starts.push_back({l, p});
+        break;
+      }
+    }
+  }
+  return starts;
+}
+
 // An element open where a piece starts, as the join of the first pass sees it.
 struct TyJoinedOpen {
   size_t Piece;
@@ -138,13 +182,13 @@ class CyPartsFormatter {
       : List_(List), Choices_(Choices), WordsD_(WordsD), WordsP_(WordsP) {}
 
   // False when the document must go through the one-pass route instead.
-  bool Run(CyTextFileWriter& Out, const TyTextFileFormat& Format, const std::vector<int64_t>& Starts) {
+  bool Run(CyTextFileWriter& Out, const TyTextFileFormat& Format, const std::vector<TyWhere>& Starts) {
     Starts_ = Starts;
     const size_t n = Starts_.size();
     Pieces_.assign(n, {});
     CyTasks::RunAll(static_cast<int>(n), [&](int i) {
       const size_t k = static_cast<size_t>(i);
-      detail::ScanXMLContent(List_, Starts_[k], LastLine(k), Pieces_[k]);
+      detail::ScanXMLContent(List_, Starts_[k], End(k), Pieces_[k]);
     });
     if (!Join()) return false;
 
@@ -177,8 +221,9 @@ class CyPartsFormatter {
   }
 
  private:
-  int64_t LastLine(size_t Piece) const {
-    return Piece + 1 < Starts_.size() ? Starts_[Piece + 1] - 1 : List_.getCount();
+  // Where piece Piece ends (not included).
+  TyWhere End(size_t Piece) const {
+    return Piece + 1 < Starts_.size() ? Starts_[Piece + 1] : TyWhere{List_.getCount() + 1, nullptr};
   }
 
   // Replays each piece's outer end tags and texts against the elements the pieces before left
@@ -235,7 +280,7 @@ class CyPartsFormatter {
     for (size_t k = First; k < Pieces_.size(); ++k) {
       // Every later piece start crossed must lie between two constructs, as the pieces assumed.
       if (k > First && !scanner.EndsClean()) throw TyPartMismatch();
-      scanner.Read(parser, Starts_[k], LastLine(k));
+      scanner.Read(parser, Starts_[k], End(k));
       if (sink.Stopped()) return;
     }
     scanner.Finish();
@@ -245,7 +290,7 @@ class CyPartsFormatter {
   const TyXMLFormatterChoices& Choices_;
   const CyXMLWordList& WordsD_;
   const CyXMLWordList& WordsP_;
-  std::vector<int64_t> Starts_;
+  std::vector<TyWhere> Starts_;
   std::vector<TyXMLContentPiece> Pieces_;
   std::vector<std::vector<TyJoinedOpen>> OpenAt_;
 };
@@ -277,12 +322,12 @@ void FormatInOnePass(const TxTextList& List, CyTextFileWriter& Out,
 int CyXMLFormatter::FormatToFile__PARALLEL__(const TxTextList& TextList, CyTextFileWriter& Out,
                                              const TyTextFileFormat& Format,
                                              const TyXMLFormatterChoices& Choices, int PieceCount,
-                                             int64_t MinPieceLines) {
+                                             int64_t MinPieceUnits) {
   const CyXMLWordList wordsD(Choices.WordsD), wordsP(Choices.WordsP);
   // Other encodings count lines for their messages, which parts would get wrong.
-  const std::vector<int64_t> starts =
-      Format.Encoding.IsUnicode() ? detail::XMLPieceStarts(TextList, PieceCount, MinPieceLines)
-                                  : std::vector<int64_t>{1};
+  const std::vector<TyWhere> starts = Format.Encoding.IsUnicode()
+                                          ? PieceStarts(TextList, PieceCount, MinPieceUnits)
+                                          : std::vector<TyWhere>{{1, nullptr}};
   int parts = 1;
   if (starts.size() > 1 && CyPartsFormatter(TextList, Choices, wordsD, wordsP).Run(Out, Format, starts))
     parts = static_cast<int>(starts.size());

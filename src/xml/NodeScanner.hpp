@@ -76,6 +76,10 @@ inline std::span<const TyXMLDOMPiece> SourcePieces(const TxTextList& List, TyWhe
   return Out;
 }
 
+// A line where a piece may start: the previous line ends with ">" and this one begins with
+// "<" after blanks, so the boundary most likely lies between two constructs.
+bool IsXMLPieceStart(const TxTextList& List, int64_t Line);
+
 // First lines of the pieces a big document is read in at once (the first is line 1): lines
 // that follow a line ending a tag and begin with one, near even cuts. One piece when the
 // document is small (PieceCount 0: one per processor as the settings allow; fewer when a piece
@@ -101,48 +105,69 @@ class CyXMLNodeScanner {
   // With the fast path off every line goes through the tokenizer (for comparing the two).
   void setFastPath(bool On) { FastPath_ = On; }
 
-  // Reads lines First .. Last, continuing from the state the previous call left; returns early
-  // when the sink says it has stopped.
+  // The start of line Line; past the last line, the document's end.
+  TyWhere LineStart(int64_t Line) const {
+    if (Line > List_.getCount()) return {Line, nullptr};
+    return {Line, List_.getItems(Line)->TextUTF16.getText()};
+  }
+
+  // Reads lines First .. Last (see the next Read).
   void Read(TxXMLParser& Parser, int64_t First, int64_t Last) {
+    Read(Parser, LineStart(First), LineStart(Last + 1));
+  }
+
+  // Reads from From up to To (not included), continuing from the state the previous call
+  // left: From is a line start or where the previous call stopped. Returns early when the sink
+  // says it has stopped. When To lies inside a line, a construct that runs on past it makes
+  // EndsClean false.
+  void Read(TxXMLParser& Parser, TyWhere From, TyWhere To) {
     const int64_t count = List_.getCount();
-    if (First > 1 && LastEnd_.P == nullptr) LastEnd_ = LineEnd(First - 1);
-    for (Line_ = First; Line_ <= Last; ++Line_) {
+    if (From.Line > 1 && LastEnd_.P == nullptr) LastEnd_ = LineEnd(From.Line - 1);
+    for (Line_ = From.Line; Line_ <= count && Line_ <= To.Line; ++Line_) {
+      Text_ = List_.getItems(Line_)->TextUTF16.getText();
+      const char16_t* limit = Line_ == To.Line ? To.P : nullptr;
+      if (limit == Text_) return;
+      const char16_t* p = Line_ == From.Line ? From.P : Text_;
       // The line end before this line is character data when no markup construct is open.
-      if (Line_ > 1 && Construct_ == TyConstruct::None && !TextOpen_) {
+      if (p == Text_ && Line_ > 1 && Construct_ == TyConstruct::None && !TextOpen_) {
         TextOpen_ = true;
         TextStart_ = LastEnd_;
         TextHas_ = false;
       }
-      Text_ = List_.getItems(Line_)->TextUTF16.getText();
-      if (!ReadLine(Parser, Line_ == count)) return;
+      if (!ReadLine(Parser, Line_ == count, p, limit) || limit) return;
       LastEnd_ = LineEnd(Line_);
     }
   }
 
-  // Reads the current line: the fast path wherever it stands between constructs at document
-  // level, the tokenizer for everything else. False when the sink stopped.
-  bool ReadLine(TxXMLParser& Parser, bool AtEnd) {
-    const char16_t* p = Text_;
+  // Reads the current line from P up to Limit (null: its end): the fast path wherever it
+  // stands between constructs at document level, the tokenizer for everything else. False
+  // when the sink stopped.
+  bool ReadLine(TxXMLParser& Parser, bool AtEnd, const char16_t* P, const char16_t* Limit) {
     for (;;) {
       while (FastPath_ && Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
-             S_ == kXMLDocumentSymbolWord && *p != u'\0') {
-        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, p, Tokens_);
+             S_ == kXMLDocumentSymbolWord && *P != u'\0' && !(Limit && P >= Limit)) {
+        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, P, Limit, Tokens_);
         for (const TyXMLScanToken& t : Tokens_) {
           Handle(t);
           if (Sink_.Stopped()) return false;
         }
-        if (next == p) break;  // a construct for the tokenizer
-        p = next;
+        if (next == P) break;  // a construct for the tokenizer
+        P = next;
       }
-      if (*p == u'\0') return true;
+      if (Limit && P >= Limit) {
+        Crossed_ |= P > Limit;
+        return true;
+      }
+      if (*P == u'\0') return true;
       // The tokenizer, until the line ends or it stands between constructs again.
-      const int64_t base = p - Text_;
-      Parser.First(p, AtEnd, G_, S_);
+      const int64_t base = P - Text_;
+      Parser.First(P, AtEnd, G_, S_);
       for (;;) {
         const TyXMLToken& t = Parser.getToken();
         if (t.IsDone) {
           G_ = Parser.getStackG();
           S_ = Parser.getStackS();
+          Crossed_ |= Limit != nullptr;
           return true;
         }
         Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
@@ -152,7 +177,7 @@ class CyXMLNodeScanner {
             Construct_ == TyConstruct::None && t.Offset1 > 0) {
           G_ = t.StackG1;
           S_ = t.StackS1;
-          p += t.Offset1;
+          P += t.Offset1;
           break;
         }
         Parser.Next();
@@ -176,8 +201,8 @@ class CyXMLNodeScanner {
   // At a line start where a piece may begin: nothing open but elements, tokenizer at the
   // document-level state.
   bool EndsClean() const {
-    return Construct_ == TyConstruct::None && !TextOpen_ && G_ == kXMLDocumentGroupWord &&
-           S_ == kXMLDocumentSymbolWord;
+    return Construct_ == TyConstruct::None && !TextOpen_ && !Crossed_ &&
+           G_ == kXMLDocumentGroupWord && S_ == kXMLDocumentSymbolWord;
   }
   // The elements open now, outermost first.
   const std::vector<TyXMLOpenElement>& getOpen() const { return Open_; }
@@ -417,6 +442,7 @@ class CyXMLNodeScanner {
   const CyXMLWordList& WordsP_;
   bool Piece_;
   bool FastPath_ = true;
+  bool Crossed_ = false;  // a construct ran on past the end of a read inside a line
 
   int32_t MaxDepth_ = 0;
   uint64_t G_ = kXMLDocumentGroupWord;

@@ -15,8 +15,8 @@ class CyLexer {
  public:
   CyLexer(const char16_t* Text, std::vector<TyXMLScanToken>& Out) : Text_(Text), Out_(Out) {}
 
-  const char16_t* Constructs(const char16_t* p) {
-    while (*p != u'\0' && Out_.size() < CyXMLRawLineLexer::kBatch) {
+  const char16_t* Constructs(const char16_t* p, const char16_t* Limit) {
+    while (*p != u'\0' && !(Limit && p >= Limit) && Out_.size() < CyXMLRawLineLexer::kBatch) {
       const size_t before = Out_.size();
       const char16_t* next = *p == u'<'                               ? Markup(p)
                              : *p == u'&' && PredefinedLength(p) == 0 ? Reference(p)
@@ -151,9 +151,9 @@ class CyLexer {
 }  // namespace
 
 const char16_t* CyXMLRawLineLexer::Lex(const char16_t* Line, const char16_t* From,
-                                       std::vector<TyXMLScanToken>& Out) {
+                                       const char16_t* Limit, std::vector<TyXMLScanToken>& Out) {
   Out.clear();
-  return CyLexer(Line, Out).Constructs(From);
+  return CyLexer(Line, Out).Constructs(From, Limit);
 }
 
 }  // namespace xylem

@@ -24,14 +24,15 @@ struct TyXMLScanToken {
 class CyXMLRawLineLexer {
  public:
   // Tokens of the NUL-terminated line Line from From, which is at document level, into Out
-  // (cleared first), with offsets from Line. Reads whole constructs until the line ends, a
-  // construct is not one it reads, or Out holds about kBatch tokens, and returns where it
+  // (cleared first), with offsets from Line. Reads whole constructs until the line ends, one
+  // would begin at or after Limit (when not null), a construct is not one it reads, or Out
+  // holds about kBatch tokens, and returns where it
   // stopped (From when it read nothing). Out holds, in order, every token of those constructs
   // the scanner reacts to: text runs (one TEXT BODY token per run between markup),
   // references, and each tag's OPEN/OPEN_SLASH, TAG, the first WHITESPACE of a run,
   // ATTRIBUTE_NAME, EQUALS, the value's closing quote and CLOSE or CLOSE_SLASH; comments and
   // CDATA sections as OPEN and CLOSE. Linear, no allocation once Out has grown; thread-safe.
-  static const char16_t* Lex(const char16_t* Line, const char16_t* From,
+  static const char16_t* Lex(const char16_t* Line, const char16_t* From, const char16_t* Limit,
                              std::vector<TyXMLScanToken>& Out);
   static constexpr size_t kBatch = 256;
 };

@@ -17,17 +17,15 @@ using TyTreeScanner = detail::CyXMLNodeScanner<CyXMLTreeBuilder>;
 // How far past an even cut a piece start is looked for.
 constexpr int64_t kPieceStartSearchLines = 4096;
 
-// A line where a piece may start: the previous line ends a tag and this one begins one, so
-// the boundary most likely lies between two constructs (the join checks that it does).
-bool IsPieceStart(const TxTextList& List, int64_t Line) {
+}  // namespace
+
+bool detail::IsXMLPieceStart(const TxTextList& List, int64_t Line) {
   const std::u16string_view before = List.getLine(Line - 1);
   if (before.empty() || before.back() != u'>') return false;
   const std::u16string_view line = List.getLine(Line);
   const size_t first = line.find_first_not_of(u" \t");
   return first != std::u16string_view::npos && line[first] == u'<';
 }
-
-}  // namespace
 
 std::vector<int64_t> detail::XMLPieceStarts(const TxTextList& List, int PieceCount,
                                             int64_t MinPieceLines) {
@@ -39,7 +37,7 @@ std::vector<int64_t> detail::XMLPieceStarts(const TxTextList& List, int PieceCou
     const int64_t cut = count * i / PieceCount;
     const int64_t stop = std::min(count, cut + kPieceStartSearchLines);
     for (int64_t line = std::max(cut, starts.back() + 1); line <= stop; ++line) {
-      if (IsPieceStart(List, line)) {
+      if (detail::IsXMLPieceStart(List, line)) {
         starts.push_back(line);
         break;
       }

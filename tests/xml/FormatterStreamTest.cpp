@@ -104,14 +104,20 @@ TEST(FormatterStream, PartsJoinToTheOnePassTextWhereverTheyAreCut) {
     }
   }
   EXPECT_GT(inParts, 200);
-  // Plain records are always written in parts.
-  std::string plain = "<root>\n";
-  for (int i = 0; i < 50; ++i) plain += test::kFragments[0];
+  // Plain records are always written in parts, on lines of their own or all on one line.
+  std::string plain = "<root>\n", oneLine = "<root>";
+  for (int i = 0; i < 50; ++i) {
+    plain += test::kFragments[0];
+    oneLine += "<item n=\"1\"><name>a</name><b/></item>";
+  }
   plain += "</root>\n";
-  for (int pieces : {2, 3, 5}) {
-    const TyResult parts = Streamed(plain, Choices(0x1F, 0x19), pieces);
-    EXPECT_EQ(parts.Parts, pieces);
-    EXPECT_EQ(parts, ByTree(plain, Choices(0x1F, 0x19)));
+  oneLine += "</root>";
+  for (const std::string& doc : {plain, oneLine}) {
+    for (int pieces : {2, 3, 5}) {
+      const TyResult parts = Streamed(doc, Choices(0x1F, 0x19), pieces);
+      EXPECT_EQ(parts.Parts, pieces) << doc;
+      EXPECT_EQ(parts, ByTree(doc, Choices(0x1F, 0x19))) << doc;
+    }
   }
 }
 

@@ -464,9 +464,10 @@ TEST(Formatter, FileStreamWritesTheDocumentsNewlineAndEncoding) {
       const std::u16string text = unicode ? u"a\u00e9\U0001F680" : u"a\u00e9\u00ff";
       out.WriteString(text.substr(0, 3));
       out.WritePiece(text.data() + 3, text.size() - 3);
-      out.WriteString(u"\r\n");
+      out.WriteLineBreak();
       out.WritePiece(long_.data(), long_.size());
-      out.WriteString(u"\r\n  <b/>");
+      out.WriteLineBreak();
+      out.WriteString(u"  <b/>");
       file.Commit();
       TxTextList reloaded;
       const TyTextFileFormat read = LoadTextBytes(bytes, "x.txt", reloaded, {format.Encoding});
