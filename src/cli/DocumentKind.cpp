@@ -11,9 +11,10 @@ constexpr std::u16string_view kXSLTNamespace = u"http://www.w3.org/1999/XSL/Tran
 // The first characters of the document, enough to see its root element's namespace
 // declarations without walking a huge file.
 std::u16string head(const TxTextList& List) {
+  constexpr size_t kHead = 4096;
   std::u16string text;
-  for (int64_t line = 1; line <= List.getCount() && text.size() < 4096; ++line) {
-    text += List.getLine(line);
+  for (int64_t line = 1; line <= List.getCount() && text.size() < kHead; ++line) {
+    text += List.getLine(line).substr(0, kHead - text.size());
     text += u'\n';
   }
   return text;

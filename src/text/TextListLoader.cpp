@@ -39,6 +39,15 @@ std::vector<size_t> splitBoundaries(const Unit* Data, size_t Size, int Count) {
   for (int i = 0; i < Count; ++i) {
     size_t at = bounds[static_cast<size_t>(i)];
     at += (Size - at) / static_cast<size_t>(Count - i);
+    if constexpr (sizeof(Unit) == 1) {
+      // A long line is passed at memchr's speed: to the first CR or LF, or a NUL before it.
+      const void* lf = std::memchr(Data + at, 10, Size - at);
+      const size_t stop = lf ? static_cast<size_t>(static_cast<const Unit*>(lf) - Data) : Size;
+      const void* cr = std::memchr(Data + at, 13, stop - at);
+      const void* nul = std::memchr(Data + at, 0, stop - at);
+      const size_t end = cr ? static_cast<size_t>(static_cast<const Unit*>(cr) - Data) : stop;
+      at = nul ? std::min(end, static_cast<size_t>(static_cast<const Unit*>(nul) - Data)) : end;
+    }
     // Move behind the next line end; the end of the data (or a NUL) keeps the boundary.
     while (at < Size && Data[at] != 0) {
       const Unit unit = Data[at++];
