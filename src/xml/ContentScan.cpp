@@ -2,13 +2,11 @@
 
 #include <algorithm>
 
+#include "xml/TokenizerChars.hpp"
+
 namespace xylem::detail {
 
 namespace {
-
-bool IsTagEnd(char16_t c) {
-  return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n' || c == u'/' || c == u'>';
-}
 
 // Where Needle (ASCII, short) starts in [P, End), or End.
 const char16_t* Find(const char16_t* P, const char16_t* End, std::u16string_view Needle) {
@@ -28,6 +26,7 @@ class CyContentScanner {
 
   void Line(int64_t Line, const char16_t* P, const char16_t* End) {
     Line_ = Line;
+    LastInTag_ = 0;  // "/" and ">" of an empty element stand side by side
     while (P < End) {
       switch (State_) {
         case TyState::Content: P = Content(P, End); break;
@@ -103,9 +102,10 @@ class CyContentScanner {
   const char16_t* Markup(const char16_t* P, const char16_t* End) {
     const char16_t next = P + 1 < End ? P[1] : u'\0';
     if (next == u'/') {
+      // Names end where the tokenizer ends them; End is a line end or a "<", where they stop.
+      bool colon = false;
       const char16_t* name = P + 2;
-      const char16_t* q = name;
-      while (q < End && !IsTagEnd(*q)) ++q;
+      const char16_t* q = xmltokenizer::SkipName(name, xmltokenizer::kEndTagNameStop, colon);
       EndTag({name, static_cast<size_t>(q - name)});
       State_ = TyState::EndTag;
       return q;
@@ -128,9 +128,9 @@ class CyContentScanner {
       Quote_ = 0;
       return P + 2;
     }
+    bool colon = false;
     const char16_t* name = P + 1;
-    const char16_t* q = name;
-    while (q < End && !IsTagEnd(*q)) ++q;
+    const char16_t* q = xmltokenizer::SkipName(name, xmltokenizer::kElementNameStop, colon);
     const uint64_t ordinal = Piece_.HasText.size();
     Piece_.HasText.push_back(0);
     if (Piece_.FirstStart.Line == 0) Piece_.FirstStart = {Line_, P};
@@ -170,7 +170,7 @@ class CyContentScanner {
         return P + 1;
       }
       if (c == u'x' && StartsWith(P, End, u"xml:space")) Open_.back().HasSpace = true;
-      if (c != u' ' && c != u'\t') LastInTag_ = c;
+      LastInTag_ = c;
     }
     return End;
   }

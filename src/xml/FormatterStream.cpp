@@ -75,6 +75,11 @@ class CyStreamSink {
     Until_ = Until;
     if (From_.Line) Writer_.setMuted(true);
   }
+  // The scanner's open elements, whose names are kept where the part starts and stops.
+  void watch(const std::vector<TyXMLOpenElement>& Open) { Open_ = &Open; }
+  // The names of the elements open before the first and after the last start tag of the part.
+  const std::vector<std::u16string_view>& getOpenAtStart() const { return OpenAtStart_; }
+  const std::vector<std::u16string_view>& getOpenAtStop() const { return OpenAtStop_; }
 
   void Text(std::span<const TyXMLDOMPiece> Pieces, bool HasText) {
     Writer_.Text(Pieces, Pieces.size(), HasText);
@@ -85,6 +90,7 @@ class CyStreamSink {
       if (Tag.Start != Until_) throw TyPartMismatch();
       Writer_.StopBeforeElement();
       Stopped_ = true;
+      Keep(OpenAtStop_);
       return;
     }
     if (From_.Line) {  // the first start tag of the part
@@ -92,6 +98,7 @@ class CyStreamSink {
       Writer_.StopBeforeElement();
       Writer_.setMuted(false);
       From_ = {};
+      Keep(OpenAtStart_);
     }
     if (Ordinal_ >= HasText_.size()) throw TyPartMismatch();
     TyXMLStartTag tag;
@@ -109,8 +116,15 @@ class CyStreamSink {
   bool Stopped() const { return Stopped_; }
 
  private:
+  void Keep(std::vector<std::u16string_view>& Names) const {
+    if (Open_)
+      for (const TyXMLOpenElement& e : *Open_) Names.push_back(e.Name);
+  }
+
   CyXMLEventWriter& Writer_;
   const std::vector<uint8_t>& HasText_;
+  const std::vector<TyXMLOpenElement>* Open_ = nullptr;
+  std::vector<std::u16string_view> OpenAtStart_, OpenAtStop_;
   size_t Ordinal_ = 0;
   TyWhere From_, Until_;
   bool Stopped_ = false;
@@ -201,12 +215,14 @@ class CyPartsFormatter {
       if (!file) throw CyException("No temporary file for formatting in parts.", kErrorFileWrite);
     }
     std::vector<char> failed(writers.size(), 0);
+    OpenAtStart_.assign(writers.size(), {});
+    OpenAtStop_.assign(writers.size(), {});
     CyTasks::RunAll(static_cast<int>(writers.size()), [&](int w) {
       const size_t i = static_cast<size_t>(w);
       const size_t next = i + 1 < writers.size() ? writers[i + 1] : n;
       try {
         CyTextFileWriter file(fileno(files[i].get()), "temporary file", Format, false);
-        WritePart(file, writers[i], next);
+        WritePart(file, writers[i], next, OpenAtStart_[i], OpenAtStop_[i]);
         file.Commit();
       } catch (const CyXMLFormatException&) {
         failed[i] = 1;
@@ -216,6 +232,10 @@ class CyPartsFormatter {
     });
     for (const char f : failed)
       if (f) return false;
+    // Each part found open what the part before it left open: the names the first pass gave
+    // the writer were the scanner's.
+    for (size_t i = 0; i + 1 < writers.size(); ++i)
+      if (OpenAtStop_[i] != OpenAtStart_[i + 1]) return false;
     for (const auto& file : files) Out.AppendEncoded(fileno(file.get()));
     return true;
   }
@@ -260,12 +280,15 @@ class CyPartsFormatter {
 
   // The part from piece First's first start tag (the document's start for piece 0) up to
   // piece Next's first start tag (the end when Next is past the last piece).
-  void WritePart(CyTextFileWriter& File, size_t First, size_t Next) {
+  void WritePart(CyTextFileWriter& File, size_t First, size_t Next,
+                 std::vector<std::u16string_view>& OpenAtStart,
+                 std::vector<std::u16string_view>& OpenAtStop) {
     CyXMLWriterFileOutputStream stream(File);
     CyXMLEventWriter writer(stream, Choices_.XMLFormattingOptions, Choices_.XMLLayoutOptions, u"",
                             CySettings::Get().IndentationUnit);
     CyStreamSink sink(writer, Pieces_[First].HasText);
     CyXMLNodeScanner<CyStreamSink> scanner(List_, sink, WordsD_, WordsP_);
+    sink.watch(scanner.getOpen());
     if (First > 0) {
       std::vector<TyXMLOpenElement> open;
       for (const TyJoinedOpen& e : OpenAt_[First]) {
@@ -281,9 +304,11 @@ class CyPartsFormatter {
       // Every later piece start crossed must lie between two constructs, as the pieces assumed.
       if (k > First && !scanner.EndsClean()) throw TyPartMismatch();
       scanner.Read(parser, Starts_[k], End(k));
-      if (sink.Stopped()) return;
+      if (sink.Stopped()) break;
     }
-    scanner.Finish();
+    if (!sink.Stopped()) scanner.Finish();
+    OpenAtStart = sink.getOpenAtStart();
+    OpenAtStop = sink.getOpenAtStop();
   }
 
   const TxTextList& List_;
@@ -293,6 +318,7 @@ class CyPartsFormatter {
   std::vector<TyWhere> Starts_;
   std::vector<TyXMLContentPiece> Pieces_;
   std::vector<std::vector<TyJoinedOpen>> OpenAt_;
+  std::vector<std::vector<std::u16string_view>> OpenAtStart_, OpenAtStop_;  // by writer
 };
 
 // Both passes over the whole document; the first refuses before anything is written.

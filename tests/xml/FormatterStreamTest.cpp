@@ -133,6 +133,7 @@ TEST(FormatterStream, RefusesWhereTheTreeDoesAndWritesNothing) {
       "<a>\n<b>\n</b>\n</a>\n&amp;\n",     // a reference after the root
       "<!-- only -->\n<!-- comments -->\n",  // no root
       "<a>\n<b x=\"1\" x>\n</b>\n</a>\n",  // an attribute without a value
+      "<r/r>\n<e>\n</e>\n</r>\n",          // a name the tokenizer reads with its "/"
   };
   for (const std::string& doc : fixed) {
     const TyResult tree = ByTree(doc, choices);
