@@ -28,6 +28,8 @@ size_t UTF8Length(std::u16string_view Text);
 size_t EncodeUTF8(std::u16string_view Text, char* Out);
 
 std::u16string ToUTF16(std::string_view UTF8);
+// The first unit equal to Unit in [Begin, End), or End; eight units at a time.
+const char16_t* FindUnit(const char16_t* Begin, const char16_t* End, char16_t Unit);
 std::string ToUTF8(std::u16string_view UTF16);
 
 }  // namespace xylem

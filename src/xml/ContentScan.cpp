@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/Utf.hpp"
 #include "xml/TokenizerChars.hpp"
 
 namespace xylem::detail {
@@ -32,7 +33,7 @@ class CyContentScanner {
         case TyState::Content: P = Content(P, End); break;
         case TyState::StartTag: P = StartTag(P, End); break;
         case TyState::AttributeValue: {
-          const char16_t* q = std::find(P, End, Quote_);
+          const char16_t* q = FindUnit(P, End, Quote_);
           if (q == End) return;
           State_ = TyState::StartTag;
           P = q + 1;
@@ -86,12 +87,12 @@ class CyContentScanner {
 
   const char16_t* Content(const char16_t* P, const char16_t* End) {
     if (TextMarked_) {
-      P = std::find(P, End, u'<');
+      P = FindUnit(P, End, u'<');
     } else {
       for (; P < End && *P != u'<'; ++P)
         if (*P != u' ' && *P != u'\t' && *P != u'\r' && *P != u'\n') {
           MarkText();  // a character or a reference's "&"
-          P = std::find(P, End, u'<');
+          P = FindUnit(P, End, u'<');
           break;
         }
     }

@@ -94,4 +94,23 @@ TEST(Utf, FastPathAgreesWithByteAtATimeDecoding) {
   }
 }
 
+TEST(Utf, FindUnitFindsTheFirstOneWhereverItStands) {
+  // Every length around the eight-unit blocks, the unit at every place, once and twice.
+  for (size_t length = 0; length < 40; ++length) {
+    std::u16string text(length, u'a');
+    EXPECT_EQ(FindUnit(text.data(), text.data() + length, u'<'), text.data() + length);
+    for (size_t at = 0; at < length; ++at) {
+      std::u16string one = text;
+      one[at] = u'<';
+      EXPECT_EQ(FindUnit(one.data(), one.data() + length, u'<'), one.data() + at) << length << " " << at;
+      if (at + 3 < length) one[at + 3] = u'<';
+      EXPECT_EQ(FindUnit(one.data(), one.data() + length, u'<'), one.data() + at);
+      // Not past the end it is given.
+      EXPECT_EQ(FindUnit(one.data(), one.data() + at, u'<'), one.data() + at);
+    }
+  }
+  const std::u16string high(20, u'\u3c3c');  // both bytes of '<' in one unit: no match
+  EXPECT_EQ(FindUnit(high.data(), high.data() + high.size(), u'<'), high.data() + high.size());
+}
+
 }  // namespace xylem
