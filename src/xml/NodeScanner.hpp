@@ -173,8 +173,10 @@ class CyXMLNodeScanner {
         Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
                 t.TextIsMissing, base + t.Offset0, base + t.Offset1});
         if (Sink_.Stopped()) return false;
-        if (t.StackG1 == kXMLDocumentGroupWord && t.StackS1 == kXMLDocumentSymbolWord &&
-            Construct_ == TyConstruct::None && t.Offset1 > 0) {
+        const bool between = t.StackG1 == kXMLDocumentGroupWord && t.StackS1 == kXMLDocumentSymbolWord;
+        // The tokenizer ended a construct this scanner has not: it must not be read past.
+        if (between && Construct_ != TyConstruct::None) Fail(ConstructStart_);
+        if (between && t.Offset1 > 0) {
           G_ = t.StackG1;
           S_ = t.StackS1;
           P += t.Offset1;
@@ -256,24 +258,30 @@ class CyXMLNodeScanner {
       case TyConstruct::EndTag:
         if (symbol == XMLValue(S::TAG)) {
           EndName_ = TextOf(t);
-        } else if (symbol == XMLValue(S::CLOSE) && group == XMLValue(G::ELEMENT_CLOSE)) {
-          Construct_ = TyConstruct::None;
-          if (Open_.empty() && Piece_) {  // closes an element of an earlier piece
-            Sink_.OuterEndTag(EndName_, ConstructStart_);
-            return;
-          }
-          if (Open_.empty() || Open_.back().Name != EndName_) Fail(ConstructStart_);
-          // An element inside a preserved one is copied as written.
-          const bool asWritten = Open_.size() > 1 && Open_[Open_.size() - 2].Preserve;
-          Sink_.EndTag(asWritten ? Source(ConstructStart_, after)
-                                 : std::span<const TyXMLDOMPiece>());
-          Open_.pop_back();
+        } else if (symbol == XMLValue(S::CLOSE)) {
+          EndTag(after);
+        } else if (symbol != XMLValue(S::WHITESPACE)) {
+          Fail(ConstructStart_);  // attributes or "/>" in an end tag
         }
         return;
       case TyConstruct::Delimited:
         if (group == ConstructGroup_ && symbol == XMLValue(S::CLOSE)) EndDelimited(at);
         return;
     }
+  }
+
+  void EndTag(TyWhere After) {
+    Construct_ = TyConstruct::None;
+    if (Open_.empty() && Piece_) {  // closes an element of an earlier piece
+      Sink_.OuterEndTag(EndName_, ConstructStart_);
+      return;
+    }
+    if (Open_.empty() || Open_.back().Name != EndName_) Fail(ConstructStart_);
+    // An element inside a preserved one is copied as written.
+    const bool asWritten = Open_.size() > 1 && Open_[Open_.size() - 2].Preserve;
+    Sink_.EndTag(asWritten ? Source(ConstructStart_, After)
+                           : std::span<const TyXMLDOMPiece>());
+    Open_.pop_back();
   }
 
   void Begin(const TyXMLScanToken& t, unsigned group, unsigned symbol, TyWhere at, TyWhere after) {

@@ -134,6 +134,7 @@ TEST(FormatterStream, RefusesWhereTheTreeDoesAndWritesNothing) {
       "<!-- only -->\n<!-- comments -->\n",  // no root
       "<a>\n<b x=\"1\" x>\n</b>\n</a>\n",  // an attribute without a value
       "<r/r>\n<e>\n</e>\n</r>\n",          // a name the tokenizer reads with its "/"
+      "<r>\n<p></q x=\"y\" /><p></p>\n</r>\n",  // an end tag with an attribute and "/>"
   };
   for (const std::string& doc : fixed) {
     const TyResult tree = ByTree(doc, choices);
