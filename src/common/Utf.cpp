@@ -211,19 +211,4 @@ std::string ToUTF8(std::u16string_view UTF16) {
   return result;
 }
 
-const char16_t* FindUnit(const char16_t* Begin, const char16_t* End, char16_t Unit) {
-  const char16_t* p = Begin;
-#if defined(__SSE2__)
-  const __m128i wanted = _mm_set1_epi16(static_cast<short>(Unit));
-  for (; End - p >= 8; p += 8) {
-    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(units, wanted));
-    if (mask != 0) return p + std::countr_zero(static_cast<unsigned>(mask)) / 2;
-  }
-#endif
-  for (; p < End; ++p)
-    if (*p == Unit) return p;
-  return End;
-}
-
 }  // namespace xylem

@@ -1,11 +1,17 @@
 #pragma once
 // UTF-8 <-> UTF-16 conversion. `DecodeUTF8` is the one decoding kernel of the program (the
 // loader runs it per piece in parallel); the string helpers wrap it for messages and tests.
+// Also the scanners' search for the next of a few units.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace xylem {
 
@@ -28,8 +34,31 @@ size_t UTF8Length(std::u16string_view Text);
 size_t EncodeUTF8(std::u16string_view Text, char* Out);
 
 std::u16string ToUTF16(std::string_view UTF8);
-// The first unit equal to Unit in [Begin, End), or End; eight units at a time.
-const char16_t* FindUnit(const char16_t* Begin, const char16_t* End, char16_t Unit);
+// The first unit in [Begin, End) equal to any of Units, or End; eight units at a time.
+template <size_t N>
+const char16_t* FindAnyUnit(const char16_t* Begin, const char16_t* End, const char16_t (&Units)[N]) {
+  const char16_t* p = Begin;
+#if defined(__SSE2__)
+  __m128i wanted[N];
+  for (size_t i = 0; i < N; ++i) wanted[i] = _mm_set1_epi16(static_cast<short>(Units[i]));
+  for (; End - p >= 8; p += 8) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    __m128i hits = _mm_cmpeq_epi16(units, wanted[0]);
+    for (size_t i = 1; i < N; ++i) hits = _mm_or_si128(hits, _mm_cmpeq_epi16(units, wanted[i]));
+    const int mask = _mm_movemask_epi8(hits);
+    if (mask != 0) return p + std::countr_zero(static_cast<unsigned>(mask)) / 2;
+  }
+#endif
+  for (; p < End; ++p)
+    for (const char16_t unit : Units)
+      if (*p == unit) return p;
+  return End;
+}
+// The first unit equal to Unit in [Begin, End), or End.
+inline const char16_t* FindUnit(const char16_t* Begin, const char16_t* End, char16_t Unit) {
+  const char16_t units[1] = {Unit};
+  return FindAnyUnit(Begin, End, units);
+}
 std::string ToUTF8(std::u16string_view UTF16);
 
 }  // namespace xylem

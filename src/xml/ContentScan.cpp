@@ -27,6 +27,7 @@ class CyContentScanner {
 
   void Line(int64_t Line, const char16_t* P, const char16_t* End) {
     Line_ = Line;
+    LineBegin_ = P;
     LastInTag_ = 0;  // "/" and ">" of an empty element stand side by side
     while (P < End) {
       switch (State_) {
@@ -154,26 +155,35 @@ class CyContentScanner {
   }
 
   const char16_t* StartTag(const char16_t* P, const char16_t* End) {
-    for (; P < End; ++P) {
-      const char16_t c = *P;
-      if (c == u'"' || c == u'\'') {
-        Quote_ = c;
-        State_ = TyState::AttributeValue;
+    static constexpr char16_t kStops[] = {u'"', u'\'', u'>', u':'};
+    for (;;) {
+      const char16_t* q = FindAnyUnit(P, End, kStops);
+      if (q == End) {
+        if (q > P) LastInTag_ = q[-1];
+        return End;
+      }
+      const char16_t c = *q;
+      const char16_t before = q > P ? q[-1] : LastInTag_;
+      if (c == u':') {
+        if (q - LineBegin_ >= 3 && std::u16string_view(q - 3, 3) == u"xml" && StartsWith(q, End, u":space"))
+          Open_.back().HasSpace = true;
         LastInTag_ = c;
-        return P + 1;
+        P = q + 1;
+        continue;
       }
       if (c == u'>') {
-        if (LastInTag_ == u'/') {  // empty element: closed at once
+        if (before == u'/') {  // empty element: closed at once
           Open_.pop_back();
           TextMarked_ = false;
         }
         State_ = TyState::Content;
-        return P + 1;
+        return q + 1;
       }
-      if (c == u'x' && StartsWith(P, End, u"xml:space")) Open_.back().HasSpace = true;
+      Quote_ = c;
+      State_ = TyState::AttributeValue;
       LastInTag_ = c;
+      return q + 1;
     }
-    return End;
   }
 
   // The DOCTYPE up to its ">", skipping quoted strings and, in the internal subset, comments
@@ -214,6 +224,7 @@ class CyContentScanner {
   bool TextMarked_ = false;  // the innermost element's text is known
   char16_t Quote_ = 0;
   char16_t LastInTag_ = 0;
+  const char16_t* LineBegin_ = nullptr;  // where this line's read began
   bool InSubset_ = false;
 };
 

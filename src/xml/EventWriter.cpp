@@ -1,6 +1,7 @@
 #include "xml/EventWriter.hpp"
 
 #include "common/Exception.hpp"
+#include "common/Utf.hpp"
 
 namespace xylem {
 
@@ -77,17 +78,21 @@ void CyXMLEventWriter::WritePieces(std::span<const TyXMLDOMPiece> Pieces) {
 // Each line trimmed of tabs and spaces, runs of them inside a line made one space, the
 // non-empty lines joined with one space.
 void CyXMLEventWriter::WriteNormalised(std::span<const TyXMLDOMPiece> Pieces) {
+  static constexpr char16_t kBlanks[] = {u' ', u'\t'};
   Scratch_.clear();
   for (const TyXMLDOMPiece& piece : Pieces) {
     const std::u16string_view line = Trimmed(piece);
     if (line.empty()) continue;
     if (!Scratch_.empty()) Scratch_ += u' ';
-    for (size_t i = 0; i < line.size(); ++i) {
-      if (IsTabOrSpace(line[i])) {
-        while (IsTabOrSpace(line[i + 1])) ++i;  // the line ends in a non-blank
-        Scratch_ += u' ';
-      } else {
-        Scratch_ += line[i];
+    // Runs of other characters copied whole; the line ends in a non-blank.
+    const char16_t* p = line.data();
+    const char16_t* const end = p + line.size();
+    for (;;) {
+      const char16_t* blank = FindAnyUnit(p, end, kBlanks);
+      Scratch_.append(p, blank);
+      if (blank == end) break;
+      Scratch_ += u' ';
+      for (p = blank + 1; IsTabOrSpace(*p); ++p) {
       }
     }
   }

@@ -124,7 +124,9 @@ class CyXMLNodeScanner {
     const int64_t count = List_.getCount();
     if (From.Line > 1 && LastEnd_.P == nullptr) LastEnd_ = LineEnd(From.Line - 1);
     for (Line_ = From.Line; Line_ <= count && Line_ <= To.Line; ++Line_) {
-      Text_ = List_.getItems(Line_)->TextUTF16.getText();
+      const TyTextUTF16& slice = List_.getItems(Line_)->TextUTF16;
+      Text_ = slice.getText();
+      TextEnd_ = Text_ + slice.Length;
       const char16_t* limit = Line_ == To.Line ? To.P : nullptr;
       if (limit == Text_) return;
       const char16_t* p = Line_ == From.Line ? From.P : Text_;
@@ -146,7 +148,7 @@ class CyXMLNodeScanner {
     for (;;) {
       while (FastPath_ && Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
              S_ == kXMLDocumentSymbolWord && *P != u'\0' && !(Limit && P >= Limit)) {
-        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, P, Limit, Tokens_);
+        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, TextEnd_, P, Limit, Tokens_);
         for (const TyXMLScanToken& t : Tokens_) {
           Handle(t);
           if (Sink_.Stopped()) return false;
@@ -458,6 +460,7 @@ class CyXMLNodeScanner {
 
   int64_t Line_ = 0;
   const char16_t* Text_ = nullptr;
+  const char16_t* TextEnd_ = nullptr;  // the line's NUL
   TyWhere LastEnd_;
   std::vector<TyXMLOpenElement> Open_;
   bool RootSeen_ = false;

@@ -1,5 +1,6 @@
 #include "xml/RawLineLexer.hpp"
 
+#include "common/Utf.hpp"
 #include "xml/TokenizerChars.hpp"
 #include "xml/TokenizerKinds.hpp"
 
@@ -13,7 +14,8 @@ using namespace xmltokenizer;
 
 class CyLexer {
  public:
-  CyLexer(const char16_t* Text, std::vector<TyXMLScanToken>& Out) : Text_(Text), Out_(Out) {}
+  CyLexer(const char16_t* Text, const char16_t* End, std::vector<TyXMLScanToken>& Out)
+      : Text_(Text), End_(End), Out_(Out) {}
 
   const char16_t* Constructs(const char16_t* p, const char16_t* Limit) {
     while (*p != u'\0' && !(Limit && p >= Limit) && Out_.size() < CyXMLRawLineLexer::kBatch) {
@@ -38,17 +40,14 @@ class CyLexer {
 
   // Character data up to markup or a reference other than the five predefined ones.
   const char16_t* Text(const char16_t* p) {
+    static constexpr char16_t kStops[] = {u'<', u'&'};
     const char16_t* start = p;
     for (;;) {
-      const char16_t c = *p;
-      if (c == u'\0' || c == u'<') break;
-      if (c == u'&') {
-        const unsigned n = PredefinedLength(p);
-        if (n == 0) break;
-        p += n;
-        continue;
-      }
-      ++p;
+      p = FindAnyUnit(p, End_, kStops);
+      if (p == End_ || *p == u'<') break;
+      const unsigned n = PredefinedLength(p);
+      if (n == 0) break;
+      p += n;
     }
     Emit(G::TEXT, S::BODY, start, p);
     return p;
@@ -68,9 +67,10 @@ class CyLexer {
   // A section closed on this line by Close (three characters).
   const char16_t* Section(const char16_t* p, size_t OpenLength, G Group, std::u16string_view Close) {
     const char16_t* close = p + OpenLength;
-    while (!(close[0] == Close[0] && close[1] == Close[1] && close[2] == Close[2])) {
-      if (*close == u'\0') return nullptr;
-      ++close;
+    for (;; ++close) {
+      close = FindUnit(close, End_, Close[0]);
+      if (close == End_) return nullptr;
+      if (close[1] == Close[1] && close[2] == Close[2]) break;
     }
     Emit(Group, S::OPEN, p, p + OpenLength);
     Emit(Group, S::CLOSE, close, close + Close.size());
@@ -130,10 +130,8 @@ class CyLexer {
       if (q == attribute || *q != u'=') return nullptr;
       const char16_t quote = q[1];
       if (quote != u'"' && quote != u'\'') return nullptr;
-      const char16_t* value = q + 2;
-      const char16_t* close = value;
-      while (*close != quote && *close != u'\0') ++close;
-      if (*close != quote) return nullptr;
+      const char16_t* close = FindUnit(q + 2, End_, quote);
+      if (close == End_) return nullptr;
       // xml:space is read from the value's token, which the tokenizer gives.
       if (std::u16string_view(attribute, q - attribute) == u"xml:space") return nullptr;
       const bool single = quote == u'\'';
@@ -145,15 +143,17 @@ class CyLexer {
   }
 
   const char16_t* Text_;
+  const char16_t* End_;
   std::vector<TyXMLScanToken>& Out_;
 };
 
 }  // namespace
 
-const char16_t* CyXMLRawLineLexer::Lex(const char16_t* Line, const char16_t* From,
-                                       const char16_t* Limit, std::vector<TyXMLScanToken>& Out) {
+const char16_t* CyXMLRawLineLexer::Lex(const char16_t* Line, const char16_t* End,
+                                       const char16_t* From, const char16_t* Limit,
+                                       std::vector<TyXMLScanToken>& Out) {
   Out.clear();
-  return CyLexer(Line, Out).Constructs(From, Limit);
+  return CyLexer(Line, End, Out).Constructs(From, Limit);
 }
 
 }  // namespace xylem

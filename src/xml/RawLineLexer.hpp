@@ -32,8 +32,9 @@ class CyXMLRawLineLexer {
   // references, and each tag's OPEN/OPEN_SLASH, TAG, the first WHITESPACE of a run,
   // ATTRIBUTE_NAME, EQUALS, the value's closing quote and CLOSE or CLOSE_SLASH; comments and
   // CDATA sections as OPEN and CLOSE. Linear, no allocation once Out has grown; thread-safe.
-  static const char16_t* Lex(const char16_t* Line, const char16_t* From, const char16_t* Limit,
-                             std::vector<TyXMLScanToken>& Out);
+  // End is the line's end (its NUL).
+  static const char16_t* Lex(const char16_t* Line, const char16_t* End, const char16_t* From,
+                             const char16_t* Limit, std::vector<TyXMLScanToken>& Out);
   static constexpr size_t kBatch = 256;
 };
 
