@@ -31,14 +31,6 @@ std::u16string_view Trimmed(const TyXMLDOMPiece& p) {
   return {p.P + a, b - a};
 }
 
-class CyNullOutputStream final : public IyXMLWriterOutputStream {
- public:
-  void WriteString(std::u16string_view) override {}
-  void WritePiece(const char16_t*, size_t) override {}
-  void WriteLineBreak() override {}
-};
-CyNullOutputStream NullOutput;
-
 }  // namespace
 
 CyXMLEventWriter::CyXMLEventWriter(IyXMLWriterOutputStream& OutputStream,
@@ -46,8 +38,7 @@ CyXMLEventWriter::CyXMLEventWriter(IyXMLWriterOutputStream& OutputStream,
                                    TyXMLLayoutOptions XMLLayoutOptions,
                                    std::u16string_view ExtraIndent,
                                    std::u16string_view IndentationUnit, int BaseLevel)
-    : Out_(&OutputStream),
-      Target_(OutputStream),
+    : Out_(OutputStream),
       Formatting_(XMLFormattingOptions),
       Layout_(XMLLayoutOptions),
       ExtraIndent_(ExtraIndent),
@@ -55,7 +46,32 @@ CyXMLEventWriter::CyXMLEventWriter(IyXMLWriterOutputStream& OutputStream,
       Indents_(ExtraIndent),
       BaseLevel_(BaseLevel) {}
 
-void CyXMLEventWriter::setMuted(bool Muted) { Out_ = Muted ? &NullOutput : &Target_; }
+CyXMLEventWriter::~CyXMLEventWriter() {
+  try {
+    Flush();
+  } catch (...) {  // NOLINT(bugprone-empty-catch): the writer is abandoned after an error
+  }
+}
+
+void CyXMLEventWriter::setMuted(bool Muted) { Muted_ = Muted; }
+
+void CyXMLEventWriter::Flush() {
+  if (Used_ == 0) return;
+  Out_.WriteString({Buffer_, Used_});
+  Used_ = 0;
+}
+
+void CyXMLEventWriter::PutLarge(std::u16string_view Text, bool Piece) {
+  Flush();
+  if (Text.size() < kBufferUnits) {
+    std::char_traits<char16_t>::copy(Buffer_, Text.data(), Text.size());
+    Used_ = Text.size();
+  } else if (Piece) {
+    Out_.WritePiece(Text.data(), Text.size());
+  } else {
+    Out_.WriteString(Text);
+  }
+}
 
 std::u16string_view CyXMLEventWriter::Indent(int Level) {
   const size_t need = ExtraIndent_.size() + static_cast<size_t>(Level) * Unit_.size();
@@ -64,14 +80,14 @@ std::u16string_view CyXMLEventWriter::Indent(int Level) {
 }
 
 void CyXMLEventWriter::LineBreak(int Level) {
-  Out_->WriteLineBreak();
-  Out_->WriteString(Indent(Level));
+  Put(u"\r\n");
+  Put(Indent(Level));
 }
 
 void CyXMLEventWriter::WritePieces(std::span<const TyXMLDOMPiece> Pieces) {
   for (size_t i = 0; i < Pieces.size(); ++i) {
-    if (i > 0) Out_->WriteLineBreak();
-    Out_->WritePiece(Pieces[i].P, Pieces[i].Count);
+    if (i > 0) Put(u"\r\n");
+    PutPiece(Pieces[i].View());
   }
 }
 
@@ -79,24 +95,24 @@ void CyXMLEventWriter::WritePieces(std::span<const TyXMLDOMPiece> Pieces) {
 // non-empty lines joined with one space.
 void CyXMLEventWriter::WriteNormalised(std::span<const TyXMLDOMPiece> Pieces) {
   static constexpr char16_t kBlanks[] = {u' ', u'\t'};
-  Scratch_.clear();
+  bool first = true;
   for (const TyXMLDOMPiece& piece : Pieces) {
     const std::u16string_view line = Trimmed(piece);
     if (line.empty()) continue;
-    if (!Scratch_.empty()) Scratch_ += u' ';
+    if (!first) Put(u" ");
+    first = false;
     // Runs of other characters copied whole; the line ends in a non-blank.
     const char16_t* p = line.data();
     const char16_t* const end = p + line.size();
     for (;;) {
       const char16_t* blank = FindAnyUnit(p, end, kBlanks);
-      Scratch_.append(p, blank);
+      PutPiece({p, static_cast<size_t>(blank - p)});
       if (blank == end) break;
-      Scratch_ += u' ';
+      Put(u" ");
       for (p = blank + 1; IsTabOrSpace(*p); ++p) {
       }
     }
   }
-  Out_->WriteString(Scratch_);
 }
 
 void CyXMLEventWriter::WriteDelimited(NT Type, std::span<const TyXMLDOMPiece> Inner) {
@@ -114,9 +130,9 @@ void CyXMLEventWriter::WriteDelimited(NT Type, std::span<const TyXMLDOMPiece> In
     case NT::ntText: break;
     default: throw CyShouldNeverHappenException("CyXMLWriter: unknown node type");
   }
-  Out_->WriteString(open);
+  Put(open);
   WritePieces(Inner);
-  Out_->WriteString(close);
+  Put(close);
 }
 
 void CyXMLEventWriter::WriteAttribute(const TyXMLAttributeSource& Attribute, int Level,
@@ -124,25 +140,25 @@ void CyXMLEventWriter::WriteAttribute(const TyXMLAttributeSource& Attribute, int
   if (OnOwnLine)
     LineBreak(Level + 1);
   else
-    Out_->WriteString(u" ");
+    Put(u" ");
   if (!Attribute.MultiLine) {
-    Out_->WritePiece(Attribute.Text[0].P, Attribute.Text[0].Count);
+    PutPiece(Attribute.Text[0].View());
     return;
   }
   for (size_t i = 0; i < Attribute.Text.size(); ++i) {
     if (i > 0) LineBreak(Level + 2);
-    Out_->WriteString(Trimmed(Attribute.Text[i]));
+    PutPiece(Trimmed(Attribute.Text[i]));
   }
 }
 
 void CyXMLEventWriter::WriteStartTagOpen(const TyXMLStartTag& Tag, int Level) {
-  Out_->WriteString(u"<");
-  Out_->WriteString(Tag.Name);
+  Put(u"<");
+  PutPiece(Tag.Name);
   const bool format = Formatting_.Has(FO::xfoFormatAttributes);
   const bool inlined = format && Layout_.Has(LO::xloAttributesInline);
   for (const TyXMLAttributeSource& a : Tag.Attributes) {
     if (inlined) {
-      Out_->WriteString(u" ");
+      Put(u" ");
       WritePieces(a.Text);
     } else {
       WriteAttribute(a, Level, format || !a.SameLine);
@@ -151,23 +167,23 @@ void CyXMLEventWriter::WriteStartTagOpen(const TyXMLStartTag& Tag, int Level) {
 }
 
 void CyXMLEventWriter::WriteEndTag(std::u16string_view Name) {
-  Out_->WriteString(u"</");
-  Out_->WriteString(Name);
-  Out_->WriteString(u">");
+  Put(u"</");
+  PutPiece(Name);
+  Put(u">");
 }
 
 void CyXMLEventWriter::WriteEmptyEnd(std::u16string_view Name, std::u16string_view CloseSlash) {
   if (Formatting_.Has(FO::xfoFormatEmptyElements)) {
     if (Layout_.Has(LO::xloEmptyElementExpand)) {
-      Out_->WriteString(u">");
+      Put(u">");
       WriteEndTag(Name);
     } else {
-      Out_->WriteString(Layout_.Has(LO::xloEmptyElementAddSpaceBeforeSlash) ? u" />" : u"/>");
+      Put(Layout_.Has(LO::xloEmptyElementAddSpaceBeforeSlash) ? u" />" : u"/>");
     }
   } else if (!CloseSlash.empty()) {
-    Out_->WriteString(CloseSlash);
+    PutPiece(CloseSlash);
   } else {
-    Out_->WriteString(u">");
+    Put(u">");
     WriteEndTag(Name);
   }
 }
@@ -186,13 +202,13 @@ void CyXMLEventWriter::Resolve(TyFrame& Frame, TyNext Next) {
     case TyPending::None:
       return;
     case TyPending::StartOpen:
-      Out_->WriteString(u">");
+      Put(u">");
       if (Frame.Mode == TyMode::Indented && Next != TyNext::Comment && Next != TyNext::Text &&
           Next != TyNext::Reference)
         LineBreak(Frame.Level + 1);
       return;
     case TyPending::StartOpenBlank:
-      Out_->WriteString(u">");
+      Put(u">");
       TextChild(Frame, Held_, HeldLines_, false);
       return Resolve(Frame, Next);
     case TyPending::AfterChild:
@@ -210,7 +226,7 @@ void CyXMLEventWriter::Resolve(TyFrame& Frame, TyNext Next) {
       if (Next == TyNext::End)
         LineBreak(Frame.Level);
       else if (Next == TyNext::Comment && Frame.BlankLines < 2)
-        Out_->WriteString(u" ");  // a comment on the line of what precedes it stays there
+        Put(u" ");  // a comment on the line of what precedes it stays there
       else
         LineBreak(Frame.Level + 1);
       return;
@@ -226,12 +242,12 @@ void CyXMLEventWriter::TextChild(TyFrame& Frame, std::span<const TyXMLDOMPiece> 
       return;
     case TyMode::Inline:
       if (!HasText) {
-        Out_->WriteString(u" ");
+        Put(u" ");
         return;
       }
-      if (BeginsBlank(Pieces)) Out_->WriteString(u" ");
+      if (BeginsBlank(Pieces)) Put(u" ");
       WriteNormalised(Pieces);
-      if (EndsBlank(Pieces)) Out_->WriteString(u" ");
+      if (EndsBlank(Pieces)) Put(u" ");
       return;
     case TyMode::Indented:
       break;
@@ -244,7 +260,7 @@ void CyXMLEventWriter::TextChild(TyFrame& Frame, std::span<const TyXMLDOMPiece> 
   }
   // White space only: keeps the blank lines of the source unless they are removed.
   if (!Formatting_.Has(FO::xfoRemoveWhitespaceOnlyLines))
-    for (size_t i = 2; i < LineCount; ++i) Out_->WriteLineBreak();
+    for (size_t i = 2; i < LineCount; ++i) Put(u"\r\n");
   Frame.Pending = TyPending::AfterBlank;
   Frame.BlankLines = LineCount;
 }
@@ -261,7 +277,7 @@ void CyXMLEventWriter::ChildDone() {
 // Before a top-level node other than white space.
 void CyXMLEventWriter::TopLevelNode() {
   if (Written_) {
-    for (; TopBlankLines_ > 0; --TopBlankLines_) Out_->WriteLineBreak();
+    for (; TopBlankLines_ > 0; --TopBlankLines_) Put(u"\r\n");
     LineBreak(BaseLevel_);
   }
   Written_ = true;

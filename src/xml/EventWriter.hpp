@@ -2,8 +2,9 @@
 // CyXMLEventWriter: every layout rule of the formatter, applied to nodes as they come in
 // document order (start tag, children, end tag), with CR LF line breaks. What follows a node
 // often depends on the next one, so each open element keeps one pending decision, taken when
-// the next event arrives; nothing else is buffered. The tree writer feeds it from the tree,
-// the streaming formatter straight from the scanner.
+// the next event arrives. Output is gathered in a small buffer handed to the stream when full,
+// so the stream sees few calls: strings with CR LF line breaks, and long source pieces. The
+// tree writer feeds it from the tree, the streaming formatter straight from the scanner.
 
 #include <cstdint>
 #include <span>
@@ -23,8 +24,6 @@ class IyXMLWriterOutputStream {
   virtual void WriteString(std::u16string_view Text) = 0;
   // Appends Count code units of the source from P.
   virtual void WritePiece(const char16_t* P, size_t Count) = 0;
-  // Appends a line break (CR LF); the writer's own strings never hold one.
-  virtual void WriteLineBreak() { WriteString(u"\r\n"); }
 };
 
 // A start tag as the writer needs it.
@@ -46,6 +45,11 @@ class CyXMLEventWriter {
                    TyXMLLayoutOptions XMLLayoutOptions, std::u16string_view ExtraIndent,
                    std::u16string_view IndentationUnit, int BaseLevel = 0);
 
+  // Flushes what is buffered; errors of the stream are lost here (call Flush to see them).
+  ~CyXMLEventWriter();
+  CyXMLEventWriter(const CyXMLEventWriter&) = delete;
+  CyXMLEventWriter& operator=(const CyXMLEventWriter&) = delete;
+
   // The events, in document order. Text: Pieces may be empty for white space that no layout
   // copies (LineCount still says how many source lines it spans). Raises
   // CyShouldNeverHappenException on an unknown node type.
@@ -61,6 +65,8 @@ class CyXMLEventWriter {
   void StopBeforeElement();
   // While muted, events change the writer's state but write nothing.
   void setMuted(bool Muted);
+  // Hands what is buffered to the stream.
+  void Flush();
   bool IsOpen() const { return !Stack_.empty(); }
 
  private:
@@ -102,9 +108,26 @@ class CyXMLEventWriter {
   void WriteNormalised(std::span<const TyXMLDOMPiece> Pieces);
   void LineBreak(int Level);
   std::u16string_view Indent(int Level);
+  // Put: the writer's own strings; PutPiece: the source's.
+  void Put(std::u16string_view Text) {
+    if (Muted_) return;
+    if (Text.size() > kBufferUnits - Used_) return PutLarge(Text, false);
+    std::char_traits<char16_t>::copy(Buffer_ + Used_, Text.data(), Text.size());
+    Used_ += Text.size();
+  }
+  void PutPiece(std::u16string_view Piece) {
+    if (Muted_) return;
+    if (Piece.size() > kBufferUnits - Used_) return PutLarge(Piece, true);
+    std::char_traits<char16_t>::copy(Buffer_ + Used_, Piece.data(), Piece.size());
+    Used_ += Piece.size();
+  }
+  void PutLarge(std::u16string_view Text, bool Piece);
 
-  IyXMLWriterOutputStream* Out_;
-  IyXMLWriterOutputStream& Target_;
+  static constexpr size_t kBufferUnits = 8192;
+  IyXMLWriterOutputStream& Out_;
+  char16_t Buffer_[kBufferUnits];
+  size_t Used_ = 0;
+  bool Muted_ = false;
   TyXMLFormattingOptions Formatting_;
   TyXMLLayoutOptions Layout_;
   std::u16string ExtraIndent_;
@@ -116,7 +139,6 @@ class CyXMLEventWriter {
   size_t TopBlankLines_ = 0;    // blank lines kept before the next top-level node
   std::vector<TyXMLDOMPiece> Held_;  // StartOpenBlank's text
   size_t HeldLines_ = 0;
-  std::u16string Scratch_;
 };
 
 }  // namespace xylem

@@ -23,7 +23,7 @@ namespace {
 void WriteFinalLineBreak(const TxTextList& TextList, IyXMLWriterOutputStream& OutputStream) {
   const int64_t count = TextList.getCount();
   if (count > 1 && TextList.getItems(count)->TextUTF16.Length == 0)
-    OutputStream.WriteLineBreak();
+    OutputStream.WriteString(u"\r\n");
 }
 
 }  // namespace

