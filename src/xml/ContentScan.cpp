@@ -58,15 +58,15 @@ class CyContentScanner {
   void Finish() {
     Piece_.EndsInContent = State_ == TyState::Content;
     for (const TyOpen& open : Open_)
-      Piece_.Open.push_back({open.Ordinal, open.Name, open.Start, open.HasSpace});
+      Piece_.Open.push_back({open.Ordinal, NameAt(open.Start.P + 1, xmltokenizer::kElementNameStop),
+                             open.Start, open.HasSpace});
   }
 
  private:
   enum class TyState : uint8_t { Content, StartTag, AttributeValue, EndTag, Comment, CDATA, PI, Doctype };
   struct TyOpen {
     uint64_t Ordinal;
-    std::u16string_view Name;
-    TyWhere Start;
+    TyWhere Start;  // of the "<"
     bool HasSpace;
   };
 
@@ -104,13 +104,9 @@ class CyContentScanner {
   const char16_t* Markup(const char16_t* P, const char16_t* End) {
     const char16_t next = P + 1 < End ? P[1] : u'\0';
     if (next == u'/') {
-      // Names end where the tokenizer ends them; End is a line end or a "<", where they stop.
-      bool colon = false;
-      const char16_t* name = P + 2;
-      const char16_t* q = xmltokenizer::SkipName(name, xmltokenizer::kEndTagNameStop, colon);
-      EndTag({name, static_cast<size_t>(q - name)});
+      EndTag(P + 2);
       State_ = TyState::EndTag;
-      return q;
+      return P + 2;
     }
     if (next == u'?') {
       State_ = TyState::PI;
@@ -130,24 +126,31 @@ class CyContentScanner {
       Quote_ = 0;
       return P + 2;
     }
-    bool colon = false;
-    const char16_t* name = P + 1;
-    const char16_t* q = xmltokenizer::SkipName(name, xmltokenizer::kElementNameStop, colon);
+    // The name is read only for elements still open at the end (NameOf): the tag's scan
+    // passes over it.
     const uint64_t ordinal = Piece_.HasText.size();
     Piece_.HasText.push_back(0);
     if (Piece_.FirstStart.Line == 0) Piece_.FirstStart = {Line_, P};
-    Open_.push_back({ordinal, {name, static_cast<size_t>(q - name)}, {Line_, P}, false});
+    Open_.push_back({ordinal, {Line_, P}, false});
     TextMarked_ = false;
     State_ = TyState::StartTag;
     LastInTag_ = 0;
-    return q;
+    return P + 1;
   }
 
-  void EndTag(std::u16string_view Name) {
+  // Names end where the tokenizer ends them: at a stop character, at the latest the line's
+  // NUL or the "<" where a piece ends.
+  static std::u16string_view NameAt(const char16_t* Name, const xmltokenizer::CySet& Stop) {
+    bool colon = false;
+    return {Name, static_cast<size_t>(xmltokenizer::SkipName(Name, Stop, colon) - Name)};
+  }
+
+  // Name: just past "</".
+  void EndTag(const char16_t* Name) {
     if (!Open_.empty()) {
       Open_.pop_back();
     } else {
-      Piece_.Outer.push_back(Name);
+      Piece_.Outer.push_back(NameAt(Name, xmltokenizer::kEndTagNameStop));
       if (Piece_.FirstStart.Line == 0) ++Piece_.PopsBeforeFirstStart;
     }
     // The parent may already have text; looking again costs one scan of blanks.

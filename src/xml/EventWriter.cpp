@@ -1,5 +1,9 @@
 #include "xml/EventWriter.hpp"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
 
@@ -22,6 +26,24 @@ bool BeginsBlank(std::span<const TyXMLDOMPiece> p) {
 bool EndsBlank(std::span<const TyXMLDOMPiece> p) {
   const TyXMLDOMPiece& last = p.back();
   return last.Count == 0 ? p.size() > 1 : IsTabOrSpace(last.P[last.Count - 1]);
+}
+
+// A tab, or two spaces side by side: the line needs its blanks collapsed.
+bool HasBlankRun(std::u16string_view Line) {
+  const char16_t* p = Line.data();
+  const char16_t* const end = p + Line.size();
+#if defined(__SSE2__)
+  const __m128i space = _mm_set1_epi16(u' '), tab = _mm_set1_epi16(u'\t');
+  for (; end - p >= 9; p += 8) {
+    const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 1));
+    const __m128i pairs = _mm_and_si128(_mm_cmpeq_epi16(here, space), _mm_cmpeq_epi16(next, space));
+    if (_mm_movemask_epi8(_mm_or_si128(pairs, _mm_cmpeq_epi16(here, tab))) != 0) return true;
+  }
+#endif
+  for (; p < end; ++p)
+    if (*p == u'\t' || (*p == u' ' && p + 1 < end && p[1] == u' ')) return true;
+  return false;
 }
 
 std::u16string_view Trimmed(const TyXMLDOMPiece& p) {
@@ -101,6 +123,10 @@ void CyXMLEventWriter::WriteNormalised(std::span<const TyXMLDOMPiece> Pieces) {
     if (line.empty()) continue;
     if (!first) Put(u" ");
     first = false;
+    if (!HasBlankRun(line)) {  // the usual text: single spaces between words
+      PutPiece(line);
+      continue;
+    }
     // Runs of other characters copied whole; the line ends in a non-blank.
     const char16_t* p = line.data();
     const char16_t* const end = p + line.size();
