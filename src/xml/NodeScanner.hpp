@@ -1,7 +1,9 @@
 #pragma once
-// The formatter's scanner: one pass of the tokenizer over a range of lines that checks what
-// the formatter refuses and hands each node to a sink as its construct ends, so the tree reader
-// and the streaming writer see the same nodes and the same refusals.
+// The formatter's scanner: one pass over a range of the document that checks what the
+// formatter refuses and hands each node to a sink as its construct ends, so the tree reader
+// and the streaming writer see the same nodes and the same refusals. Between constructs at
+// document level it reads with CyXMLRawLineLexer, elsewhere with the tokenizer; both give it
+// the same tokens.
 //
 // A sink provides:
 //   void Text(std::span<const TyXMLDOMPiece> Pieces, bool HasText);
@@ -11,8 +13,8 @@
 //   void OuterEndTag(std::u16string_view Name, TyWhere Where);  // piece: not opened in it
 //   bool Stopped() const;  // checked after every token: true ends the read early
 //
-// The whole document is one range. A piece (Piece) starts at a line where markup begins, from
-// the document-level state with no element open: its end tags of elements it did not open go to
+// The whole document is one range. A piece (Piece) starts where markup begins, from the
+// document-level state with no element open: its end tags of elements it did not open go to
 // OuterEndTag, and the checks that need that context (a second root, text or references
 // outside the root) are the caller's. Resume instead starts a range inside the root with the
 // open elements known.
@@ -95,8 +97,8 @@ class CyXMLNodeScanner {
                    const CyXMLWordList& WordsP, bool Piece = false)
       : List_(List), Sink_(Sink), WordsD_(WordsD), WordsP_(WordsP), Piece_(Piece) {}
 
-  // Starts inside the root element with Open (outermost first) open, at a line start from the
-  // document-level state.
+  // Starts inside the root element with Open (outermost first) open, between constructs at
+  // document level.
   void Resume(std::span<const TyXMLOpenElement> Open) {
     Open_.assign(Open.begin(), Open.end());
     RootSeen_ = true;
