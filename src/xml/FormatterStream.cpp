@@ -148,27 +148,30 @@ constexpr int64_t kPieceStartSearchUnits = int64_t{1} << 20;
 // after a ">", so that a one-line document is cut too. The first is the document's start.
 std::vector<TyWhere> PieceStarts(const TxTextList& List, int PieceCount, int64_t MinPieceUnits) {
   const int64_t count = List.getCount();
+  // A line's characters and its line end.
+  auto units = [&List](int64_t Line) {
+    return static_cast<int64_t>(List.getItems(Line)->TextUTF16.Length) + 1;
+  };
   int64_t total = 0;
-  for (int64_t line = 1; line <= count; ++line) total += List.getItems(line)->TextUTF16.Length + 1;
+  for (int64_t line = 1; line <= count; ++line) total += units(line);
   if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
   PieceCount = static_cast<int>(std::min<int64_t>(PieceCount, total / std::max<int64_t>(MinPieceUnits, 1)));
   std::vector<TyWhere> starts{{1, count ? List.getItems(1)->TextUTF16.getText() : nullptr}};
   int64_t line = 1, lineFirst = 0;  // lineFirst: the units before line
   for (int i = 1; i < PieceCount; ++i) {
     const int64_t target = total * i / PieceCount;
-    while (line < count && lineFirst + List.getItems(line)->TextUTF16.Length + 1 <= target)
-      lineFirst += List.getItems(line++)->TextUTF16.Length + 1;
+    while (line < count && lineFirst + units(line) <= target) lineFirst += units(line++);
     int64_t budget = kPieceStartSearchUnits;
     for (int64_t l = line; l <= count && budget > 0; ++l) {
-      const TyTextUTF16& slice = List.getItems(l)->TextUTF16;
-      const char16_t* text = slice.getText();
+      const char16_t* text = List.getItems(l)->TextUTF16.getText();
+      const int64_t length = units(l) - 1;
       if (l > line && l > starts.back().Line && detail::IsXMLPieceStart(List, l)) {
         starts.push_back({l, text});
         break;
       }
       const int64_t from = l == line ? std::max<int64_t>(target - lineFirst, 1) : 1;
       const char16_t* p = nullptr;
-      for (int64_t at = from; at < slice.Length && budget > 0; ++at, --budget)
+      for (int64_t at = from; at < length && budget > 0; ++at, --budget)
         if (text[at] == u'<' && text[at - 1] == u'>') {
           p = text + at;
           break;

@@ -124,19 +124,7 @@ TEST(FormatterStream, PartsJoinToTheOnePassTextWhereverTheyAreCut) {
 TEST(FormatterStream, RefusesWhereTheTreeDoesAndWritesNothing) {
   std::mt19937 random(13);
   const TyXMLFormatterChoices choices = Choices(0x1F, 0x19);
-  const std::vector<std::string> fixed = {
-      "<a>\n<b>\n</a>\n</b>\n",            // crossed tags across a piece start
-      "<a>\n</a>\n<b>\n</b>\n",            // a second root in a later piece
-      "<a>\n</a>\ntext\n<!-- -->\n",       // text after the root
-      "<a>\n<b>\n</b>\n",                  // unclosed root
-      "</a>\n<a>\n</a>\n",                 // an end tag first
-      "<a>\n<b>\n</b>\n</a>\n&amp;\n",     // a reference after the root
-      "<!-- only -->\n<!-- comments -->\n",  // no root
-      "<a>\n<b x=\"1\" x>\n</b>\n</a>\n",  // an attribute without a value
-      "<r/r>\n<e>\n</e>\n</r>\n",          // a name the tokenizer reads with its "/"
-      "<r>\n<p></q x=\"y\" /><p></p>\n</r>\n",  // an end tag with an attribute and "/>"
-  };
-  for (const std::string& doc : fixed) {
+  for (const std::string& doc : test::BrokenDocuments()) {
     const TyResult tree = ByTree(doc, choices);
     ASSERT_TRUE(tree.Refused) << doc;
     for (int pieces : {1, 2, 3, 4}) ASSERT_EQ(Streamed(doc, choices, pieces), tree) << pieces << "\n" << doc;

@@ -54,6 +54,23 @@ const char* const kFragments[kFragmentCount] = {
     "<deep><deeper>\n<deepest/>\n</deeper></deep>\n",
 };
 
+const std::vector<std::string>& BrokenDocuments() {
+  static const std::vector<std::string> docs = {
+      "<a>\n<b>\n</a>\n</b>\n",
+      "<a>\n</a>\n<b>\n</b>\n",
+      "<a>\n</a>\ntext\n<!-- -->\n",
+      "<a>\n</a>\n&amp;\n<!-- -->\n",
+      "<a>\n<b>\n</b>\n</a>\n&amp;\n",
+      "<a>\n<b>\n</b>\n",
+      "</a>\n<a>\n</a>\n",
+      "<!-- only -->\n<!-- comments -->\n",
+      "<a>\n<b x=\"1\" x>\n</b>\n</a>\n",
+      "<r/r>\n<e>\n</e>\n</r>\n",
+      "<r>\n<p></q x=\"y\" /><p></p>\n</r>\n",
+  };
+  return docs;
+}
+
 std::string RandomFragmentDocument(std::mt19937& Random, int Fragments) {
   std::string doc = "<?xml version=\"1.0\"?>\n<root>\n";
   std::uniform_int_distribution<size_t> pick(0, std::size(kFragments) - 1);

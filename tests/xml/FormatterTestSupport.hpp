@@ -20,6 +20,12 @@ inline constexpr size_t kFragmentCount = 10;
 extern const char* const kFragments[kFragmentCount];
 std::string RandomFragmentDocument(std::mt19937& Random, int Fragments);
 
+// Documents the formatter refuses, with the fault where a read in pieces may meet it late: tags
+// crossed across lines, a second root, text or a reference after the root, an unclosed root, an
+// end tag first, no root, an attribute without a value, a name holding "/", an end tag with an
+// attribute and "/>".
+const std::vector<std::string>& BrokenDocuments();
+
 // Formats Text (UTF-8, LF or CR LF line ends) with the option sets given as bits (bit i:
 // value i of the enumeration) and the default word lists. The result has its CR LF line
 // breaks turned into "\n"; a line feed the writer wrote without its CR fails the test.

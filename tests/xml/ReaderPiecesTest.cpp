@@ -107,16 +107,7 @@ TEST(ReaderPieces, SameTreeAsOnePassOnAwkwardBoundaries) {
 TEST(ReaderPieces, SameRefusalAsOnePass) {
   // Each broken document is refused at the same place whichever piece holds the fault.
   std::mt19937 random(11);
-  const std::vector<std::string> fixed = {
-      "<a>\n<b>\n</a>\n</b>\n",            // crossed tags across a piece start
-      "<a>\n</a>\n<b>\n</b>\n",            // a second root in a later piece
-      "<a>\n</a>\ntext\n<!-- -->\n",       // text after the root
-      "<a>\n<b>\n</b>\n",                  // unclosed root
-      "</a>\n<a>\n</a>\n",                 // an end tag first
-      "<a>\n</a>\n&amp;\n<!-- -->\n",      // a reference after the root
-      "<!-- only -->\n<!-- comments -->\n",  // no root
-  };
-  for (const std::string& doc : fixed) {
+  for (const std::string& doc : test::BrokenDocuments()) {
     const TyOutcome whole = Read(doc, 1);
     ASSERT_TRUE(whole.Refused) << doc;
     for (int pieces : {2, 3, 4}) ASSERT_EQ(Read(doc, pieces), whole) << pieces << "\n" << doc;
