@@ -26,8 +26,6 @@ constexpr TyColorDefault<C> kDefaults[] = {
 };
 static_assert(std::size(kDefaults) == kJSONColoringCategoryCount);
 
-inline bool isWhitespace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
-
 }  // namespace
 
 CyJSONColoring::CyJSONColoring() {
@@ -83,9 +81,7 @@ bool CyJSONTokenColoring::Next() {
     case jsonString: {
       // A key is known only by what follows it; white space between is skipped twice, which
       // costs less than holding tokens back.
-      const char16_t* at = tail_;
-      while (isWhitespace(*at)) ++at;
-      category_ = *at == u':' ? C::jcKey : C::jcString;
+      category_ = *SkipJSONWhitespace(tail_) == u':' ? C::jcKey : C::jcString;
       break;
     }
     case jsonNumber:

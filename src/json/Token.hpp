@@ -1,6 +1,6 @@
 #pragma once
 // Token kinds of the JSON scanner and non-terminals of the JSON parser, with the descriptions
-// that messages use for them.
+// that messages use for them; the white space between tokens.
 
 #include <cstdint>
 #include <initializer_list>
@@ -8,6 +8,12 @@
 #include <string_view>
 
 namespace xylem {
+
+// Past the white space RFC 8259 allows between tokens (space, tab, LF, CR) from P.
+inline const char16_t* SkipJSONWhitespace(const char16_t* P) {
+  while (*P == u' ' || *P == u'\t' || *P == u'\n' || *P == u'\r') ++P;
+  return P;
+}
 
 // What the scanner recognised last. The order is part of the interface.
 enum TyJSONToken : uint8_t {

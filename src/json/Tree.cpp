@@ -1,6 +1,7 @@
 #include "json/Tree.hpp"
 
 #include "json/Exception.hpp"
+#include "json/Token.hpp"
 
 namespace xylem {
 
@@ -12,8 +13,7 @@ const char16_t* TyJSONValue::Tail() const {
   const char16_t* at = Head() + 1;
   for (TyJSONValue child = FirstChild(); Contains(child); child = child.NextSibling())
     at = (child.Kind() == jnMember ? child.MemberValue() : child).Tail();
-  while (*at == u' ' || *at == u'\t' || *at == u'\n' || *at == u'\r') ++at;
-  return at + 1;
+  return SkipJSONWhitespace(at) + 1;
 }
 
 size_t TyJSONValue::ChildCount() const {

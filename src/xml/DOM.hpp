@@ -86,6 +86,17 @@ struct TyXMLAttributeSource {
   bool MultiLine = false;
 };
 
+// A start tag as the writer needs it.
+struct TyXMLStartTag {
+  std::u16string_view Name;
+  std::span<const TyXMLAttributeSource> Attributes;
+  bool Empty = false;              // written "<a/>": no children and no end tag follow
+  std::u16string_view CloseSlash;  // Empty: "/>" with the blanks before it on its line
+  bool Preserve = false;           // PreserveText
+  bool HasText = false;            // a child is a reference or a text with more than white space
+  std::span<const TyXMLDOMPiece> AsWritten;  // inside a preserved element: the tag as written
+};
+
 // 64 bytes: big documents have tens of millions of nodes.
 struct TyXMLDOMNode {
   TyXMLDOMNode* Parent = nullptr;

@@ -26,17 +26,6 @@ class IyXMLWriterOutputStream {
   virtual void WritePiece(const char16_t* P, size_t Count) = 0;
 };
 
-// A start tag as the writer needs it.
-struct TyXMLStartTag {
-  std::u16string_view Name;
-  std::span<const TyXMLAttributeSource> Attributes;
-  bool Empty = false;              // written "<a/>": no children and no end tag follow
-  std::u16string_view CloseSlash;  // Empty: "/>" with the blanks before it on its line
-  bool Preserve = false;           // PreserveText
-  bool HasText = false;            // a child is a reference or a text with more than white space
-  std::span<const TyXMLDOMPiece> AsWritten;  // inside a preserved element: the tag as written
-};
-
 class CyXMLEventWriter {
  public:
   // ExtraIndent starts every line the writer starts with its own indentation; IndentationUnit
@@ -67,7 +56,6 @@ class CyXMLEventWriter {
   void setMuted(bool Muted);
   // Hands what is buffered to the stream.
   void Flush();
-  bool IsOpen() const { return !Stack_.empty(); }
 
  private:
   enum class TyMode : uint8_t { Indented, Inline, Source, Verbatim };

@@ -101,14 +101,8 @@ class CyStreamSink {
       Keep(OpenAtStart_);
     }
     if (Ordinal_ >= HasText_.size()) throw TyPartMismatch();
-    TyXMLStartTag tag;
-    tag.Name = Tag.Name;
-    tag.Attributes = Tag.Attributes;
-    tag.Empty = Tag.Empty;
-    tag.CloseSlash = Tag.CloseSlash.View();
-    tag.Preserve = Tag.Preserve;
+    TyXMLStartTag tag = Tag;
     tag.HasText = HasText_[Ordinal_++] != 0;
-    tag.AsWritten = Tag.AsWritten;
     Writer_.StartElement(tag);
   }
   void EndTag(std::span<const TyXMLDOMPiece> AsWritten) { Writer_.EndElement(AsWritten); }

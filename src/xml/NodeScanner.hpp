@@ -53,16 +53,11 @@ struct TyXMLOpenElement {
   bool Preserve = false;  // PreserveText
 };
 
-// A start tag as the scanner hands it to its sink; the spans live until the next token.
-struct TyXMLScannedTag {
-  std::u16string_view Name;
-  std::span<const TyXMLAttributeSource> Attributes;
+// A start tag as the scanner hands it to its sink (HasText unknown); the spans live until the
+// next token.
+struct TyXMLScannedTag : TyXMLStartTag {
   TyWhere Start;
-  bool Empty = false;        // ends with "/>"
-  TyXMLDOMPiece CloseSlash;  // Empty: "/>" with the blanks before it on its line
-  bool Preserve = false;     // PreserveText
   bool InPreserved = false;  // the parent's PreserveText: AsWritten holds the tag as written
-  std::span<const TyXMLDOMPiece> AsWritten;
 };
 
 // The source from A to B as one piece per line, into Out (cleared first).

@@ -71,7 +71,8 @@ class CyXMLTreeBuilder {
       node->TagsAsWritten = true;
       node->Pieces = Tree_.CopyPieces(Tag.AsWritten);
     } else if (Tag.Empty) {
-      node->Pieces = Tree_.CopyPieces({&Tag.CloseSlash, 1});
+      const TyXMLDOMPiece slash{Tag.CloseSlash.data(), Tag.CloseSlash.size()};
+      node->Pieces = Tree_.CopyPieces({&slash, 1});
     }
     node->PreserveText = Tag.Preserve;
     Link(node);

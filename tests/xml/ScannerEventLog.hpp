@@ -23,7 +23,7 @@ class CyRecordingSink {
   }
   void StartTag(const detail::TyXMLScannedTag& Tag) {
     Log += "S<" + ToUTF8(Tag.Name) + (Tag.Empty ? "/" : "") + (Tag.Preserve ? "p" : "") +
-           (Tag.InPreserved ? "i" : "") + "|" + ToUTF8(Tag.CloseSlash.View()) + "|";
+           (Tag.InPreserved ? "i" : "") + "|" + ToUTF8(Tag.CloseSlash) + "|";
     for (const TyXMLAttributeSource& a : Tag.Attributes) {
       Log += std::string(a.SameLine ? "s" : "") + (a.MultiLine ? "m" : "") + "[";
       Add(a.Text);
