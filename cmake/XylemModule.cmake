@@ -1,18 +1,29 @@
 # Every module folder is one static library `xylem_<name>` (alias `xylem::<name>`) made of
-# the .cpp files beside its headers. Include paths are rooted at src/.
+# the .cpp files beside its headers. Include paths are rooted at src/. DEPS are the modules and
+# libraries its headers and sources include; PRIVATE_DEPS those only its sources include.
+# scripts/check_includes.py holds every #include to these declarations.
 function(xylem_module name)
-  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "DEPS;PRIVATE_DEPS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   if(sources)
     add_library(xylem_${name} STATIC ${sources})
     target_include_directories(xylem_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
-    target_link_libraries(xylem_${name} PUBLIC ${ARG_DEPS})
+    target_link_libraries(xylem_${name} PUBLIC ${ARG_DEPS} PRIVATE ${ARG_PRIVATE_DEPS} xylem_warnings)
   else()
     add_library(xylem_${name} INTERFACE)
     target_include_directories(xylem_${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(xylem_${name} INTERFACE ${ARG_DEPS})
   endif()
   add_library(xylem::${name} ALIAS xylem_${name})
+endfunction()
+
+# A front end: one executable made of the .cpp files of its folder, linked to DEPS.
+function(xylem_program name)
+  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  add_executable(${name} ${sources})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PRIVATE ${ARG_DEPS} xylem_warnings)
 endfunction()
 
 # One GoogleTest executable per tests/ folder, `test_<name>`, every test registered with ctest.
@@ -23,7 +34,8 @@ function(xylem_test_suite name)
     return()
   endif()
   add_executable(test_${name} ${sources})
-  target_link_libraries(test_${name} PRIVATE ${ARG_DEPS} GTest::gtest GTest::gtest_main GTest::gmock)
+  target_link_libraries(test_${name} PRIVATE ${ARG_DEPS} xylem_warnings GTest::gtest
+                                              GTest::gtest_main GTest::gmock)
   target_compile_definitions(test_${name} PRIVATE XYLEM_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data")
   gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600)
 endfunction()

@@ -2,6 +2,7 @@
 # Installs the Debian packages Xylem needs (only those missing), then configures and builds.
 #   scripts/setup.sh release   Release build in build/release (the xylem tool)
 #   scripts/setup.sh test      ASan+UBSan build in build/test with tests and fuzz targets
+#   scripts/setup.sh tsan      ThreadSanitizer build in build/tsan of the parallel stages' tests
 #   scripts/setup.sh bench     Release build in build/bench with the benchmarks
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,7 +11,7 @@ packages=(g++ cmake ninja-build pkg-config libpcre2-dev libcli11-dev nlohmann-js
           libgtest-dev libgmock-dev libxml2-dev)
 case "${1:-release}" in
   bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
-  test) packages+=(libxml2-utils) ;;
+  test) packages+=(libxml2-utils clang-format) ;;
 esac
 
 missing=()
@@ -27,17 +28,24 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 
 jobs=$(nproc)
+# The suites whose code runs parallel stages or background work, run again under ThreadSanitizer.
+tsan_suites=(test_common test_text test_xml_lines test_xml_check test_xml_format test_search
+             test_services)
 case "${1:-release}" in
   release)
     cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF >/dev/null
     cmake --build build/release -j "$jobs" ;;
   test)
-    cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=ON \
-      -DXYLEM_FUZZ_SECONDS="${XYLEM_FUZZ_SECONDS:-5}" >/dev/null
+    cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=address \
+      -DXYLEM_WERROR="${XYLEM_WERROR:-OFF}" -DXYLEM_FUZZ_SECONDS="${XYLEM_FUZZ_SECONDS:-5}" >/dev/null
     cmake --build build/test -j "$jobs" ;;
+  tsan)
+    cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=thread \
+      -DXYLEM_WERROR="${XYLEM_WERROR:-OFF}" >/dev/null
+    cmake --build build/tsan -j "$jobs" --target "${tsan_suites[@]}" ;;
   bench)
     cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF \
       -DXYLEM_BUILD_BENCH=ON >/dev/null
     cmake --build build/bench -j "$jobs" ;;
-  *) echo "usage: scripts/setup.sh release|test|bench" >&2; exit 2 ;;
+  *) echo "usage: scripts/setup.sh release|test|tsan|bench" >&2; exit 2 ;;
 esac

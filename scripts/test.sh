@@ -1,10 +1,25 @@
 #!/usr/bin/env bash
-# Sets everything up, builds with AddressSanitizer and UndefinedBehaviorSanitizer, and runs
-# every test (unit tests, tool tests, and each fuzz target for a bounded time).
+# Sets everything up, checks the include graph and the formatting, runs the parallel stages'
+# suites under ThreadSanitizer, then builds with AddressSanitizer and UndefinedBehaviorSanitizer
+# and runs every test (unit tests, tool tests, each fuzz target for a bounded time).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-if [ "${CI:-}" = "true" ]; then export XYLEM_FUZZ_SECONDS=${XYLEM_FUZZ_SECONDS:-20}; fi
+if [ "${CI:-}" = "true" ]; then
+  export XYLEM_FUZZ_SECONDS=${XYLEM_FUZZ_SECONDS:-20} XYLEM_WERROR=${XYLEM_WERROR:-ON}
+fi
 scripts/setup.sh test
+python3 scripts/check_includes.py
+scripts/check_format.sh
+
+scripts/setup.sh tsan
+export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+for suite in build/tsan/tests/*/test_* build/tsan/tests/*/*/test_*; do
+  [ -x "$suite" ] || continue
+  echo "ThreadSanitizer: $(basename "$suite")"
+  # The huge-file cases run below; here the parallel stages on ordinary inputs.
+  "$suite" --gtest_brief=1 --gtest_filter='-*Large*:*Huge*'
+done
+
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 cd build/test

@@ -4,7 +4,6 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-
 #include <unistd.h>
 
 #include <chrono>
@@ -45,7 +44,8 @@ TyChildRun RunChild(const std::vector<std::string>& Argv, const std::string& Out
   run.PeakBytes = static_cast<uint64_t>(usage.ru_maxrss) * 1024;
   if (viaTime) {
     char text[64] = {};
-    if (pread(peakFd, text, sizeof(text) - 1, 0) > 0) run.PeakBytes = std::strtoull(text, nullptr, 10) * 1024;
+    if (pread(peakFd, text, sizeof(text) - 1, 0) > 0)
+      run.PeakBytes = std::strtoull(text, nullptr, 10) * 1024;
   }
   if (peakFd >= 0) {
     close(peakFd);

@@ -9,10 +9,10 @@
 namespace xylem::bench {
 
 struct TyChildRun {
-  int Status = -1;          // exit status; -1 when it could not start or was killed
+  int Status = -1;  // exit status; -1 when it could not start or was killed
   double WallSeconds = 0;
-  double CPUSeconds = 0;    // user + system time of the child
-  uint64_t PeakBytes = 0;   // the child's peak resident set
+  double CPUSeconds = 0;   // user + system time of the child
+  uint64_t PeakBytes = 0;  // the child's peak resident set
 };
 
 // Runs Argv (looked up on PATH) with stdout to OutputPath. The peak is measured by

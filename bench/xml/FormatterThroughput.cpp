@@ -17,9 +17,9 @@
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
 #include "text/TextFile.hpp"
-#include "xml/Formatter.hpp"
 #include "text/TextFileWriter.hpp"
-#include "xml/WriterFileStream.hpp"
+#include "xml/format/Formatter.hpp"
+#include "xml/format/WriterFileStream.hpp"
 
 extern char** environ;
 
@@ -70,12 +70,36 @@ void BM_XmllintFormat(benchmark::State& state, const char* file) {
                           static_cast<int64_t>(bench::ReadFileBytes(path).size()));
 }
 
-BENCHMARK_CAPTURE(BM_XylemFormat, big, "big.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
-BENCHMARK_CAPTURE(BM_XylemFormatTree, big, "big.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
-BENCHMARK_CAPTURE(BM_XmllintFormat, big, "big.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
-BENCHMARK_CAPTURE(BM_XylemFormat, oneline, "big.oneline.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
-BENCHMARK_CAPTURE(BM_XylemFormatTree, oneline, "big.oneline.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
-BENCHMARK_CAPTURE(BM_XmllintFormat, oneline, "big.oneline.xml")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XylemFormat, big, "big.xml")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XylemFormatTree, big, "big.xml")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XmllintFormat, big, "big.xml")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XylemFormat, oneline, "big.oneline.xml")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XylemFormatTree, oneline, "big.oneline.xml")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(3);
+BENCHMARK_CAPTURE(BM_XmllintFormat, oneline, "big.oneline.xml")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(3);
 
 }  // namespace
 
@@ -88,9 +112,11 @@ int main(int argc, char** argv) {
     const uint64_t ours = bench::PeakMemoryOf([&] { FormatFile(path, false); });
     const uint64_t tree = bench::PeakMemoryOf([&] { FormatFile(path, true); });
     const uint64_t theirs = bench::RunChild({"xmllint", "--format", path}).PeakBytes;
-    std::printf("peak memory %s: xylem %.0f MiB (through the tree %.0f MiB), xmllint %.0f MiB (ratio %.2f)\n",
-                file, ours / 1048576.0, tree / 1048576.0, theirs / 1048576.0,
-                theirs ? double(ours) / double(theirs) : 0.0);
+    std::printf(
+        "peak memory %s: xylem %.0f MiB (through the tree %.0f MiB), xmllint %.0f MiB (ratio "
+        "%.2f)\n",
+        file, ours / 1048576.0, tree / 1048576.0, theirs / 1048576.0,
+        theirs ? double(ours) / double(theirs) : 0.0);
   }
   std::fflush(stdout);
   benchmark::Initialize(&argc, argv);

@@ -15,10 +15,10 @@
 #include "support/PeakMemory.hpp"
 #include "text/TextFile.hpp"
 #include "text/TextList.hpp"
-#include "xml/Coloring.hpp"
-#include "xml/LineColoring.hpp"
-#include "xml/LineState.hpp"
-#include "xml/RawXMLParser.hpp"
+#include "xml/lines/Coloring.hpp"
+#include "xml/lines/LineColoring.hpp"
+#include "xml/lines/LineState.hpp"
+#include "xml/lines/RawXMLParser.hpp"
 
 namespace {
 
@@ -80,12 +80,14 @@ void BM_UpdateAllLines(benchmark::State& state) {
   for (int64_t line = 1; line <= list.getCount(); ++line) {
     const TxItem& item = *list.getItems(line);
     int32_t delta, lowest, highest;
-    fast += CyXMLParserEOL::ParseUntilEOL(item.TextUTF16.getText(), static_cast<uint64_t>(item.StackG),
-                                          static_cast<uint64_t>(item.StackS), delta, lowest, highest)
-                ? 1
-                : 0;
+    fast +=
+        CyXMLParserEOL::ParseUntilEOL(item.TextUTF16.getText(), static_cast<uint64_t>(item.StackG),
+                                      static_cast<uint64_t>(item.StackS), delta, lowest, highest)
+            ? 1
+            : 0;
   }
-  state.counters["fast_path_share"] = static_cast<double>(fast) / static_cast<double>(list.getCount());
+  state.counters["fast_path_share"] =
+      static_cast<double>(fast) / static_cast<double>(list.getCount());
 }
 
 void BM_TokenizerOnlySequential(benchmark::State& state) {
@@ -99,8 +101,8 @@ int64_t TypingLine(const TxTextList& list, size_t& at) {
   for (int64_t line = list.getCount() / 2; line <= list.getCount(); ++line) {
     const std::u16string_view text = list.getLine(line);
     const size_t close = text.find(u'>');
-    if (close != std::u16string_view::npos && close + 1 < text.size() &&
-        text[close + 1] != u'<' && text.find(u"</") != std::u16string_view::npos) {
+    if (close != std::u16string_view::npos && close + 1 < text.size() && text[close + 1] != u'<' &&
+        text.find(u"</") != std::u16string_view::npos) {
       at = close + 1;
       return line;
     }

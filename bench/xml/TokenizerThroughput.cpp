@@ -12,7 +12,7 @@
 #include "common/Utf.hpp"
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
-#include "xml/Tokenizer.hpp"
+#include "xml/syntax/Tokenizer.hpp"
 
 namespace {
 

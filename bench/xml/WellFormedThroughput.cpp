@@ -1,13 +1,13 @@
 // The whole well-formedness check of big.xml (load with encoding detection, then the parallel
-// check that stores the line states as it goes) against xmllint --noout and xmllint --stream --noout run as child
-// processes in the same run. Wall-clock medians are compared; CPU times (process-wide for the
-// check, the child's for xmllint) and peak memory are reported because the machine is shared.
+// check that stores the line states as it goes) against xmllint --noout and xmllint --stream
+// --noout run as child processes in the same run. Wall-clock medians are compared; CPU times
+// (process-wide for the check, the child's for xmllint) and peak memory are reported because the
+// machine is shared.
 #include <benchmark/benchmark.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <spawn.h>
 
 #include <chrono>
 #include <cstdio>
@@ -19,7 +19,7 @@
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
 #include "text/TextFile.hpp"
-#include "xml/WellFormed.hpp"
+#include "xml/check/WellFormed.hpp"
 
 namespace {
 
@@ -86,12 +86,25 @@ void BM_XmllintStreamNoout(benchmark::State& state) {
 
 // Process CPU time covers the check's worker threads; the xmllint cases spend it in a child,
 // reported as child_cpu_s.
-BENCHMARK(BM_XylemCheck)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)
-    ->UseRealTime()->MeasureProcessCPUTime()->ReportAggregatesOnly(false);
-BENCHMARK(BM_XmllintStreamNoout)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)
-    ->UseRealTime()->MeasureProcessCPUTime();
-BENCHMARK(BM_XmllintNoout)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)
-    ->UseRealTime()->MeasureProcessCPUTime();
+BENCHMARK(BM_XylemCheck)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->UseRealTime()
+    ->MeasureProcessCPUTime()
+    ->ReportAggregatesOnly(false);
+BENCHMARK(BM_XmllintStreamNoout)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseRealTime()
+    ->MeasureProcessCPUTime();
+BENCHMARK(BM_XmllintNoout)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseRealTime()
+    ->MeasureProcessCPUTime();
 
 }  // namespace
 

@@ -37,10 +37,37 @@ void collect(const std::filesystem::path& path, std::vector<Input>& corpus) {
 // stretch, splices with another input, and insertion of "interesting" markup bytes.
 Input mutate(const std::vector<Input>& corpus, std::mt19937_64& rng) {
   Input out = corpus.empty() ? Input{} : corpus[rng() % corpus.size()];
-  static const char* tokens[] = {"<", ">", "/", "&", ";", "\"", "'", "[", "]", "{", "}", ",",
-                                 ":", "\r", "\n", "\r\n", "<!--", "-->", "<![CDATA[", "]]>",
-                                 "<?", "?>", "<!DOCTYPE", "\\", "$1", "\\u", "(", ")", "\xEF\xBB\xBF",
-                                 "\xFF\xFE", "\0"};
+  static const char* tokens[] = {"<",
+                                 ">",
+                                 "/",
+                                 "&",
+                                 ";",
+                                 "\"",
+                                 "'",
+                                 "[",
+                                 "]",
+                                 "{",
+                                 "}",
+                                 ",",
+                                 ":",
+                                 "\r",
+                                 "\n",
+                                 "\r\n",
+                                 "<!--",
+                                 "-->",
+                                 "<![CDATA[",
+                                 "]]>",
+                                 "<?",
+                                 "?>",
+                                 "<!DOCTYPE",
+                                 "\\",
+                                 "$1",
+                                 "\\u",
+                                 "(",
+                                 ")",
+                                 "\xEF\xBB\xBF",
+                                 "\xFF\xFE",
+                                 "\0"};
   const int rounds = 1 + static_cast<int>(rng() % 8);
   for (int r = 0; r < rounds; ++r) {
     const size_t pos = out.empty() ? 0 : rng() % (out.size() + 1);
@@ -48,7 +75,9 @@ Input mutate(const std::vector<Input>& corpus, std::mt19937_64& rng) {
       case 0:
         if (!out.empty()) out[pos % out.size()] ^= static_cast<uint8_t>(1u << (rng() % 8));
         break;
-      case 1: out.insert(out.begin() + pos, static_cast<uint8_t>(rng())); break;
+      case 1:
+        out.insert(out.begin() + pos, static_cast<uint8_t>(rng()));
+        break;
       case 2:
         if (!out.empty()) {
           const size_t at = pos % out.size();

@@ -8,7 +8,7 @@
 
 #include "common/Utf.hpp"
 #include "text/TextFileWriter.hpp"
-#include "xml/Formatter.hpp"
+#include "xml/format/Formatter.hpp"
 
 namespace {
 
@@ -51,11 +51,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } catch (const CyXMLFormatException& error) {
     const std::string refused =
         "refused " + std::to_string(error.Line) + ":" + std::to_string(error.Linepos);
-    if (Streamed(text, choices, 1) != refused || Streamed(text, choices, 3) != refused) std::abort();
+    if (Streamed(text, choices, 1) != refused || Streamed(text, choices, 3) != refused)
+      std::abort();
     return 0;
   }
   const std::string expected = ToUTF8(once);
-  if (Streamed(text, choices, 1) != expected || Streamed(text, choices, 3) != expected) std::abort();
+  if (Streamed(text, choices, 1) != expected || Streamed(text, choices, 3) != expected)
+    std::abort();
   try {
     if (CyXMLFormatter::FormatText(once, u"", choices) != once) std::abort();
   } catch (const CyXMLFormatException&) {

@@ -5,10 +5,10 @@
 #include <random>
 #include <string>
 
-#include "../../tests/xml/LineStateTestSupport.hpp"
 #include "common/Utf.hpp"
+#include "support/LineStateTestSupport.hpp"
 #include "text/TextList.hpp"
-#include "xml/LineState.hpp"
+#include "xml/lines/LineState.hpp"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "common/Utf.hpp"
 // The whole/line scans and their comparison are shared with the unit tests.
-#include "../../tests/xml/TokenizerTestSupport.cpp"
+#include "support/TokenizerTestSupport.hpp"
 
 namespace {
 

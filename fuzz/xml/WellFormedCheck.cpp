@@ -3,15 +3,15 @@
 // while checking (then also the same states); errors sorted and capped, fold ranges ordered
 // and inside the document.
 #include <cstdint>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "common/Utf.hpp"
 #include "text/TextList.hpp"
-#include "xml/Folding.hpp"
-#include "xml/WellFormed.hpp"
-#include "xml/WellFormedPiece.hpp"
+#include "xml/check/WellFormed.hpp"
+#include "xml/check/WellFormedPiece.hpp"
+#include "xml/lines/Folding.hpp"
 
 namespace {
 
@@ -27,7 +27,8 @@ bool SameErrors(const xylem::IyXMLErrs& A, const xylem::IyXMLErrs& B) {
   for (int32_t i = 0; i < A.getCount(); ++i) {
     const auto& a = *A.getXMLErr(i);
     const auto& b = *B.getXMLErr(i);
-    if (a.getReason() != b.getReason() || a.getLocation()->getLine() != b.getLocation()->getLine() ||
+    if (a.getReason() != b.getReason() ||
+        a.getLocation()->getLine() != b.getLocation()->getLine() ||
         a.getLocation()->getLinepos() != b.getLocation()->getLinepos())
       return false;
   }

@@ -13,8 +13,8 @@
 #include "text/TextList.hpp"
 #include "xpath/Checker.hpp"
 #include "xpath/EmbeddedColoring.hpp"
-#include "xpath/XSLTCheck.hpp"
-#include "xpath/XSLTLineColoring.hpp"
+#include "xslt/XSLTCheck.hpp"
+#include "xslt/XSLTLineColoring.hpp"
 
 namespace {
 

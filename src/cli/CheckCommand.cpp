@@ -5,13 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "cli/Checkers.hpp"
 #include "cli/Command.hpp"
-#include "cli/DocumentKind.hpp"
 #include "cli/InputFile.hpp"
 #include "cli/JSONInput.hpp"
 #include "cli/ProgressBar.hpp"
-#include "xml/ErrReport.hpp"
+#include "diag/ErrReport.hpp"
+#include "services/DocumentChecks.hpp"
 
 namespace xylem::cli {
 
@@ -21,12 +20,6 @@ struct TyCheckArgs {
   std::vector<std::string> Files{"-"};
   std::string Report = "gcc";
 };
-
-bool hasErrors(const IyXMLErrsPtr& Errs) {
-  for (int32_t i = 0; i < Errs->getCount(); ++i)
-    if (XMLErrLevelOf(Errs->getXMLErr(i)->getSeverity()) == TyXMLErrLevel::elError) return true;
-  return false;
-}
 
 int runCheck(const TyCheckArgs& Args) {
   const std::optional<TyErrReportFormat> format = ErrReportFormatFromName(Args.Report);
@@ -45,23 +38,28 @@ int runCheck(const TyCheckArgs& Args) {
       continue;
     }
     IyXMLErrsPtr errors;
+    int64_t totalDelta = 0;
     switch (input->JSON ? TyDocumentKind::dkJSON : DetectDocumentKind(path, input->List)) {
       case TyDocumentKind::dkJSON:
-        errors = CheckJSON(*input);
-        if (hasErrors(errors) && RefusedAsBinary(*input)) {
+        errors = CheckJSONDocument(*JSONMemoryOf(*input));
+        if (HasErrors(errors) && RefusedAsBinary(*input)) {
           exitCode = kExitUsage;
           continue;
         }
         break;
-      case TyDocumentKind::dkXML: errors = CheckXML(*input); break;
+      case TyDocumentKind::dkXML:
+        errors = CheckXMLDocument(input->List, totalDelta);
+        break;
       case TyDocumentKind::dkXSLT:
-        errors = CheckXML(*input);
-        if (!hasErrors(errors)) errors = CheckXSLT(*input);
+        errors = CheckXMLDocument(input->List, totalDelta);
+        if (!HasErrors(errors))
+          errors = CheckXSLTDocument(input->List, CyXPathCheckerCachePool::Shared());
         break;
       case TyDocumentKind::dkDTD:
-      case TyDocumentKind::dkText: continue;  // nothing to check yet
+      case TyDocumentKind::dkText:
+        continue;  // nothing to check yet
     }
-    if (hasErrors(errors) && exitCode == kExitOK) exitCode = kExitFindings;
+    if (HasErrors(errors) && exitCode == kExitOK) exitCode = kExitFindings;
     sources.push_back({input->DisplayName, errors});
   }
   const std::string report = WriteErrReport(sources, *format);
@@ -75,7 +73,9 @@ void AddCheckCommand(CLI::App& App, TyCommandRun& Run) {
   auto args = std::make_shared<TyCheckArgs>();
   CLI::App* command = App.add_subcommand(
       "check",
-      "Check each file: XML for well-formedness, XSLT stylesheets also for the syntax of every XPath-bearing attribute, JSON for strict RFC 8259 syntax (kind by extension, then by content). "
+      "Check each file: XML for well-formedness, XSLT stylesheets also for the syntax of every "
+      "XPath-bearing attribute, JSON for strict RFC 8259 syntax (kind by extension, then by "
+      "content). "
       "Errors go to stdout as FILE:LINE:COL: error: MESSAGE, sorted by position. Exit code 0 "
       "when every file is fine, 1 when any has an error, 2 for usage or I/O errors.");
   command->add_option("FILE", args->Files, "Files to check (- or nothing for standard input)");

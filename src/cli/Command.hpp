@@ -4,7 +4,6 @@
 // of xmllint and compilers, so scripts can trust them.
 
 #include <CLI/CLI.hpp>
-
 #include <functional>
 
 namespace xylem::cli {

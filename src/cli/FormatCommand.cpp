@@ -4,20 +4,19 @@
 #include <string>
 #include <vector>
 
-#include "cli/Checkers.hpp"
 #include "cli/Command.hpp"
-#include "cli/DocumentKind.hpp"
 #include "cli/InputFile.hpp"
 #include "cli/JSONInput.hpp"
 #include "cli/Output.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
+#include "diag/ErrRecord.hpp"
+#include "diag/ErrReport.hpp"
 #include "json/Exception.hpp"
 #include "json/Formatter.hpp"
-#include "xml/ErrRecord.hpp"
-#include "xml/ErrReport.hpp"
-#include "xml/Formatter.hpp"
-#include "xml/Reader.hpp"
+#include "services/DocumentChecks.hpp"
+#include "xml/format/Formatter.hpp"
+#include "xml/format/Reader.hpp"
 
 namespace xylem::cli {
 
@@ -76,7 +75,8 @@ TyXMLFormatterChoices choicesOf(const TyFormatArgs& Args) {
 }
 
 void reportErrors(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
-  const std::string report = WriteErrReport({{Input.DisplayName, Errors}}, TyErrReportFormat::erfGcc);
+  const std::string report =
+      WriteErrReport({{Input.DisplayName, Errors}}, TyErrReportFormat::erfGcc);
   std::fwrite(report.data(), 1, report.size(), stdout);
 }
 
@@ -96,8 +96,10 @@ int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InP
     return written ? kExitOK : kExitUsage;
   } catch (const CyXMLFormatException& error) {
     // Report what `check` reports, so the user sees every error, not only the first.
-    IyXMLErrsPtr errors = CheckXML(Input);
-    if (errors->getCount() == 0) errors = oneError(error.Line, error.Linepos, ToUTF16(error.what()));
+    int64_t totalDelta = 0;
+    IyXMLErrsPtr errors = CheckXMLDocument(Input.List, totalDelta);
+    if (errors->getCount() == 0)
+      errors = oneError(error.Line, error.Linepos, ToUTF16(error.what()));
     reportErrors(Input, errors);
     return kExitFindings;
   }
@@ -154,15 +156,18 @@ void AddFormatCommand(CLI::App& App, TyCommandRun& Run) {
       "`check` (exit 1). Defaults: attributes inline, empty elements collapsed, text inline, "
       "blank lines removed, white-space-only elements cleared, four-space indent.");
   command->add_option("FILE", args->Files, "Files (- or nothing for standard input)");
-  command->add_option("--attributes", args->Attributes,
-                      "inline: on the element's line; lines: one per line; leave: as written")
+  command
+      ->add_option("--attributes", args->Attributes,
+                   "inline: on the element's line; lines: one per line; leave: as written")
       ->check(CLI::IsMember({"inline", "lines", "leave"}));
-  command->add_option("--empty", args->Empty,
-                      "Empty elements: collapse (<e/>), collapse-space (<e />), expand (<e></e>), "
-                      "leave")
+  command
+      ->add_option("--empty", args->Empty,
+                   "Empty elements: collapse (<e/>), collapse-space (<e />), expand (<e></e>), "
+                   "leave")
       ->check(CLI::IsMember({"collapse", "collapse-space", "expand", "leave"}));
-  command->add_option("--text", args->Text,
-                      "Text: inline (on the element's line), lines (on lines of its own), leave")
+  command
+      ->add_option("--text", args->Text,
+                   "Text: inline (on the element's line), lines (on lines of its own), leave")
       ->check(CLI::IsMember({"inline", "lines", "leave"}));
   command->add_flag("--remove-blank-lines,!--keep-blank-lines", args->RemoveBlankLines,
                     "Remove white-space-only lines (default) or keep blank lines as they are");

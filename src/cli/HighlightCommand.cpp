@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "cli/Command.hpp"
-#include "cli/DocumentKind.hpp"
 #include "cli/HighlightJSON.hpp"
 #include "cli/HighlightRenderer.hpp"
 #include "cli/InputFile.hpp"
 #include "cli/ProgressBar.hpp"
-#include "xml/Coloring.hpp"
-#include "xml/LineColoring.hpp"
+#include "services/DocumentKind.hpp"
+#include "xml/lines/Coloring.hpp"
+#include "xml/lines/LineColoring.hpp"
 #include "xpath/EmbeddedColoring.hpp"
 #include "xpath/EmbeddedColoringScheme.hpp"
-#include "xpath/XSLTLineColoring.hpp"
+#include "xslt/XSLTLineColoring.hpp"
 
 namespace xylem::cli {
 

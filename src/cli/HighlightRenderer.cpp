@@ -42,13 +42,13 @@ std::string HighlightClassName(std::string_view Prefix, std::string_view Categor
 
 CyHighlightRenderer::CyHighlightRenderer(std::vector<TyHighlightStyle> Styles, bool Html, bool Dark,
                                          std::FILE* Out)
-    : styles_(std::move(Styles)), html_(Html), dark_(Dark), out_(Out) {}
+    : Styles_(std::move(Styles)), Html_(Html), Dark_(Dark), Out_(Out) {}
 
 std::string CyHighlightRenderer::styleSheet(bool Dark) const {
   std::string css =
       Dark ? "body{background:#1e1e1e;color:#d4d4d4}" : "body{background:#fff;color:#000}";
   css += "pre{font-family:monospace}";
-  for (const TyHighlightStyle& style : styles_) {
+  for (const TyHighlightStyle& style : Styles_) {
     const TyColorItem& item = style.Item;
     css += "." + style.ClassName + "{";
     if (item.Foreground != kNoColor) css += "color:" + hexColor(item.Foreground) + ";";
@@ -65,63 +65,63 @@ void CyHighlightRenderer::appendEscaped(std::u16string_view Text) {
   for (char c : ToUTF8(Text)) {
     switch (c) {
       case '<':
-        buffer_ += "&lt;";
+        Buffer_ += "&lt;";
         break;
       case '>':
-        buffer_ += "&gt;";
+        Buffer_ += "&gt;";
         break;
       case '&':
-        buffer_ += "&amp;";
+        Buffer_ += "&amp;";
         break;
       default:
-        buffer_ += c;
+        Buffer_ += c;
     }
   }
 }
 
 void CyHighlightRenderer::Begin(std::string_view Title) {
-  if (!html_) return;
-  buffer_ += "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>";
+  if (!Html_) return;
+  Buffer_ += "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>";
   appendEscaped(ToUTF16(Title));
-  buffer_ += "</title><style>" + styleSheet(dark_) + "</style></head><body><pre>";
+  Buffer_ += "</title><style>" + styleSheet(Dark_) + "</style></head><body><pre>";
 }
 
 void CyHighlightRenderer::Append(size_t Style, const char16_t* Text, size_t Count) {
   if (Count == 0) return;
-  if (Style != runStyle_) flushRun();
-  runStyle_ = Style;
-  run_.append(Text, Count);
+  if (Style != RunStyle_) flushRun();
+  RunStyle_ = Style;
+  Run_.append(Text, Count);
 }
 
 void CyHighlightRenderer::flushRun() {
-  if (run_.empty()) return;
-  if (html_) {
-    buffer_ += "<span class=\"" + styles_[runStyle_].ClassName + "\">";
-    appendEscaped(run_);
-    buffer_ += "</span>";
+  if (Run_.empty()) return;
+  if (Html_) {
+    Buffer_ += "<span class=\"" + Styles_[RunStyle_].ClassName + "\">";
+    appendEscaped(Run_);
+    Buffer_ += "</span>";
   } else {
-    buffer_ += ansiStart(styles_[runStyle_].Item);
-    buffer_ += ToUTF8(run_);
+    Buffer_ += ansiStart(Styles_[RunStyle_].Item);
+    Buffer_ += ToUTF8(Run_);
   }
-  run_.clear();
+  Run_.clear();
   // A one-line document (minified JSON) must not be held whole.
-  if (buffer_.size() > kBlockSize) {
-    std::fwrite(buffer_.data(), 1, buffer_.size(), out_);
-    buffer_.clear();
+  if (Buffer_.size() > kBlockSize) {
+    std::fwrite(Buffer_.data(), 1, Buffer_.size(), Out_);
+    Buffer_.clear();
   }
 }
 
 void CyHighlightRenderer::EndLine() {
   flushRun();
-  if (!html_) buffer_ += "\x1b[0m";
-  buffer_ += '\n';
+  if (!Html_) Buffer_ += "\x1b[0m";
+  Buffer_ += '\n';
 }
 
 void CyHighlightRenderer::Finish() {
   flushRun();
-  if (html_) buffer_ += "</pre></body></html>\n";
-  std::fwrite(buffer_.data(), 1, buffer_.size(), out_);
-  buffer_.clear();
+  if (Html_) Buffer_ += "</pre></body></html>\n";
+  std::fwrite(Buffer_.data(), 1, Buffer_.size(), Out_);
+  Buffer_.clear();
 }
 
 }  // namespace xylem::cli

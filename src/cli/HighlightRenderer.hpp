@@ -27,8 +27,8 @@ void AppendHighlightStyles(std::vector<TyHighlightStyle>& Styles, std::string_vi
                            const Scheme& Colors) {
   for (size_t i = 0; i < Scheme::kCategoryCount; ++i) {
     const auto category = static_cast<typename Scheme::TyCategory>(i);
-    Styles.push_back({HighlightClassName(Prefix, Scheme::getCategoryName(category)),
-                      Colors.getItem(category)});
+    Styles.push_back(
+        {HighlightClassName(Prefix, Scheme::getCategoryName(category)), Colors.getItem(category)});
   }
 }
 
@@ -55,13 +55,13 @@ class CyHighlightRenderer {
   void appendEscaped(std::u16string_view Text);
   std::string styleSheet(bool Dark) const;
 
-  std::vector<TyHighlightStyle> styles_;
-  bool html_;
-  bool dark_;
-  std::FILE* out_;
-  std::string buffer_;
-  std::u16string run_;
-  size_t runStyle_ = 0;
+  std::vector<TyHighlightStyle> Styles_;
+  bool Html_;
+  bool Dark_;
+  std::FILE* Out_;
+  std::string Buffer_;
+  std::u16string Run_;
+  size_t RunStyle_ = 0;
 };
 
 }  // namespace xylem::cli

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "cli/Command.hpp"
-#include "cli/DocumentKind.hpp"
 #include "cli/InputFile.hpp"
 #include "cli/ProgressBar.hpp"
+#include "services/DocumentKind.hpp"
 
 namespace xylem::cli {
 
@@ -46,8 +46,9 @@ int runInfo(const std::vector<std::string>& Files) {
 void AddInfoCommand(CLI::App& App, TyCommandRun& Run) {
   auto files = std::make_shared<std::vector<std::string>>();
   CLI::App* info = App.add_subcommand(
-      "info", "Show how each file is stored: encoding, byte-order mark, whether the encoding is "
-              "fixed by a declaration, newline, line count, document type and load time.");
+      "info",
+      "Show how each file is stored: encoding, byte-order mark, whether the encoding is "
+      "fixed by a declaration, newline, line count, document type and load time.");
   info->add_option("FILE", *files, "Files to inspect (- for standard input)")->required();
   info->callback([&Run, files] { Run = [files] { return runInfo(*files); }; });
 }

@@ -73,7 +73,8 @@ std::shared_ptr<const CyJSONMemory> JSONMemoryOf(const TyInputFile& Input) {
 bool EndsWithLineEnd(const TyInputFile& Input) {
   if (Input.JSON) {
     const size_t count = Input.JSON->DataCount();
-    return count > 0 && (Input.JSON->Data()[count - 1] == u'\n' || Input.JSON->Data()[count - 1] == u'\r');
+    return count > 0 &&
+           (Input.JSON->Data()[count - 1] == u'\n' || Input.JSON->Data()[count - 1] == u'\r');
   }
   const int64_t count = Input.List.getCount();
   return count > 1 && Input.List.getLine(count).empty();

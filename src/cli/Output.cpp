@@ -24,7 +24,8 @@ bool WriteStreamed(const TyInputFile& Input, bool InPlace,
     return true;
   } catch (const CyException& error) {
     if (error.getCode() != kErrorFileWrite && error.getCode() != kErrorUnrepresentable) throw;
-    std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(), OneLine(error.what()).c_str());
+    std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(),
+                 OneLine(error.what()).c_str());
     return false;
   }
 }

@@ -71,26 +71,26 @@ std::string CyProgressBar::FormatLine(std::string_view Stage, uint64_t Done, uin
 
 CyProgressBar::CyProgressBar(const std::string& Path) {
   if (!ShouldShow(fileSize(Path), ::isatty(STDERR_FILENO) == 1)) return;
-  thread_ = std::thread([this] { draw(); });
+  Thread_ = std::thread([this] { draw(); });
 }
 
 CyProgressBar::~CyProgressBar() { Stop(); }
 
 void CyProgressBar::Stop() {
-  if (!thread_.joinable()) return;
+  if (!Thread_.joinable()) return;
   {
-    std::lock_guard<std::mutex> lock(mutex_);
-    stopping_ = true;
+    std::lock_guard<std::mutex> lock(Mutex_);
+    Stopping_ = true;
   }
-  wake_.notify_one();
-  thread_.join();
+  Wake_.notify_one();
+  Thread_.join();
 }
 
 void CyProgressBar::draw() {
   std::string shown;
   unsigned tick = 0;
-  std::unique_lock<std::mutex> lock(mutex_);
-  while (!wake_.wait_for(lock, std::chrono::milliseconds(100), [this] { return stopping_; })) {
+  std::unique_lock<std::mutex> lock(Mutex_);
+  while (!Wake_.wait_for(lock, std::chrono::milliseconds(100), [this] { return Stopping_; })) {
     const TyProgressSnapshot snapshot = CyProgress::Snapshot();
     // One column short of the width: writing the last column makes some terminals wrap.
     const std::string line =

@@ -41,10 +41,10 @@ class CyProgressBar {
  private:
   void draw();
 
-  std::thread thread_;
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  bool stopping_ = false;
+  std::thread Thread_;
+  std::mutex Mutex_;
+  std::condition_variable Wake_;
+  bool Stopping_ = false;
 };
 
 }  // namespace xylem::cli

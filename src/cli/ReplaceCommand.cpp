@@ -8,15 +8,15 @@
 
 #include "cli/Command.hpp"
 #include "cli/InputFile.hpp"
-#include "cli/ProgressBar.hpp"
 #include "cli/Output.hpp"
+#include "cli/ProgressBar.hpp"
 #include "common/Utf.hpp"
+#include "search/Escapes.hpp"
 #include "search/EuroReplacer.hpp"
 #include "search/FileReplacer.hpp"
+#include "search/RegExprSearcher.hpp"
 #include "text/EncodingDetector.hpp"
 #include "text/InputStream.hpp"
-#include "search/Escapes.hpp"
-#include "search/RegExprSearcher.hpp"
 
 namespace xylem::cli {
 
@@ -53,7 +53,8 @@ std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
   if (Path == "-") return std::nullopt;
   std::ifstream file(Path, std::ios::binary);
   std::string head(64 * 1024, '\0');
-  head.resize(static_cast<size_t>(file.read(head.data(), static_cast<std::streamsize>(head.size())).gcount()));
+  head.resize(static_cast<size_t>(
+      file.read(head.data(), static_cast<std::streamsize>(head.size())).gcount()));
   if (!file.eof() && !file) return std::nullopt;
   TyTextFileFormat format;
   try {
@@ -82,7 +83,8 @@ int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
   int64_t count = 0;
   try {
     const bool written = WriteStreamed(target, InPlace, [&](CyTextFileWriter& Out) {
-      count = ReplaceAllUTF8File(Path, *replacer, [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); });
+      count = ReplaceAllUTF8File(Path, *replacer,
+                                 [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); });
       // Nothing replaced: the file keeps its bytes and its time stamp.
       if (InPlace && count == 0) throw TyNothingReplaced{};
     });
@@ -101,7 +103,8 @@ int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
 }
 
 int runReplace(const TyReplaceArgs& Args) {
-  const uint8_t options = (Args.Regex ? roRegExpr : 0) | (Args.CaseSensitive ? roCaseSensitive : 0) |
+  const uint8_t options = (Args.Regex ? roRegExpr : 0) |
+                          (Args.CaseSensitive ? roCaseSensitive : 0) |
                           (Args.WholeWord ? roWholeWordOnly : 0);
   const std::u16string search = ToUTF16(Args.Search);
   const std::u16string replacement = ToUTF16(Args.Replacement);
@@ -121,8 +124,8 @@ int runReplace(const TyReplaceArgs& Args) {
   int exitCode = kExitOK;
   for (const std::string& path : Args.Files) {
     if (const std::optional<TyTextFileFormat> format = StreamableFormat(path)) {
-      exitCode = std::max(exitCode, replaceStreamed(path, *format, search, replacement, options,
-                                                    Args.InPlace));
+      exitCode = std::max(
+          exitCode, replaceStreamed(path, *format, search, replacement, options, Args.InPlace));
       continue;
     }
     CyProgressBar bar(path);

@@ -7,7 +7,7 @@
 #include "cli/InputFile.hpp"
 #include "cli/ProgressBar.hpp"
 #include "common/Utf.hpp"
-#include "xml/Tokenizer.hpp"
+#include "xml/syntax/Tokenizer.hpp"
 
 namespace xylem::cli {
 
@@ -19,9 +19,12 @@ std::string printable(std::u16string_view Text) {
   std::string shown = ToUTF8(Text.substr(0, kMaxShown));
   std::string out;
   for (char c : shown) {
-    if (c == '\t') out += "\\t";
-    else if (c == '"' || c == '\\') out += std::string("\\") + c;
-    else out += c;
+    if (c == '\t')
+      out += "\\t";
+    else if (c == '"' || c == '\\')
+      out += std::string("\\") + c;
+    else
+      out += c;
   }
   if (Text.size() > kMaxShown) out += "...";
   return out;

@@ -85,7 +85,8 @@ int checkJSONLines(TyXPath31ParserRule Rule) {
         exitCode = kExitFindings;
       }
     } catch (const nlohmann::json::exception& error) {
-      answer = {{"ok", false}, {"message", std::string("bad request: ") + error.what()}, {"offset", -1}};
+      answer = {
+          {"ok", false}, {"message", std::string("bad request: ") + error.what()}, {"offset", -1}};
       exitCode = kExitUsage;
     }
     std::cout << answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n'
@@ -107,8 +108,9 @@ void AddXPathCommand(CLI::App& App, TyCommandRun& Run) {
       "--jsonl, read JSON lines {\"text\": \"...\"} from stdin and answer each with one line "
       "{\"ok\": true} or {\"ok\": false, \"message\": \"...\", \"offset\": N} (N: 0-based "
       "character index of the failing token).");
-  check->add_option("--rule", args->Rule,
-                    "What the text must be: expr (default), pattern, sequence-type, item-type, avt")
+  check
+      ->add_option("--rule", args->Rule,
+                   "What the text must be: expr (default), pattern, sequence-type, item-type, avt")
       ->check(CLI::IsMember({"expr", "pattern", "sequence-type", "item-type", "avt"}));
   check->add_flag("--jsonl", args->JSONLines, "Batch mode for tools: JSON lines on stdin");
   check->add_option("EXPR", args->Expression, "The expression");

@@ -27,9 +27,9 @@ class CyColorScheme {
   using TyCategory = Category;
   static constexpr size_t kCategoryCount = Count;
 
-  const TyColorItem& getItem(Category Which) const { return items_[static_cast<size_t>(Which)]; }
+  const TyColorItem& getItem(Category Which) const { return Items_[static_cast<size_t>(Which)]; }
   void setItem(Category Which, const TyColorItem& Item) {
-    items_[static_cast<size_t>(Which)] = Item;
+    Items_[static_cast<size_t>(Which)] = Item;
   }
 
  protected:
@@ -54,7 +54,7 @@ class CyColorScheme {
   }
 
  private:
-  std::array<TyColorItem, Count> items_{};
+  std::array<TyColorItem, Count> Items_{};
 };
 
 }  // namespace xylem

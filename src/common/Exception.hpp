@@ -12,13 +12,13 @@ namespace xylem {
 class CyException : public std::runtime_error {
  public:
   explicit CyException(const std::string& message, int code = 0)
-      : std::runtime_error(message), code_(code) {}
+      : std::runtime_error(message), Code_(code) {}
 
   const char* getMessage() const noexcept { return what(); }
-  int getCode() const noexcept { return code_; }
+  int getCode() const noexcept { return Code_; }
 
  private:
-  int code_;
+  int Code_;
 };
 
 // An internal state that cannot arise unless the program itself is wrong.

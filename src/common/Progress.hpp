@@ -11,7 +11,7 @@ namespace xylem {
 struct TyProgressSnapshot {
   const char* Stage = "";  // "" before the first stage
   uint64_t Done = 0;
-  uint64_t Total = 0;  // 0 when the stage's size is unknown
+  uint64_t Total = 0;       // 0 when the stage's size is unknown
   uint32_t Generation = 0;  // counts the stages begun, so a poller sees a stage change
 };
 

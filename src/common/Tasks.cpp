@@ -27,9 +27,7 @@ int CyTasks::ProcessorCount() {
   return count;
 }
 
-int CyTasks::PieceCount() {
-  return CySettings::Get().ParallelProcessing ? ProcessorCount() : 1;
-}
+int CyTasks::PieceCount() { return CySettings::Get().ParallelProcessing ? ProcessorCount() : 1; }
 
 void CyTasks::RunAll(int Count, const std::function<void(int)>& Task) {
   if (Count <= 0) return;

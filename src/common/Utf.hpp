@@ -16,9 +16,9 @@
 namespace xylem {
 
 struct TyUTF8DecodeResult {
-  size_t Written = 0;       // UTF-16 code units written
-  size_t ErrorCount = 0;    // invalid sequences, each replaced by U+FFFD
-  bool NulFound = false;    // a NUL byte was met; decoding stopped there
+  size_t Written = 0;     // UTF-16 code units written
+  size_t ErrorCount = 0;  // invalid sequences, each replaced by U+FFFD
+  bool NulFound = false;  // a NUL byte was met; decoding stopped there
 };
 
 // Decodes [Begin, End) into Out, which must hold at least End - Begin code units (UTF-8 never
@@ -36,7 +36,8 @@ size_t EncodeUTF8(std::u16string_view Text, char* Out);
 std::u16string ToUTF16(std::string_view UTF8);
 // The first unit in [Begin, End) equal to any of Units, or End; eight units at a time.
 template <size_t N>
-const char16_t* FindAnyUnit(const char16_t* Begin, const char16_t* End, const char16_t (&Units)[N]) {
+const char16_t* FindAnyUnit(const char16_t* Begin, const char16_t* End,
+                            const char16_t (&Units)[N]) {
   const char16_t* p = Begin;
 #if defined(__SSE2__)
   __m128i wanted[N];

@@ -28,9 +28,7 @@ static_assert(std::size(kDefaults) == kJSONColoringCategoryCount);
 
 }  // namespace
 
-CyJSONColoring::CyJSONColoring() {
-  SetDefaults(kDefaults, false);
-}
+CyJSONColoring::CyJSONColoring() { SetDefaults(kDefaults, false); }
 
 CyJSONColoring CyJSONColoring::DefaultDark() {
   CyJSONColoring scheme;
@@ -47,54 +45,54 @@ bool CyJSONColoring::FindCategory(std::string_view Name, TyJSONColoringCategory&
 }
 
 CyJSONTokenColoring::CyJSONTokenColoring(const char16_t* Data, size_t Count)
-    : scanner_(Data, Count), end_(Data + Count) {}
+    : Scanner_(Data, Count), End_(Data + Count) {}
 
 bool CyJSONTokenColoring::Next() {
-  if (state_ == stAfterError) {
-    state_ = stDone;
-    if (tail_ != end_) {
-      head_ = tail_, tail_ = end_, category_ = C::jcPlain;
+  if (State_ == stAfterError) {
+    State_ = stDone;
+    if (Tail_ != End_) {
+      Head_ = Tail_, Tail_ = End_, Category_ = C::jcPlain;
       return true;
     }
   }
-  if (state_ == stDone) return false;
+  if (State_ == stDone) return false;
   try {
-    scanner_.Next();
+    Scanner_.Next();
   } catch (const JSONException& error) {
     // The scanner has moved its head to the failing token before raising.
-    error_ = error;
-    head_ = scanner_.Head();
-    tail_ = head_;
-    while (tail_ < end_ && *tail_ != u'\n' && *tail_ != u'\r') ++tail_;
-    state_ = stAfterError;
-    if (tail_ == head_) return Next();  // stretches are never empty
-    category_ = C::jcError;
+    Error_ = error;
+    Head_ = Scanner_.Head();
+    Tail_ = Head_;
+    while (Tail_ < End_ && *Tail_ != u'\n' && *Tail_ != u'\r') ++Tail_;
+    State_ = stAfterError;
+    if (Tail_ == Head_) return Next();  // stretches are never empty
+    Category_ = C::jcError;
     return true;
   }
-  head_ = scanner_.Head();
-  tail_ = scanner_.Tail();
-  switch (scanner_.Token()) {
+  Head_ = Scanner_.Head();
+  Tail_ = Scanner_.Tail();
+  switch (Scanner_.Token()) {
     case jsonEOI:
     case jsonBOI:
-      state_ = stDone;
+      State_ = stDone;
       return false;
     case jsonString: {
       // A key is known only by what follows it; white space between is skipped twice, which
       // costs less than holding tokens back.
-      category_ = *SkipJSONWhitespace(tail_) == u':' ? C::jcKey : C::jcString;
+      Category_ = *SkipJSONWhitespace(Tail_) == u':' ? C::jcKey : C::jcString;
       break;
     }
     case jsonNumber:
-      category_ = C::jcNumber;
+      Category_ = C::jcNumber;
       break;
     case jsonLiteralFalse:
     case jsonLiteralNull:
     case jsonLiteralTrue:
-      category_ = C::jcLiteral;
+      Category_ = C::jcLiteral;
       break;
     case jsonWhitespace:
     case jsonError:
-      category_ = C::jcPlain;
+      Category_ = C::jcPlain;
       break;
     case jsonColon:
     case jsonComma:
@@ -102,7 +100,7 @@ bool CyJSONTokenColoring::Next() {
     case jsonLeftSquareBracket:
     case jsonRightCurlyBracket:
     case jsonRightSquareBracket:
-      category_ = C::jcPunctuation;
+      Category_ = C::jcPunctuation;
       break;
   }
   return true;

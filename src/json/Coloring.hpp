@@ -68,23 +68,23 @@ class CyJSONTokenColoring {
   // Moves to the next stretch; false once the text is done.
   bool Next();
 
-  TyJSONColoringCategory Category() const { return category_; }
+  TyJSONColoringCategory Category() const { return Category_; }
   // The stretch [Head, Tail), never empty.
-  const char16_t* Head() const { return head_; }
-  const char16_t* Tail() const { return tail_; }
+  const char16_t* Head() const { return Head_; }
+  const char16_t* Tail() const { return Tail_; }
   // The scanning error met so far, if any.
-  const std::optional<JSONException>& Error() const { return error_; }
+  const std::optional<JSONException>& Error() const { return Error_; }
 
  private:
   enum TyState : uint8_t { stScanning, stAfterError, stDone };
 
-  CyJSONScanner scanner_;
-  const char16_t* end_;
-  TyState state_ = stScanning;
-  TyJSONColoringCategory category_ = TyJSONColoringCategory::jcPlain;
-  const char16_t* head_ = nullptr;
-  const char16_t* tail_ = nullptr;
-  std::optional<JSONException> error_;
+  CyJSONScanner Scanner_;
+  const char16_t* End_;
+  TyState State_ = stScanning;
+  TyJSONColoringCategory Category_ = TyJSONColoringCategory::jcPlain;
+  const char16_t* Head_ = nullptr;
+  const char16_t* Tail_ = nullptr;
+  std::optional<JSONException> Error_;
 };
 
 }  // namespace xylem

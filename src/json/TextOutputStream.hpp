@@ -12,8 +12,8 @@
 namespace xylem {
 
 // Collects text in a fixed buffer and hands it on in large pieces. Code page 1200 (UTF-16LE)
-// is the in-memory form and a text sink's; byte streams may also take 1201 (UTF-16BE) or 65001 (UTF-8). Call
-// Flush before reading the destination. Not thread-safe.
+// is the in-memory form and a text sink's; byte streams may also take 1201 (UTF-16BE) or 65001
+// (UTF-8). Call Flush before reading the destination. Not thread-safe.
 class CyTextOutputStream {
  public:
   static constexpr int kCodePageUTF16LE = 1200;

@@ -16,12 +16,12 @@ class ReplaceWithException : public CyException {
  public:
   static constexpr int kCode = 6202;
   ReplaceWithException(const std::string& Message, int64_t Position)
-      : CyException(Message, kCode), _Position(Position) {}
+      : CyException(Message, kCode), Position_(Position) {}
   // 0-based position of the faulty token in the template, in code units.
-  int64_t getPosition() const { return _Position; }
+  int64_t getPosition() const { return Position_; }
 
  private:
-  int64_t _Position;
+  int64_t Position_;
 };
 
 // Reads the escape whose backslash is Text[Index] and that is not a group reference: "\\" is a

@@ -22,7 +22,7 @@ class CyFIFOUTF16 {
   CyFIFOUTF16& operator=(const CyFIFOUTF16&) = delete;
   // KeepTailOnly: only the last kKeptTail or more units are kept (for passes that count but
   // produce no text); reading then returns just that tail.
-  explicit CyFIFOUTF16(bool KeepTailOnly) : _KeepTailOnly(KeepTailOnly) {}
+  explicit CyFIFOUTF16(bool KeepTailOnly) : KeepTailOnly_(KeepTailOnly) {}
 
   // Appends Count units. Amortised O(Count).
   void Write(const char16_t* Text, int64_t Count);
@@ -32,12 +32,12 @@ class CyFIFOUTF16 {
   void Reserve(int64_t Count);
 
   // Units written and not yet read.
-  int64_t getCount() const { return static_cast<int64_t>(_Size - _ReadPosition); }
+  int64_t getCount() const { return static_cast<int64_t>(Size_ - ReadPosition_); }
   // Units written since construction or the last Clear, including those read or dropped.
-  int64_t getWrittenCount() const { return _WrittenCount; }
+  int64_t getWrittenCount() const { return WrittenCount_; }
   // The unread units, contiguous; valid until the next write.
   std::u16string_view getView() const {
-    return std::u16string_view(_Data + _ReadPosition, _Size - _ReadPosition);
+    return std::u16string_view(Data_ + ReadPosition_, Size_ - ReadPosition_);
   }
   // Copies the last Count units written (Count <= getCount()) to Target.
   void CopyTail(int64_t Count, char16_t* Target) const;
@@ -54,12 +54,12 @@ class CyFIFOUTF16 {
  private:
   void Grow(size_t Needed);
 
-  char16_t* _Data = nullptr;
-  size_t _Size = 0;
-  size_t _Capacity = 0;
-  size_t _ReadPosition = 0;
-  int64_t _WrittenCount = 0;
-  bool _KeepTailOnly = false;
+  char16_t* Data_ = nullptr;
+  size_t Size_ = 0;
+  size_t Capacity_ = 0;
+  size_t ReadPosition_ = 0;
+  int64_t WrittenCount_ = 0;
+  bool KeepTailOnly_ = false;
 };
 
 }  // namespace xylem

@@ -1,7 +1,5 @@
 #include "search/FileReplacer.hpp"
 
-#include "text/TextListLoader.hpp"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +14,7 @@
 #include "common/Progress.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
+#include "text/TextListLoader.hpp"
 
 namespace xylem {
 
@@ -44,15 +43,15 @@ size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Targe
 // Encodes each replaced piece and hands it to Write.
 class TyUTF8Encoder {
  public:
-  explicit TyUTF8Encoder(const TyUTF8Sink& Write) : _Write(Write) {}
+  explicit TyUTF8Encoder(const TyUTF8Sink& Write) : Write_(Write) {}
   void operator()(std::u16string_view Piece) {
-    if (_Bytes.size() < Piece.size() * 3) _Bytes.resize(Piece.size() * 3);
-    _Write(std::string_view(_Bytes.data(), EncodeUTF8(Piece, _Bytes.data())));
+    if (Bytes_.size() < Piece.size() * 3) Bytes_.resize(Piece.size() * 3);
+    Write_(std::string_view(Bytes_.data(), EncodeUTF8(Piece, Bytes_.data())));
   }
 
  private:
-  const TyUTF8Sink& _Write;
-  std::string _Bytes;
+  const TyUTF8Sink& Write_;
+  std::string Bytes_;
 };
 
 }  // namespace

@@ -26,5 +26,4 @@ int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
 int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer, const TyUTF8Sink& Write,
                            int64_t PieceSize = int64_t{1} << 18);
 
-
 }  // namespace xylem

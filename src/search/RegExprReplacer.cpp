@@ -13,7 +13,7 @@ CyRegExprReplacer::CyRegExprReplacer(std::u16string_view SearchWhat,
                                      std::u16string_view ReplaceWith, bool CaseSensitive,
                                      std::u16string_view Newline)
     : _Searcher(SearchWhat, CaseSensitive, Newline),
-      _ReplaceWithParts(ReplaceWith, _Searcher, Newline) {}
+      ReplaceWithParts_(ReplaceWith, _Searcher, Newline) {}
 
 TySearchResult CyRegExprReplacer::FindNext(const char16_t* Subject, int64_t Length, int64_t Start,
                                            bool NotEmptyAtStart, bool NotAtTextStart,
@@ -24,7 +24,7 @@ TySearchResult CyRegExprReplacer::FindNext(const char16_t* Subject, int64_t Leng
 }
 
 void CyRegExprReplacer::WriteReplacement(CyFIFOUTF16& Out) {
-  _ReplaceWithParts.Translate(_Searcher.getMatch(), Out);
+  ReplaceWithParts_.Translate(_Searcher.getMatch(), Out);
 }
 
 }  // namespace xylem

@@ -25,7 +25,7 @@ class CyRegExprReplacer : public CyReplacer {
 
   // The compiled pattern and the parsed template.
   const CyRegExprSearcher& getSearcher() const { return _Searcher; }
-  const CyRegExprReplaceWithParts& getReplaceWithParts() const { return _ReplaceWithParts; }
+  const CyRegExprReplaceWithParts& getReplaceWithParts() const { return ReplaceWithParts_; }
 
  protected:
   bool NeedsLookBehind() const override { return true; }
@@ -36,7 +36,7 @@ class CyRegExprReplacer : public CyReplacer {
 
  private:
   CyRegExprSearcher _Searcher;
-  CyRegExprReplaceWithParts _ReplaceWithParts;
+  CyRegExprReplaceWithParts ReplaceWithParts_;
 };
 
 }  // namespace xylem

@@ -31,8 +31,8 @@ CyRegExprException::CyRegExprException(const std::string& PCRE2Message, int64_t 
     : CyException("Regular expression error at position " + std::to_string(Position) + ": " +
                       PCRE2Message + ".",
                   kCode),
-      _PCRE2Message(PCRE2Message),
-      _Position(Position) {}
+      PCRE2Message_(PCRE2Message),
+      Position_(Position) {}
 
 std::u16string_view TyRegExprMatch::getGroup(int32_t Number) const {
   if (!isGroupSet(Number)) return {};
@@ -56,42 +56,42 @@ CyRegExprSearcher::CyRegExprSearcher(std::u16string_view Pattern, bool CaseSensi
                            (CaseSensitive ? 0u : static_cast<uint32_t>(PCRE2_CASELESS));
   int errorCode = 0;
   PCRE2_SIZE errorOffset = 0;
-  _Code = pcre2_compile_16(reinterpret_cast<PCRE2_SPTR16>(Pattern.data()), Pattern.size(), options,
+  Code_ = pcre2_compile_16(reinterpret_cast<PCRE2_SPTR16>(Pattern.data()), Pattern.size(), options,
                            &errorCode, &errorOffset, context);
   pcre2_compile_context_free_16(context);
-  if (_Code == nullptr)
+  if (Code_ == nullptr)
     throw CyRegExprException(ErrorMessage(errorCode), static_cast<int64_t>(errorOffset));
 
   uint32_t captureCount = 0;
-  pcre2_pattern_info_16(_Code, PCRE2_INFO_CAPTURECOUNT, &captureCount);
-  _GroupCount = static_cast<int32_t>(captureCount);
-  _MatchData = pcre2_match_data_create_from_pattern_16(_Code, nullptr);
-  _MatchContext = pcre2_match_context_create_16(nullptr);
+  pcre2_pattern_info_16(Code_, PCRE2_INFO_CAPTURECOUNT, &captureCount);
+  GroupCount_ = static_cast<int32_t>(captureCount);
+  MatchData_ = pcre2_match_data_create_from_pattern_16(Code_, nullptr);
+  MatchContext_ = pcre2_match_context_create_16(nullptr);
   // Without JIT (an unsupported machine) the interpreter runs the same pattern.
-  _JIT = pcre2_jit_compile_16(_Code, PCRE2_JIT_COMPLETE | PCRE2_JIT_PARTIAL_HARD) == 0;
-  if (_JIT) {
-    _JITStack = pcre2_jit_stack_create_16(32 * 1024, 4 * 1024 * 1024, nullptr);
-    pcre2_jit_stack_assign_16(_MatchContext, nullptr, _JITStack);
+  JIT_ = pcre2_jit_compile_16(Code_, PCRE2_JIT_COMPLETE | PCRE2_JIT_PARTIAL_HARD) == 0;
+  if (JIT_) {
+    JITStack_ = pcre2_jit_stack_create_16(32 * 1024, 4 * 1024 * 1024, nullptr);
+    pcre2_jit_stack_assign_16(MatchContext_, nullptr, JITStack_);
   }
-  if (_MatchData == nullptr || _MatchContext == nullptr) {
+  if (MatchData_ == nullptr || MatchContext_ == nullptr) {
     Release();
     throw CyShouldNeverHappenException("PCRE2 match data");
   }
-  _Match.Ovector = pcre2_get_ovector_pointer_16(_MatchData);
-  _Match.PairCount = 0;
+  Match_.Ovector = pcre2_get_ovector_pointer_16(MatchData_);
+  Match_.PairCount = 0;
 }
 
 CyRegExprSearcher::~CyRegExprSearcher() { Release(); }
 
 void CyRegExprSearcher::Release() {
-  pcre2_jit_stack_free_16(_JITStack);
-  pcre2_match_context_free_16(_MatchContext);
-  pcre2_match_data_free_16(_MatchData);
-  pcre2_code_free_16(_Code);
-  _JITStack = nullptr;
-  _MatchContext = nullptr;
-  _MatchData = nullptr;
-  _Code = nullptr;
+  pcre2_jit_stack_free_16(JITStack_);
+  pcre2_match_context_free_16(MatchContext_);
+  pcre2_match_data_free_16(MatchData_);
+  pcre2_code_free_16(Code_);
+  JITStack_ = nullptr;
+  MatchContext_ = nullptr;
+  MatchData_ = nullptr;
+  Code_ = nullptr;
 }
 
 TySearchResult CyRegExprSearcher::Find(const char16_t* Subject, int64_t Length, int64_t Start,
@@ -103,25 +103,25 @@ TySearchResult CyRegExprSearcher::Find(const char16_t* Subject, int64_t Length, 
                            (MoreFollows ? PCRE2_PARTIAL_HARD : 0u);
   const auto subject = reinterpret_cast<PCRE2_SPTR16>(Subject);
   const int rc =
-      _JIT ? pcre2_jit_match_16(_Code, subject, static_cast<PCRE2_SIZE>(Length),
-                                static_cast<PCRE2_SIZE>(Start), options, _MatchData, _MatchContext)
-           : pcre2_match_16(_Code, subject, static_cast<PCRE2_SIZE>(Length),
+      JIT_ ? pcre2_jit_match_16(Code_, subject, static_cast<PCRE2_SIZE>(Length),
+                                static_cast<PCRE2_SIZE>(Start), options, MatchData_, MatchContext_)
+           : pcre2_match_16(Code_, subject, static_cast<PCRE2_SIZE>(Length),
                             static_cast<PCRE2_SIZE>(Start), options | PCRE2_NO_UTF_CHECK,
-                            _MatchData, _MatchContext);
+                            MatchData_, MatchContext_);
   if (rc == PCRE2_ERROR_NOMATCH || rc == PCRE2_ERROR_PARTIAL) {
-    _Match.PairCount = 0;
+    Match_.PairCount = 0;
     if (rc == PCRE2_ERROR_NOMATCH) return srNone;
-    MatchStart = static_cast<int64_t>(pcre2_get_ovector_pointer_16(_MatchData)[0]);
+    MatchStart = static_cast<int64_t>(pcre2_get_ovector_pointer_16(MatchData_)[0]);
     MatchEnd = Length;
     return srPartial;
   }
   if (rc < 0)
     throw CyException("Regular expression search failed: " + ErrorMessage(rc) + ".",
                       CyRegExprException::kCode);
-  const size_t* ovector = pcre2_get_ovector_pointer_16(_MatchData);
-  _Match.Subject = Subject;
-  _Match.Ovector = ovector;
-  _Match.PairCount = rc == 0 ? static_cast<int32_t>(pcre2_get_ovector_count_16(_MatchData)) : rc;
+  const size_t* ovector = pcre2_get_ovector_pointer_16(MatchData_);
+  Match_.Subject = Subject;
+  Match_.Ovector = ovector;
+  Match_.PairCount = rc == 0 ? static_cast<int32_t>(pcre2_get_ovector_count_16(MatchData_)) : rc;
   MatchStart = static_cast<int64_t>(ovector[0]);
   // \K inside a look-ahead may report an end before the start; treat it as an empty match.
   MatchEnd = ovector[1] > ovector[0] ? static_cast<int64_t>(ovector[1]) : MatchStart;
@@ -131,14 +131,14 @@ TySearchResult CyRegExprSearcher::Find(const char16_t* Subject, int64_t Length, 
 std::vector<int32_t> CyRegExprSearcher::getGroupNumbers(std::u16string_view Name) const {
   const std::u16string name(Name);  // PCRE2 wants it NUL-terminated
   const auto key = reinterpret_cast<PCRE2_SPTR16>(name.c_str());
-  const int number = pcre2_substring_number_from_name_16(_Code, key);
+  const int number = pcre2_substring_number_from_name_16(Code_, key);
   if (number >= 0) return {number};
   if (number != PCRE2_ERROR_NOUNIQUESUBSTRING) return {};
   PCRE2_SPTR16 first = nullptr;
   PCRE2_SPTR16 last = nullptr;
   uint32_t entrySize = 0;
-  pcre2_pattern_info_16(_Code, PCRE2_INFO_NAMEENTRYSIZE, &entrySize);
-  if (pcre2_substring_nametable_scan_16(_Code, key, &first, &last) < 0) return {};
+  pcre2_pattern_info_16(Code_, PCRE2_INFO_NAMEENTRYSIZE, &entrySize);
+  if (pcre2_substring_nametable_scan_16(Code_, key, &first, &last) < 0) return {};
   std::vector<int32_t> numbers;
   for (PCRE2_SPTR16 entry = first; entry <= last; entry += entrySize) numbers.push_back(entry[0]);
   return numbers;

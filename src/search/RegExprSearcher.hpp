@@ -27,13 +27,13 @@ class CyRegExprException : public CyException {
   // The message reads "Regular expression error at position N: <PCRE2's message>.".
   CyRegExprException(const std::string& PCRE2Message, int64_t Position);
   // PCRE2's message alone, without the position.
-  const std::string& getPCRE2Message() const { return _PCRE2Message; }
+  const std::string& getPCRE2Message() const { return PCRE2Message_; }
   // 0-based offset in the pattern, in code units.
-  int64_t getPosition() const { return _Position; }
+  int64_t getPosition() const { return Position_; }
 
  private:
-  std::string _PCRE2Message;
-  int64_t _Position;
+  std::string PCRE2Message_;
+  int64_t Position_;
 };
 
 // What a search found: a match, nothing, or (when more text may follow) the start of a match
@@ -78,10 +78,10 @@ class CyRegExprSearcher {
                       bool NotAtTextStart, bool MoreFollows, int64_t& MatchStart,
                       int64_t& MatchEnd);
   // The groups of the last successful FindNext.
-  TyRegExprMatch getMatch() const { return _Match; }
+  TyRegExprMatch getMatch() const { return Match_; }
 
   // Number of capturing groups in the pattern (group 0 not counted).
-  int32_t getGroupCount() const { return _GroupCount; }
+  int32_t getGroupCount() const { return GroupCount_; }
   // The numbers of the groups called Name (several only with duplicate names, (?J)); empty when
   // the pattern has no such group.
   std::vector<int32_t> getGroupNumbers(std::u16string_view Name) const;
@@ -89,13 +89,13 @@ class CyRegExprSearcher {
  private:
   void Release();
 
-  pcre2_real_code_16* _Code = nullptr;
-  pcre2_real_match_data_16* _MatchData = nullptr;
-  pcre2_real_match_context_16* _MatchContext = nullptr;
-  pcre2_real_jit_stack_16* _JITStack = nullptr;
-  bool _JIT = false;
-  int32_t _GroupCount = 0;
-  TyRegExprMatch _Match;
+  pcre2_real_code_16* Code_ = nullptr;
+  pcre2_real_match_data_16* MatchData_ = nullptr;
+  pcre2_real_match_context_16* MatchContext_ = nullptr;
+  pcre2_real_jit_stack_16* JITStack_ = nullptr;
+  bool JIT_ = false;
+  int32_t GroupCount_ = 0;
+  TyRegExprMatch Match_;
 };
 
 }  // namespace xylem

@@ -32,14 +32,14 @@ std::string WrittenUpTo(std::u16string_view Template, size_t Start, size_t End) 
 
 }  // namespace
 
-void CyLiteral::Translate(const TyRegExprMatch&, CyFIFOUTF16& Out) const { Out.Write(_Text); }
+void CyLiteral::Translate(const TyRegExprMatch&, CyFIFOUTF16& Out) const { Out.Write(Text_); }
 
 void CyBackreference::Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const {
-  Out.Write(Match.getGroup(_Number));
+  Out.Write(Match.getGroup(Number_));
 }
 
 void CyNamedBackreference::Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const {
-  for (int32_t number : _Numbers) {
+  for (int32_t number : Numbers_) {
     if (Match.isGroupSet(number)) {
       Out.Write(Match.getGroup(number));
       return;
@@ -58,7 +58,7 @@ void CyRegExprReplaceWithParts::Parse(std::u16string_view Template,
                                       std::u16string_view Newline) {
   const size_t size = Template.size();
   auto literal = [&](std::u16string text) {
-    _Parts.push_back(std::make_unique<CyLiteral>(std::move(text)));
+    Parts_.push_back(std::make_unique<CyLiteral>(std::move(text)));
   };
   // A numbered reference whose first digit is at Digit; Sigil is "$" or "\" for the message.
   // Returns the index behind it.
@@ -72,7 +72,7 @@ void CyRegExprReplaceWithParts::Parse(std::u16string_view Template,
     if (number > Searcher.getGroupCount())
       Fail("Subpattern does not exist: " + std::string(Sigil) + std::to_string(number) + ".",
            Start);
-    _Parts.push_back(std::make_unique<CyBackreference>(number));
+    Parts_.push_back(std::make_unique<CyBackreference>(number));
     return end;
   };
   // A named reference whose name starts at NameStart and must be closed by Close.
@@ -86,7 +86,7 @@ void CyRegExprReplaceWithParts::Parse(std::u16string_view Template,
     std::vector<int32_t> numbers = Searcher.getGroupNumbers(name);
     if (numbers.empty())
       Fail("Subpattern does not exist: " + std::string(Open) + ToUTF8(name) + Closing + ".", Start);
-    _Parts.push_back(std::make_unique<CyNamedBackreference>(std::move(name), std::move(numbers)));
+    Parts_.push_back(std::make_unique<CyNamedBackreference>(std::move(name), std::move(numbers)));
     return end + 1;
   };
 
@@ -134,7 +134,7 @@ std::u16string CyRegExprReplaceWithParts::Translate(const TyRegExprMatch& Match)
 }
 
 void CyRegExprReplaceWithParts::Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const {
-  for (const auto& part : _Parts) part->Translate(Match, Out);
+  for (const auto& part : Parts_) part->Translate(Match, Out);
 }
 
 }  // namespace xylem

@@ -31,25 +31,25 @@ class CyReplaceWithPart {
 // Fixed text.
 class CyLiteral : public CyReplaceWithPart {
  public:
-  explicit CyLiteral(std::u16string Text) : _Text(std::move(Text)) {}
+  explicit CyLiteral(std::u16string Text) : Text_(std::move(Text)) {}
   void Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const override;
   // The fixed text.
-  const std::u16string& getText() const { return _Text; }
+  const std::u16string& getText() const { return Text_; }
 
  private:
-  std::u16string _Text;
+  std::u16string Text_;
 };
 
 // A numbered group; 0 is the whole match.
 class CyBackreference : public CyReplaceWithPart {
  public:
-  explicit CyBackreference(int32_t Number) : _Number(Number) {}
+  explicit CyBackreference(int32_t Number) : Number_(Number) {}
   void Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const override;
   // The group's number.
-  int32_t getNumber() const { return _Number; }
+  int32_t getNumber() const { return Number_; }
 
  private:
-  int32_t _Number;
+  int32_t Number_;
 };
 
 // A named group, resolved to its numbers when parsed; with duplicate names the first group
@@ -57,15 +57,15 @@ class CyBackreference : public CyReplaceWithPart {
 class CyNamedBackreference : public CyReplaceWithPart {
  public:
   CyNamedBackreference(std::u16string Name, std::vector<int32_t> Numbers)
-      : _Name(std::move(Name)), _Numbers(std::move(Numbers)) {}
+      : Name_(std::move(Name)), Numbers_(std::move(Numbers)) {}
   void Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const override;
   // The name as written, and the numbers of the groups that carry it (at least one).
-  const std::u16string& getName() const { return _Name; }
-  const std::vector<int32_t>& getNumbers() const { return _Numbers; }
+  const std::u16string& getName() const { return Name_; }
+  const std::vector<int32_t>& getNumbers() const { return Numbers_; }
 
  private:
-  std::u16string _Name;
-  std::vector<int32_t> _Numbers;
+  std::u16string Name_;
+  std::vector<int32_t> Numbers_;
 };
 
 class CyRegExprReplaceWithParts {
@@ -82,13 +82,13 @@ class CyRegExprReplaceWithParts {
   void Translate(const TyRegExprMatch& Match, CyFIFOUTF16& Out) const;
 
   // The parts in template order.
-  const std::vector<std::unique_ptr<CyReplaceWithPart>>& getParts() const { return _Parts; }
+  const std::vector<std::unique_ptr<CyReplaceWithPart>>& getParts() const { return Parts_; }
 
  private:
   void Parse(std::u16string_view Template, const CyRegExprSearcher& Searcher,
              std::u16string_view Newline);
 
-  std::vector<std::unique_ptr<CyReplaceWithPart>> _Parts;
+  std::vector<std::unique_ptr<CyReplaceWithPart>> Parts_;
 };
 
 }  // namespace xylem

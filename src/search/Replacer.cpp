@@ -8,18 +8,18 @@
 namespace xylem {
 
 CyReplaceBuffer::CyReplaceBuffer(int64_t Length)
-    : _Data(static_cast<char16_t*>(
+    : Data_(static_cast<char16_t*>(
           CyPageMemory::Allocate(static_cast<size_t>(kSpare + Length + 1) * 2))),
-      _Length(Length),
-      _Capacity(Length) {}
+      Length_(Length),
+      Capacity_(Length) {}
 
 CyReplaceBuffer::~CyReplaceBuffer() {
-  CyPageMemory::Free(_Data, static_cast<size_t>(kSpare + _Capacity + 1) * 2);
+  CyPageMemory::Free(Data_, static_cast<size_t>(kSpare + Capacity_ + 1) * 2);
 }
 
 void CyReplaceBuffer::setLength(int64_t Length) {
-  _Length = Length;
-  _Data[static_cast<size_t>(kSpare + Length)] = 0;
+  Length_ = Length;
+  Data_[static_cast<size_t>(kSpare + Length)] = 0;
 }
 
 bool CyReplacer::Replace(const char16_t* Text, int64_t Length, int64_t From, int64_t To,

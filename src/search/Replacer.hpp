@@ -34,10 +34,10 @@ class CyReplaceBuffer {
   CyReplaceBuffer(const CyReplaceBuffer&) = delete;
   CyReplaceBuffer& operator=(const CyReplaceBuffer&) = delete;
   // The first unit of the text; kSpare writable units lie in front of it.
-  char16_t* getText() { return _Data + kSpare; }
-  const char16_t* getText() const { return _Data + kSpare; }
+  char16_t* getText() { return Data_ + kSpare; }
+  const char16_t* getText() const { return Data_ + kSpare; }
   // The text's length in code units.
-  int64_t getLength() const { return _Length; }
+  int64_t getLength() const { return Length_; }
   // Shortens the text to Length (<= the allocated length), moving the NUL.
   void setLength(int64_t Length);
 
@@ -45,9 +45,9 @@ class CyReplaceBuffer {
   static constexpr int64_t kSpare = 128;
 
  private:
-  char16_t* _Data;
-  int64_t _Length;
-  int64_t _Capacity;
+  char16_t* Data_;
+  int64_t Length_;
+  int64_t Capacity_;
 };
 
 class CyReplacer {

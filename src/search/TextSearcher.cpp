@@ -7,19 +7,19 @@ namespace xylem {
 
 CyTextSearcher::CyTextSearcher(std::u16string_view SearchWhat, bool CaseSensitive,
                                bool WholeWordOnly)
-    : _Pattern(CaseSensitive ? std::u16string(SearchWhat) : CyCaseFolding::Fold(SearchWhat)),
-      _CaseSensitive(CaseSensitive),
-      _WholeWordOnly(WholeWordOnly) {
-  const int32_t length = static_cast<int32_t>(_Pattern.size());
-  _Shift.fill(length);
-  for (int32_t i = 0; i + 1 < length; ++i) _Shift[_Pattern[i] & 0xFF] = length - 1 - i;
+    : Pattern_(CaseSensitive ? std::u16string(SearchWhat) : CyCaseFolding::Fold(SearchWhat)),
+      CaseSensitive_(CaseSensitive),
+      WholeWordOnly_(WholeWordOnly) {
+  const int32_t length = static_cast<int32_t>(Pattern_.size());
+  Shift_.fill(length);
+  for (int32_t i = 0; i + 1 < length; ++i) Shift_[Pattern_[i] & 0xFF] = length - 1 - i;
 }
 
 template <bool Fold>
 bool CyTextSearcher::Find(const char16_t* Text, int64_t Length, int64_t Start,
                           int64_t& MatchStart) const {
-  const int64_t length = static_cast<int64_t>(_Pattern.size());
-  const char16_t* pattern = _Pattern.data();
+  const int64_t length = static_cast<int64_t>(Pattern_.size());
+  const char16_t* pattern = Pattern_.data();
   const char16_t last = pattern[length - 1];
   const char16_t* folds = Fold ? CyCaseFolding::getBMPTable() : nullptr;
   // A low surrogate folds by its pair, so folding needs the unit before it; FoldUnitAt handles
@@ -42,7 +42,7 @@ bool CyTextSearcher::Find(const char16_t* Text, int64_t Length, int64_t Start,
         return true;
       }
     }
-    end += _Shift[unit & 0xFF];
+    end += Shift_[unit & 0xFF];
   }
   return false;
 }
@@ -65,15 +65,15 @@ bool CyTextSearcher::IsWholeWord(const char16_t* Text, int64_t Length, int64_t S
 
 bool CyTextSearcher::FindNext(const char16_t* Text, int64_t Length, int64_t Start,
                               int64_t& MatchStart, int64_t& MatchEnd) const {
-  if (_Pattern.empty() || Start < 0) return false;
-  const int64_t length = static_cast<int64_t>(_Pattern.size());
+  if (Pattern_.empty() || Start < 0) return false;
+  const int64_t length = static_cast<int64_t>(Pattern_.size());
   for (int64_t from = Start;;) {
     int64_t start = 0;
-    if (!(_CaseSensitive ? Find<false>(Text, Length, from, start)
+    if (!(CaseSensitive_ ? Find<false>(Text, Length, from, start)
                          : Find<true>(Text, Length, from, start)))
       return false;
     if (!SplitsPair(Text, Length, start) && !SplitsPair(Text, Length, start + length) &&
-        (!_WholeWordOnly || IsWholeWord(Text, Length, start, start + length))) {
+        (!WholeWordOnly_ || IsWholeWord(Text, Length, start, start + length))) {
       MatchStart = start;
       MatchEnd = start + length;
       return true;

@@ -23,19 +23,19 @@ class CyTextSearcher {
                 int64_t& MatchEnd) const;
 
   // Length of the search text in code units (case folding keeps lengths).
-  int64_t getLength() const { return static_cast<int64_t>(_Pattern.size()); }
+  int64_t getLength() const { return static_cast<int64_t>(Pattern_.size()); }
 
  private:
   template <bool Fold>
   bool Find(const char16_t* Text, int64_t Length, int64_t Start, int64_t& MatchStart) const;
   bool IsWholeWord(const char16_t* Text, int64_t Length, int64_t Start, int64_t End) const;
 
-  std::u16string _Pattern;  // folded when the search ignores case
-  bool _CaseSensitive;
-  bool _WholeWordOnly;
+  std::u16string Pattern_;  // folded when the search ignores case
+  bool CaseSensitive_;
+  bool WholeWordOnly_;
   // Horspool shifts keyed by the low byte of a (folded) code unit; several units share a slot,
   // which only makes a shift shorter, never wrong.
-  std::array<int32_t, 256> _Shift{};
+  std::array<int32_t, 256> Shift_{};
 };
 
 }  // namespace xylem

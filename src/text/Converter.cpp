@@ -96,7 +96,7 @@ TyDecodedText DecodeToUTF16(const uint8_t* Data, size_t Size, const CyEncoding& 
   return result;
 }
 
-CyTextEncoder::CyTextEncoder(const CyEncoding& Encoding) : encoding_(Encoding) {
+CyTextEncoder::CyTextEncoder(const CyEncoding& Encoding) : Encoding_(Encoding) {
   if (Encoding.IsUnicode()) return;
   iconv_t converter = Encoding.IsBinary()
                           ? kNoConverter
@@ -104,15 +104,15 @@ CyTextEncoder::CyTextEncoder(const CyEncoding& Encoding) : encoding_(Encoding) {
   if (converter == kNoConverter)
     throw CyException("The encoding \"" + Encoding.getName() + "\" is not supported.",
                       kErrorUnsupportedEncoding);
-  converter_ = converter;
+  Converter_ = converter;
 }
 
 CyTextEncoder::~CyTextEncoder() {
-  if (converter_) iconv_close(static_cast<iconv_t>(converter_));
+  if (Converter_) iconv_close(static_cast<iconv_t>(Converter_));
 }
 
 std::string CyTextEncoder::getMark(bool WithBOM) const {
-  switch (encoding_.getCodePage()) {
+  switch (Encoding_.getCodePage()) {
     case kCodePageUTF16LE:
       return "\xFF\xFE";
     case kCodePageUTF16BE:
@@ -126,7 +126,7 @@ std::string CyTextEncoder::getMark(bool WithBOM) const {
 
 size_t CyTextEncoder::Encode(std::u16string_view Text, std::string& Out) {
   const size_t start = Out.size();
-  switch (encoding_.getCodePage()) {
+  switch (Encoding_.getCodePage()) {
     case kCodePageUTF8:
       // One pass with room for the widest case, rather than measuring first.
       Out.resize(start + Text.size() * 3);
@@ -134,7 +134,7 @@ size_t CyTextEncoder::Encode(std::u16string_view Text, std::string& Out) {
       return std::u16string_view::npos;
     case kCodePageUTF16LE:
     case kCodePageUTF16BE: {
-      const bool big = encoding_.getCodePage() == kCodePageUTF16BE;
+      const bool big = Encoding_.getCodePage() == kCodePageUTF16BE;
       Out.resize(start + Text.size() * 2);
       char* at = Out.data() + start;
       for (char16_t unit : Text) {
@@ -146,7 +146,7 @@ size_t CyTextEncoder::Encode(std::u16string_view Text, std::string& Out) {
     default:
       break;
   }
-  auto converter = static_cast<iconv_t>(converter_);
+  auto converter = static_cast<iconv_t>(Converter_);
   char* in = reinterpret_cast<char*>(const_cast<char16_t*>(Text.data()));
   size_t inLeft = Text.size() * sizeof(char16_t);
   char buffer[16384];
@@ -173,8 +173,8 @@ size_t CyTextEncoder::Encode(std::u16string_view Text, std::string& Out) {
 namespace xylem {
 
 void CyUTF8ToCharErrorHandler::ReportErrors(size_t Count) {
-  errorCount_ += Count;
-  if (mode_ == 1 && Count > 0)
+  ErrorCount_ += Count;
+  if (Mode_ == 1 && Count > 0)
     throw CyException(
         "The file contains " + std::to_string(Count) + " invalid byte sequences for its encoding.",
         kErrorInvalidEncoding);

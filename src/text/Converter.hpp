@@ -41,8 +41,8 @@ class CyTextEncoder {
   std::string getMark(bool WithBOM) const;
 
  private:
-  CyEncoding encoding_;
-  void* converter_ = nullptr;  // iconv_t for the non-Unicode encodings
+  CyEncoding Encoding_;
+  void* Converter_ = nullptr;  // iconv_t for the non-Unicode encodings
 };
 
 }  // namespace xylem
@@ -53,17 +53,17 @@ namespace xylem {
 // pieces). Mode 2 (the default) only counts; mode 1 fails the load with kErrorInvalidEncoding.
 class CyUTF8ToCharErrorHandler {
  public:
-  explicit CyUTF8ToCharErrorHandler(int Mode = 2) : mode_(Mode) {}
+  explicit CyUTF8ToCharErrorHandler(int Mode = 2) : Mode_(Mode) {}
   virtual ~CyUTF8ToCharErrorHandler() = default;
   // Called once per load with the total of invalid sequences (also when it is 0).
   virtual void ReportErrors(size_t Count);
-  int getMode() const { return mode_; }
+  int getMode() const { return Mode_; }
   // Sum over all reports.
-  size_t getErrorCount() const { return errorCount_; }
+  size_t getErrorCount() const { return ErrorCount_; }
 
  private:
-  int mode_;
-  size_t errorCount_ = 0;
+  int Mode_;
+  size_t ErrorCount_ = 0;
 };
 
 // Error code of a load refused for invalid sequences (error handler mode 1).

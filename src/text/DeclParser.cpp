@@ -23,23 +23,23 @@ bool isEncodingNameChar(Char C, bool First) {
 }  // namespace
 
 int CyASCIIInputStreamFromEncodedDoubleByteBEInputStream::ReadChar() {
-  if (stream_.getPosition() + 2 > end_) return -1;
-  const int high = stream_.ReadByte();
-  const int low = stream_.ReadByte();
+  if (Stream_.getPosition() + 2 > End_) return -1;
+  const int high = Stream_.ReadByte();
+  const int low = Stream_.ReadByte();
   return high < 0 || low < 0 ? -1 : low;
 }
 
 int CyASCIIInputStreamFromEncodedDoubleByteLEInputStream::ReadChar() {
-  if (stream_.getPosition() + 2 > end_) return -1;
-  const int low = stream_.ReadByte();
-  const int high = stream_.ReadByte();
+  if (Stream_.getPosition() + 2 > End_) return -1;
+  const int low = Stream_.ReadByte();
+  const int high = Stream_.ReadByte();
   return high < 0 || low < 0 ? -1 : low;
 }
 
 CyASCIIInputStreamFromEncodedRewindableInputStream::
     CyASCIIInputStreamFromEncodedRewindableInputStream(CyRewindableInputStream& Stream,
                                                        size_t Limit)
-    : stream_(Stream) {
+    : Stream_(Stream) {
   std::string mark;
   CyBOMDetector::RewindAndSkipBOM(Stream, mark);
   const size_t start = Stream.getPosition();
@@ -47,31 +47,31 @@ CyASCIIInputStreamFromEncodedRewindableInputStream::
   const int second = Stream.ReadByte();
   Stream.setPosition(start);
   if (first == 0 && second >= 0)
-    doubleByte_ =
+    DoubleByte_ =
         std::make_unique<CyASCIIInputStreamFromEncodedDoubleByteBEInputStream>(Stream, Limit);
   else if (second == 0)
-    doubleByte_ =
+    DoubleByte_ =
         std::make_unique<CyASCIIInputStreamFromEncodedDoubleByteLEInputStream>(Stream, Limit);
-  end_ = start + Limit;
+  End_ = start + Limit;
 }
 
 int CyASCIIInputStreamFromEncodedRewindableInputStream::ReadChar() {
-  if (doubleByte_) return doubleByte_->ReadChar();
-  return stream_.getPosition() < end_ ? stream_.ReadByte() : -1;
+  if (DoubleByte_) return DoubleByte_->ReadChar();
+  return Stream_.getPosition() < End_ ? Stream_.ReadByte() : -1;
 }
 
 template <typename Char>
 bool CyDeclParserT<Char>::skipWhitespace() {
-  const size_t start = position_;
-  while (position_ < text_.size() && isWhitespace(text_[position_])) ++position_;
-  return position_ > start;
+  const size_t start = Position_;
+  while (Position_ < Text_.size() && isWhitespace(Text_[Position_])) ++Position_;
+  return Position_ > start;
 }
 
 template <typename Char>
 bool CyDeclParserT<Char>::lookingAt(std::string_view Literal) const {
-  if (text_.size() - position_ < Literal.size()) return false;
+  if (Text_.size() - Position_ < Literal.size()) return false;
   for (size_t i = 0; i < Literal.size(); ++i)
-    if (text_[position_ + i] != static_cast<Char>(static_cast<unsigned char>(Literal[i])))
+    if (Text_[Position_ + i] != static_cast<Char>(static_cast<unsigned char>(Literal[i])))
       return false;
   return true;
 }
@@ -79,26 +79,26 @@ bool CyDeclParserT<Char>::lookingAt(std::string_view Literal) const {
 template <typename Char>
 void CyDeclParserT<Char>::expect(std::string_view Literal) {
   if (!lookingAt(Literal)) fail("Expected \"" + std::string(Literal) + "\".");
-  position_ += Literal.size();
+  Position_ += Literal.size();
 }
 
 template <typename Char>
 bool CyDeclParserT<Char>::follows(std::string_view Name) {
-  const size_t start = position_;
+  const size_t start = Position_;
   skipWhitespace();
   const bool found = lookingAt(Name);
-  position_ = start;
+  Position_ = start;
   return found;
 }
 
 template <typename Char>
 std::string CyDeclParserT<Char>::quotedValue(const char* NotQuoted) {
-  if (position_ >= text_.size() || (text_[position_] != '"' && text_[position_] != '\''))
+  if (Position_ >= Text_.size() || (Text_[Position_] != '"' && Text_[Position_] != '\''))
     fail(NotQuoted);
-  const Char quote = text_[position_++];
+  const Char quote = Text_[Position_++];
   std::string value;
-  while (position_ < text_.size() && text_[position_] != quote) {
-    const Char c = text_[position_++];
+  while (Position_ < Text_.size() && Text_[Position_] != quote) {
+    const Char c = Text_[Position_++];
     // Declarations are ASCII; anything else cannot match a valid value and is kept as '?'.
     value.push_back(c > 0 && c < 0x80 ? static_cast<char>(c) : '?');
   }
@@ -118,10 +118,10 @@ void CyDeclParserT<Char>::Rule_24_VersionInfo(TyDeclaration& Result) {
   if (!skipWhitespace()) fail("Whitespace is required before the version pseudo attribute.");
   expect("version");
   Rule_25_Eq();
-  const size_t valueStart = position_;
+  const size_t valueStart = Position_;
   Result.Version = quotedValue("The value following \"version\" must be a quoted string.");
   if (Result.Version != "1.0") {
-    position_ = valueStart;
+    Position_ = valueStart;
     fail("The version value must be \"1.0\".");
   }
 }
@@ -131,13 +131,13 @@ void CyDeclParserT<Char>::Rule_80_EncodingDecl(TyDeclaration& Result) {
   if (!skipWhitespace()) fail("Whitespace is required before the encoding pseudo attribute.");
   expect("encoding");
   Rule_25_Eq();
-  const size_t valueStart = position_;
+  const size_t valueStart = Position_;
   Result.Encoding = quotedValue("The value following \"encoding\" must be a quoted string.");
   bool valid = !Result.Encoding.empty();
   for (size_t i = 0; valid && i < Result.Encoding.size(); ++i)
     valid = isEncodingNameChar(Result.Encoding[i], i == 0);
   if (!valid) {
-    position_ = valueStart;
+    Position_ = valueStart;
     fail("The encoding value is invalid.");
   }
 }
@@ -147,10 +147,10 @@ void CyDeclParserT<Char>::Rule_32_SDDecl(TyDeclaration& Result) {
   if (!skipWhitespace()) fail("Whitespace is required before the standalone pseudo attribute.");
   expect("standalone");
   Rule_25_Eq();
-  const size_t valueStart = position_;
+  const size_t valueStart = Position_;
   Result.Standalone = quotedValue("The value following \"standalone\" must be a quoted string.");
   if (Result.Standalone != "yes" && Result.Standalone != "no") {
-    position_ = valueStart;
+    Position_ = valueStart;
     fail("The standalone value must be \"yes\" or \"no\".");
   }
 }
@@ -158,7 +158,7 @@ void CyDeclParserT<Char>::Rule_32_SDDecl(TyDeclaration& Result) {
 template <typename Char>
 TyDeclaration CyDeclParserT<Char>::Rule_23_XMLDecl() {
   TyDeclaration result;
-  position_ = 0;
+  Position_ = 0;
   expect("<?xml");
   Rule_24_VersionInfo(result);
   if (follows("encoding")) Rule_80_EncodingDecl(result);
@@ -171,7 +171,7 @@ TyDeclaration CyDeclParserT<Char>::Rule_23_XMLDecl() {
 template <typename Char>
 TyDeclaration CyDeclParserT<Char>::Rule_77_TextDecl() {
   TyDeclaration result;
-  position_ = 0;
+  Position_ = 0;
   expect("<?xml");
   if (follows("version")) Rule_24_VersionInfo(result);
   Rule_80_EncodingDecl(result);

@@ -20,11 +20,11 @@ inline constexpr int kErrorDeclaration = 18;
 class CyDeclException : public CyException {
  public:
   CyDeclException(const std::string& Message, size_t Position)
-      : CyException(Message, kErrorDeclaration), position_(Position) {}
-  size_t getPosition() const { return position_; }
+      : CyException(Message, kErrorDeclaration), Position_(Position) {}
+  size_t getPosition() const { return Position_; }
 
  private:
-  size_t position_;
+  size_t Position_;
 };
 
 // The pseudo-attributes of a declaration, each empty when absent.
@@ -47,12 +47,12 @@ class CyASCIIInputStreamFromEncodedDoubleByteBEInputStream : public CyASCIIInput
  public:
   CyASCIIInputStreamFromEncodedDoubleByteBEInputStream(CyRewindableInputStream& Stream,
                                                        size_t Limit)
-      : stream_(Stream), end_(Stream.getPosition() + Limit) {}
+      : Stream_(Stream), End_(Stream.getPosition() + Limit) {}
   int ReadChar() override;
 
  private:
-  CyRewindableInputStream& stream_;
-  size_t end_;
+  CyRewindableInputStream& Stream_;
+  size_t End_;
 };
 
 // Two-byte little-endian units: the first byte of each pair.
@@ -60,12 +60,12 @@ class CyASCIIInputStreamFromEncodedDoubleByteLEInputStream : public CyASCIIInput
  public:
   CyASCIIInputStreamFromEncodedDoubleByteLEInputStream(CyRewindableInputStream& Stream,
                                                        size_t Limit)
-      : stream_(Stream), end_(Stream.getPosition() + Limit) {}
+      : Stream_(Stream), End_(Stream.getPosition() + Limit) {}
   int ReadChar() override;
 
  private:
-  CyRewindableInputStream& stream_;
-  size_t end_;
+  CyRewindableInputStream& Stream_;
+  size_t End_;
 };
 
 // The view that detection uses: skips any byte-order mark, reads the first two bytes (a zero
@@ -77,9 +77,9 @@ class CyASCIIInputStreamFromEncodedRewindableInputStream : public CyASCIIInputSt
   int ReadChar() override;
 
  private:
-  CyRewindableInputStream& stream_;
-  size_t end_ = 0;
-  std::unique_ptr<CyASCIIInputStream> doubleByte_;
+  CyRewindableInputStream& Stream_;
+  size_t End_ = 0;
+  std::unique_ptr<CyASCIIInputStream> DoubleByte_;
 };
 using CyASCIIInputStreamFromEncodedBufferedInputStream =
     CyASCIIInputStreamFromEncodedRewindableInputStream;
@@ -90,7 +90,7 @@ using CyASCIIInputStreamFromEncodedBufferedInputStream =
 template <typename Char>
 class CyDeclParserT {
  public:
-  explicit CyDeclParserT(std::basic_string_view<Char> Text) : text_(Text) {}
+  explicit CyDeclParserT(std::basic_string_view<Char> Text) : Text_(Text) {}
   // '<?xml' VersionInfo EncodingDecl? SDDecl? S? '?>'
   TyDeclaration Rule_23_XMLDecl();
   // '<?xml' VersionInfo? EncodingDecl S? '?>'
@@ -112,11 +112,11 @@ class CyDeclParserT {
   // unchanged and returns false when it does not follow.
   bool follows(std::string_view Name);
   [[noreturn]] void fail(const std::string& Message) const {
-    throw CyDeclException(Message, position_ + 1);
+    throw CyDeclException(Message, Position_ + 1);
   }
 
-  std::basic_string_view<Char> text_;
-  size_t position_ = 0;
+  std::basic_string_view<Char> Text_;
+  size_t Position_ = 0;
 };
 using CyDeclParserAS = CyDeclParserT<char>;
 using CyDeclParserWS = CyDeclParserT<char16_t>;

@@ -138,8 +138,8 @@ CyEncoding CyEncoding::FromName(std::string_view Name) {
 }
 
 std::string CyEncoding::getIconvName() const {
-  if (const TyCodePageName* entry = findCodePage(codePage_)) return entry->Iconv;
-  return name_;
+  if (const TyCodePageName* entry = findCodePage(CodePage_)) return entry->Iconv;
+  return Name_;
 }
 
 int CyCodePage::GetKeyboardCodePage() { return GetKeyboardEncoding().getCodePage(); }

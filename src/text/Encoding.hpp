@@ -25,7 +25,7 @@ class CyEncoding {
  public:
   // UTF-8.
   CyEncoding() = default;
-  CyEncoding(int CodePage, std::string Name) : codePage_(CodePage), name_(std::move(Name)) {}
+  CyEncoding(int CodePage, std::string Name) : CodePage_(CodePage), Name_(std::move(Name)) {}
 
   static CyEncoding UTF8() { return {kCodePageUTF8, "UTF-8"}; }
   static CyEncoding UTF16LE() { return {kCodePageUTF16LE, "UTF-16LE"}; }
@@ -39,24 +39,24 @@ class CyEncoding {
   // (kErrorUnsupportedEncoding) otherwise.
   static CyEncoding FromName(std::string_view Name);
 
-  int getCodePage() const { return codePage_; }
-  const std::string& getName() const { return name_; }
-  bool IsBinary() const { return codePage_ == kCodePageBinary; }
+  int getCodePage() const { return CodePage_; }
+  const std::string& getName() const { return Name_; }
+  bool IsBinary() const { return CodePage_ == kCodePageBinary; }
   // True for UTF-8, UTF-16LE and UTF-16BE, which are decoded without iconv.
   bool IsUnicode() const {
-    return codePage_ == kCodePageUTF8 || codePage_ == kCodePageUTF16LE ||
-           codePage_ == kCodePageUTF16BE;
+    return CodePage_ == kCodePageUTF8 || CodePage_ == kCodePageUTF16LE ||
+           CodePage_ == kCodePageUTF16BE;
   }
   // The name to hand to iconv_open.
   std::string getIconvName() const;
 
   friend bool operator==(const CyEncoding& A, const CyEncoding& B) {
-    return A.codePage_ == B.codePage_ && (A.codePage_ != kCodePageNamed || A.name_ == B.name_);
+    return A.CodePage_ == B.CodePage_ && (A.CodePage_ != kCodePageNamed || A.Name_ == B.Name_);
   }
 
  private:
-  int codePage_ = kCodePageUTF8;
-  std::string name_ = "UTF-8";
+  int CodePage_ = kCodePageUTF8;
+  std::string Name_ = "UTF-8";
 };
 
 // Marks a file that is treated as binary (it is refused by the loader).

@@ -172,22 +172,22 @@ void CyPageMemory::Populate(void* Begin, size_t Bytes) {
 }
 
 void CyMemoryBlockWithZero::Reserve(size_t Count) {
-  if (Count <= capacity_) return;
-  const size_t capacity = std::max({Count, capacity_ + capacity_ / 2, size_t{16}});
-  data_ = CyPageMemory::Resize(data_, capacity_ * elementSize_, capacity * elementSize_);
-  capacity_ = capacity;
+  if (Count <= Capacity_) return;
+  const size_t capacity = std::max({Count, Capacity_ + Capacity_ / 2, size_t{16}});
+  Data_ = CyPageMemory::Resize(Data_, Capacity_ * ElementSize_, capacity * ElementSize_);
+  Capacity_ = capacity;
 }
 
 void CyMemoryBlockWithZero::ResetUninitialized(size_t Count) {
-  CyPageMemory::Free(data_, capacity_ * elementSize_);
-  data_ = nullptr;
-  capacity_ = 0;
-  data_ = CyPageMemory::Allocate(Count * elementSize_, false);
-  capacity_ = Count;
+  CyPageMemory::Free(Data_, Capacity_ * ElementSize_);
+  Data_ = nullptr;
+  Capacity_ = 0;
+  Data_ = CyPageMemory::Allocate(Count * ElementSize_, false);
+  Capacity_ = Count;
 }
 
 void CyMemoryBlockWithZero::Zero(size_t First, size_t Count) {
-  if (Count) std::memset(static_cast<char*>(data_) + First * elementSize_, 0, Count * elementSize_);
+  if (Count) std::memset(static_cast<char*>(Data_) + First * ElementSize_, 0, Count * ElementSize_);
 }
 
 }  // namespace xylem

@@ -34,15 +34,15 @@ class CyPageMemory {
 // line records. Records are plain data, so growing and moving them is a block move.
 class CyMemoryBlockWithZero {
  public:
-  explicit CyMemoryBlockWithZero(size_t ElementSize) : elementSize_(ElementSize) {}
-  ~CyMemoryBlockWithZero() { CyPageMemory::Free(data_, capacity_ * elementSize_); }
+  explicit CyMemoryBlockWithZero(size_t ElementSize) : ElementSize_(ElementSize) {}
+  ~CyMemoryBlockWithZero() { CyPageMemory::Free(Data_, Capacity_ * ElementSize_); }
   CyMemoryBlockWithZero(const CyMemoryBlockWithZero&) = delete;
   CyMemoryBlockWithZero& operator=(const CyMemoryBlockWithZero&) = delete;
 
   // First element; nullptr while nothing was ever reserved.
-  void* getData() const { return data_; }
+  void* getData() const { return Data_; }
   // Elements that fit without moving the block.
-  size_t getCapacity() const { return capacity_; }
+  size_t getCapacity() const { return Capacity_; }
   // Makes room for at least Count elements (growing by half again at least, so appends are
   // amortised constant); the contents and the zero tail are kept.
   void Reserve(size_t Count);
@@ -54,9 +54,9 @@ class CyMemoryBlockWithZero {
   void Zero(size_t First, size_t Count);
 
  private:
-  size_t elementSize_;
-  void* data_ = nullptr;
-  size_t capacity_ = 0;
+  size_t ElementSize_;
+  void* Data_ = nullptr;
+  size_t Capacity_ = 0;
 };
 
 }  // namespace xylem

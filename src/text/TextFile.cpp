@@ -34,9 +34,9 @@ class CyMappedFile {
       errno = error;
       fail(Path);
     }
-    size_ = static_cast<size_t>(info.st_size);
-    if (size_ > 0) {
-      void* data = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd, 0);
+    Size_ = static_cast<size_t>(info.st_size);
+    if (Size_ > 0) {
+      void* data = mmap(nullptr, Size_, PROT_READ, MAP_PRIVATE, fd, 0);
       if (data == MAP_FAILED) {
         const int error = errno;
         close(fd);
@@ -44,8 +44,8 @@ class CyMappedFile {
         fail(Path);
       }
       // The decoder reads each piece once from front to back.
-      madvise(data, size_, MADV_SEQUENTIAL);
-      data_ = static_cast<const uint8_t*>(data);
+      madvise(data, Size_, MADV_SEQUENTIAL);
+      Data_ = static_cast<const uint8_t*>(data);
     }
     close(fd);
   }
@@ -53,11 +53,11 @@ class CyMappedFile {
   CyMappedFile(const CyMappedFile&) = delete;
   CyMappedFile& operator=(const CyMappedFile&) = delete;
 
-  const uint8_t* getData() const { return data_ ? data_ : reinterpret_cast<const uint8_t*>(""); }
-  size_t getSize() const { return size_; }
+  const uint8_t* getData() const { return Data_ ? Data_ : reinterpret_cast<const uint8_t*>(""); }
+  size_t getSize() const { return Size_; }
   void Release() {
-    if (data_) munmap(const_cast<uint8_t*>(data_), size_);
-    data_ = nullptr;
+    if (Data_) munmap(const_cast<uint8_t*>(Data_), Size_);
+    Data_ = nullptr;
   }
 
  private:
@@ -65,8 +65,8 @@ class CyMappedFile {
     throw CyException("The file \"" + Path + "\" cannot be read: " + std::strerror(errno) + ".",
                       kErrorFileRead);
   }
-  const uint8_t* data_ = nullptr;
-  size_t size_ = 0;
+  const uint8_t* Data_ = nullptr;
+  size_t Size_ = 0;
 };
 
 // Positions the stream for a caller-given encoding: behind a mark of that encoding only.

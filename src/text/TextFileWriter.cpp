@@ -1,7 +1,7 @@
 #include "text/TextFileWriter.hpp"
 
-#include <sys/stat.h>
 #include <sys/sendfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -34,24 +34,24 @@ std::string ResolveLink(const std::string& Path) {
 }  // namespace
 
 CyTextFileWriter::CyTextFileWriter(const TyTextFileFormat& Format, std::string Name)
-    : encoder_(Format.Encoding),
-      newline_(Format.Newline),
-      encodingName_(Format.Encoding.getName()),
-      canFail_(!Format.Encoding.IsUnicode()),  // only these meet unwritable characters
-      utf8_(Format.Encoding.getCodePage() == kCodePageUTF8),
-      name_(std::move(Name)),
-      bytes_(encoder_.getMark(Format.HasBOM)) {}
+    : Encoder_(Format.Encoding),
+      Newline_(Format.Newline),
+      EncodingName_(Format.Encoding.getName()),
+      CanFail_(!Format.Encoding.IsUnicode()),  // only these meet unwritable characters
+      Utf8_(Format.Encoding.getCodePage() == kCodePageUTF8),
+      Name_(std::move(Name)),
+      Bytes_(Encoder_.getMark(Format.HasBOM)) {}
 
 CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format)
     : CyTextFileWriter(Format, Path) {
-  target_ = ResolveLink(Path);
-  const size_t slash = target_.rfind('/');
-  const std::string folder = slash == std::string::npos ? "" : target_.substr(0, slash + 1);
-  const std::string file = slash == std::string::npos ? target_ : target_.substr(slash + 1);
-  temporary_ = folder + "." + file + ".XXXXXX";
-  fd_ = mkstemp(temporary_.data());
-  if (fd_ < 0) {
-    temporary_.clear();
+  Target_ = ResolveLink(Path);
+  const size_t slash = Target_.rfind('/');
+  const std::string folder = slash == std::string::npos ? "" : Target_.substr(0, slash + 1);
+  const std::string file = slash == std::string::npos ? Target_ : Target_.substr(slash + 1);
+  Temporary_ = folder + "." + file + ".XXXXXX";
+  Fd_ = mkstemp(Temporary_.data());
+  if (Fd_ < 0) {
+    Temporary_.clear();
     failed(errno);
   }
 }
@@ -59,28 +59,28 @@ CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileForm
 CyTextFileWriter::CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format,
                                    bool WithMark)
     : CyTextFileWriter(Format, std::move(Name)) {
-  fd_ = Descriptor;
-  if (!WithMark) bytes_.clear();
+  Fd_ = Descriptor;
+  if (!WithMark) Bytes_.clear();
 }
 
 CyTextFileWriter::CyTextFileWriter(std::string& Bytes, const TyTextFileFormat& Format)
     : CyTextFileWriter(Format, "") {
-  memory_ = &Bytes;
-  Bytes += bytes_;
-  bytes_.clear();
+  Memory_ = &Bytes;
+  Bytes += Bytes_;
+  Bytes_.clear();
 }
 
 CyTextFileWriter::~CyTextFileWriter() {
-  if (temporary_.empty()) return;
-  close(fd_);
-  unlink(temporary_.c_str());
+  if (Temporary_.empty()) return;
+  close(Fd_);
+  unlink(Temporary_.c_str());
 }
 
-void CyTextFileWriter::PutNewline() { Put(newline_); }
+void CyTextFileWriter::PutNewline() { Put(Newline_); }
 
 void CyTextFileWriter::putLarge(std::u16string_view Text) {
   while (!Text.empty()) {
-    if (used_ == 0 && Text.size() >= kBufferUnits) {
+    if (Used_ == 0 && Text.size() >= kBufferUnits) {
       // Encoded where it stands, a buffer's worth at a time, no pair split at the end.
       size_t count = kBufferUnits;
       if (IsHighSurrogate(Text[count - 1])) --count;
@@ -88,67 +88,67 @@ void CyTextFileWriter::putLarge(std::u16string_view Text) {
       Text.remove_prefix(count);
       continue;
     }
-    const size_t count = std::min(kBufferUnits - used_, Text.size());
-    std::char_traits<char16_t>::copy(buffer_ + used_, Text.data(), count);
-    used_ += count;
+    const size_t count = std::min(kBufferUnits - Used_, Text.size());
+    std::char_traits<char16_t>::copy(Buffer_ + Used_, Text.data(), count);
+    Used_ += count;
     Text.remove_prefix(count);
-    if (used_ == kBufferUnits) drain(false);
+    if (Used_ == kBufferUnits) drain(false);
   }
 }
 
 void CyTextFileWriter::drain(bool Final) {
   // A pair split by the buffer's end is encoded whole with the next buffer.
-  size_t count = used_;
-  if (!Final && count > 0 && IsHighSurrogate(buffer_[count - 1])) --count;
-  emit(std::u16string_view(buffer_, count));
-  std::char_traits<char16_t>::move(buffer_, buffer_ + count, used_ - count);
-  used_ -= count;
+  size_t count = Used_;
+  if (!Final && count > 0 && IsHighSurrogate(Buffer_[count - 1])) --count;
+  emit(std::u16string_view(Buffer_, count));
+  std::char_traits<char16_t>::move(Buffer_, Buffer_ + count, Used_ - count);
+  Used_ -= count;
 }
 
 void CyTextFileWriter::emit(std::u16string_view Text) {
-  if (utf8_) {
+  if (Utf8_) {
     // The common case in one pass into a fixed buffer: no measuring, no zero-filled string.
-    if (encoded_.size() < Text.size() * 3) encoded_.resize(Text.size() * 3);
-    const size_t bytes = EncodeUTF8(Text, encoded_.data());
-    unitsDrained_ += Text.size();
-    if (memory_) {
-      memory_->append(encoded_.data(), bytes);
+    if (Encoded_.size() < Text.size() * 3) Encoded_.resize(Text.size() * 3);
+    const size_t bytes = EncodeUTF8(Text, Encoded_.data());
+    UnitsDrained_ += Text.size();
+    if (Memory_) {
+      Memory_->append(Encoded_.data(), bytes);
       return;
     }
-    if (!bytes_.empty()) writeBytes();  // the mark
-    writeAll({encoded_.data(), bytes});
+    if (!Bytes_.empty()) writeBytes();  // the mark
+    writeAll({Encoded_.data(), bytes});
     return;
   }
-  std::string& out = memory_ ? *memory_ : bytes_;
-  const size_t bad = encoder_.Encode(Text, out);
+  std::string& out = Memory_ ? *Memory_ : Bytes_;
+  const size_t bad = Encoder_.Encode(Text, out);
   if (bad != std::u16string_view::npos) {
     countLines(Text.substr(0, bad));
     char code[16];
     std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned>(Text[bad]));
-    throw CyException("Line " + std::to_string(line_) + ", position " +
-                          std::to_string(unitsDrained_ + bad - lineStart_ + 1) +
+    throw CyException("Line " + std::to_string(Line_) + ", position " +
+                          std::to_string(UnitsDrained_ + bad - LineStart_ + 1) +
                           ": the character " + code + " cannot be written in the encoding " +
-                          encodingName_ + ".",
+                          EncodingName_ + ".",
                       kErrorUnrepresentable);
   }
-  if (canFail_) countLines(Text);
-  unitsDrained_ += Text.size();
-  if (!memory_) writeBytes();
+  if (CanFail_) countLines(Text);
+  UnitsDrained_ += Text.size();
+  if (!Memory_) writeBytes();
 }
 
 void CyTextFileWriter::countLines(std::u16string_view Text) {
-  const char16_t end = newline_.back();
+  const char16_t end = Newline_.back();
   for (size_t i = 0; i < Text.size(); ++i) {
     if (Text[i] != end) continue;
-    ++line_;
-    lineStart_ = unitsDrained_ + i + 1;
+    ++Line_;
+    LineStart_ = UnitsDrained_ + i + 1;
   }
 }
 
 void CyTextFileWriter::writeAll(std::string_view Bytes) {
   size_t done = 0;
   while (done < Bytes.size()) {
-    const ssize_t n = write(fd_, Bytes.data() + done, Bytes.size() - done);
+    const ssize_t n = write(Fd_, Bytes.data() + done, Bytes.size() - done);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) failed(errno);
     done += static_cast<size_t>(n);
@@ -156,26 +156,26 @@ void CyTextFileWriter::writeAll(std::string_view Bytes) {
 }
 
 void CyTextFileWriter::writeBytes() {
-  writeAll(bytes_);
-  bytes_.clear();
+  writeAll(Bytes_);
+  Bytes_.clear();
 }
 
 void CyTextFileWriter::PutEncoded(std::string_view Bytes) {
   drain(true);  // also writes out what was buffered
-  if (memory_)
-    memory_->append(Bytes);
+  if (Memory_)
+    Memory_->append(Bytes);
   else
     writeAll(Bytes);
 }
 
 void CyTextFileWriter::AppendEncoded(int Descriptor) {
   drain(true);
-  if (!bytes_.empty() && !memory_) writeBytes();  // the mark
+  if (!Bytes_.empty() && !Memory_) writeBytes();  // the mark
   off_t offset = 0;
-  if (!memory_) {
+  if (!Memory_) {
     // In the kernel, without a copy through this process, where both ends allow it.
     for (;;) {
-      const ssize_t n = sendfile(fd_, Descriptor, &offset, size_t{1} << 30);
+      const ssize_t n = sendfile(Fd_, Descriptor, &offset, size_t{1} << 30);
       if (n > 0) continue;
       if (n == 0) return;
       if (errno == EINTR) continue;
@@ -191,8 +191,8 @@ void CyTextFileWriter::AppendEncoded(int Descriptor) {
     if (n < 0) failed(errno);
     if (n == 0) return;
     const std::string_view bytes(chunk.data(), static_cast<size_t>(n));
-    if (memory_)
-      memory_->append(bytes);
+    if (Memory_)
+      Memory_->append(bytes);
     else
       writeAll(bytes);
   }
@@ -200,30 +200,30 @@ void CyTextFileWriter::AppendEncoded(int Descriptor) {
 
 void CyTextFileWriter::Commit() {
   drain(true);
-  if (temporary_.empty()) return;
+  if (Temporary_.empty()) return;
   // Keep the target's permissions; a new file gets the usual ones rather than mkstemp's 0600.
   struct stat info {};
-  if (stat(target_.c_str(), &info) == 0) {
-    fchmod(fd_, info.st_mode & 07777);
+  if (stat(Target_.c_str(), &info) == 0) {
+    fchmod(Fd_, info.st_mode & 07777);
   } else {
     const mode_t mask = umask(0);
     umask(mask);
-    fchmod(fd_, 0666 & ~mask);
+    fchmod(Fd_, 0666 & ~mask);
   }
-  if (fsync(fd_) != 0) failed(errno);
-  const int closed = close(fd_);
-  fd_ = -1;
-  if (closed != 0 || rename(temporary_.c_str(), target_.c_str()) != 0) {
+  if (fsync(Fd_) != 0) failed(errno);
+  const int closed = close(Fd_);
+  Fd_ = -1;
+  if (closed != 0 || rename(Temporary_.c_str(), Target_.c_str()) != 0) {
     const int error = errno;
-    unlink(temporary_.c_str());
-    temporary_.clear();
+    unlink(Temporary_.c_str());
+    Temporary_.clear();
     failed(error);
   }
-  temporary_.clear();
+  Temporary_.clear();
 }
 
 void CyTextFileWriter::failed(int Error) const {
-  throw CyException("The file \"" + name_ + "\" cannot be written: " + std::strerror(Error) + ".",
+  throw CyException("The file \"" + Name_ + "\" cannot be written: " + std::strerror(Error) + ".",
                     kErrorFileWrite);
 }
 

@@ -38,15 +38,15 @@ class CyTextFileWriter : public IyTextSink {
   CyTextFileWriter& operator=(const CyTextFileWriter&) = delete;
 
   // Appends Text (line ends in it should be the format's newline, so that messages name the
-  // right line). Throws CyException 22 naming the line and position of a character the encoding cannot
-  // represent, 6009 when the destination refuses the bytes.
+  // right line). Throws CyException 22 naming the line and position of a character the encoding
+  // cannot represent, 6009 when the destination refuses the bytes.
   void Put(std::u16string_view Text) override {
-    if (Text.size() >= kBufferUnits - used_) {
+    if (Text.size() >= kBufferUnits - Used_) {
       putLarge(Text);
       return;
     }
-    std::char_traits<char16_t>::copy(buffer_ + used_, Text.data(), Text.size());
-    used_ += Text.size();
+    std::char_traits<char16_t>::copy(Buffer_ + Used_, Text.data(), Text.size());
+    Used_ += Text.size();
   }
   // Appends the format's newline.
   void PutNewline();
@@ -74,23 +74,23 @@ class CyTextFileWriter : public IyTextSink {
   void writeAll(std::string_view Bytes);
   [[noreturn]] void failed(int Error) const;
 
-  CyTextEncoder encoder_;
-  std::u16string newline_;
-  std::string encodingName_;
-  bool canFail_;
-  bool utf8_;
-  std::string encoded_;  // UTF-8 output of one emit
-  std::string name_;        // the path or name for messages
-  std::string target_;      // the file renamed over (paths only)
-  std::string temporary_;   // the temporary file (paths only; empty once renamed)
-  int fd_ = -1;
-  std::string* memory_ = nullptr;
-  std::string bytes_;
-  int64_t line_ = 1;           // line of the first unit not yet drained (for messages)
-  uint64_t lineStart_ = 0;     // index of the first unit of that line
-  uint64_t unitsDrained_ = 0;  // units encoded so far
-  size_t used_ = 0;
-  char16_t buffer_[kBufferUnits];
+  CyTextEncoder Encoder_;
+  std::u16string Newline_;
+  std::string EncodingName_;
+  bool CanFail_;
+  bool Utf8_;
+  std::string Encoded_;    // UTF-8 output of one emit
+  std::string Name_;       // the path or name for messages
+  std::string Target_;     // the file renamed over (paths only)
+  std::string Temporary_;  // the temporary file (paths only; empty once renamed)
+  int Fd_ = -1;
+  std::string* Memory_ = nullptr;
+  std::string Bytes_;
+  int64_t Line_ = 1;           // line of the first unit not yet drained (for messages)
+  uint64_t LineStart_ = 0;     // index of the first unit of that line
+  uint64_t UnitsDrained_ = 0;  // units encoded so far
+  size_t Used_ = 0;
+  char16_t Buffer_[kBufferUnits];
 };
 
 // Puts every line of List into Out, the format's newline between lines (none after the last).

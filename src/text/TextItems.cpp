@@ -54,11 +54,11 @@ TxTextItems::~TxTextItems() { Clear(); }
 
 TxItem* TxTextItems::InsertBefore(int64_t Index, int64_t Count) {
   if (Count <= 0) return nullptr;
-  block_.Reserve(static_cast<size_t>(count_ + Count));
+  Block_.Reserve(static_cast<size_t>(Count_ + Count));
   TxItem* at = data() + (Index - 1);
-  std::memmove(at + Count, at, static_cast<size_t>(count_ - (Index - 1)) * sizeof(TxItem));
+  std::memmove(at + Count, at, static_cast<size_t>(Count_ - (Index - 1)) * sizeof(TxItem));
   std::memset(static_cast<void*>(at), 0, static_cast<size_t>(Count) * sizeof(TxItem));
-  count_ += Count;
+  Count_ += Count;
   return at;
 }
 
@@ -67,32 +67,32 @@ void TxTextItems::Remove(int64_t Index, int64_t Count) {
   TxItem* at = data() + (Index - 1);
   CyTextItemsCrusher::Crush_PARALLEL(at, Count);
   std::memmove(static_cast<void*>(at), at + Count,
-               static_cast<size_t>(count_ - (Index - 1) - Count) * sizeof(TxItem));
-  count_ -= Count;
-  std::memset(static_cast<void*>(data() + count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
+               static_cast<size_t>(Count_ - (Index - 1) - Count) * sizeof(TxItem));
+  Count_ -= Count;
+  std::memset(static_cast<void*>(data() + Count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
 }
 
 void TxTextItems::Clear() {
-  CyTextItemsCrusher::Crush_PARALLEL(data(), count_);
-  block_.ResetUninitialized(0);
-  count_ = 0;
+  CyTextItemsCrusher::Crush_PARALLEL(data(), Count_);
+  Block_.ResetUninitialized(0);
+  Count_ = 0;
 }
 
 void TxTextItems::Trim(int64_t Count) {
-  Count = std::min(Count, count_);
-  count_ -= Count;
-  std::memset(static_cast<void*>(data() + count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
+  Count = std::min(Count, Count_);
+  Count_ -= Count;
+  std::memset(static_cast<void*>(data() + Count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
 }
 
 void TxTextItems::Allocate(int64_t Count) {
   Clear();
-  block_.ResetUninitialized(static_cast<size_t>(Count));
-  count_ = Count;
+  Block_.ResetUninitialized(static_cast<size_t>(Count));
+  Count_ = Count;
 }
 
 void TxTextItems::Abandon() {
-  block_.Zero(0, block_.getCapacity());
-  count_ = 0;
+  Block_.Zero(0, Block_.getCapacity());
+  Count_ = 0;
 }
 
 int64_t TxTextItems::CalcDelta(int64_t FirstLine, int64_t LastLine) const {
@@ -132,7 +132,7 @@ void TxTextItems::ConvertLineLineposToOffset(std::u16string_view Newline, int64_
                                              int64_t Linepos, int64_t& Offset) const {
   const auto newlineLength = static_cast<int64_t>(Newline.size());
   int64_t offset = 0;
-  for (int64_t line = 1; line < Line && line <= count_; ++line)
+  for (int64_t line = 1; line < Line && line <= Count_; ++line)
     offset += static_cast<int64_t>(getItems(line)->TextUTF16.Length) + newlineLength;
   Offset = offset + Linepos - 1;
 }
@@ -141,7 +141,7 @@ void TxTextItems::ConvertOffsetToLineLinepos(std::u16string_view Newline, int64_
                                              int64_t& Line, int64_t& Linepos) const {
   const auto newlineLength = static_cast<int64_t>(Newline.size());
   int64_t remaining = Offset;
-  for (int64_t line = 1; line <= count_; ++line) {
+  for (int64_t line = 1; line <= Count_; ++line) {
     const int64_t step = static_cast<int64_t>(getItems(line)->TextUTF16.Length) + newlineLength;
     if (remaining - step < 0) {
       Line = line;
@@ -150,8 +150,8 @@ void TxTextItems::ConvertOffsetToLineLinepos(std::u16string_view Newline, int64_
     }
     remaining -= step;
   }
-  Line = count_;
-  Linepos = count_ ? static_cast<int64_t>(getLastItem()->TextUTF16.Length) + 1 : 1;
+  Line = Count_;
+  Linepos = Count_ ? static_cast<int64_t>(getLastItem()->TextUTF16.Length) + 1 : 1;
 }
 
 char16_t* TxTextItems::JoinInto(std::u16string_view Newline, int64_t FirstLine, int64_t LastLine,

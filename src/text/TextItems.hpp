@@ -60,16 +60,16 @@ class TxTextItems {
   TxTextItems(const TxTextItems&) = delete;
   TxTextItems& operator=(const TxTextItems&) = delete;
 
-  int64_t getCount() const { return count_; }
+  int64_t getCount() const { return Count_; }
   // Line Index (1-based). No range check.
   TxItem* getItems(int64_t Index) const { return data() + (Index - 1); }
-  TxItem* getLastItem() const { return count_ ? data() + (count_ - 1) : nullptr; }
+  TxItem* getLastItem() const { return Count_ ? data() + (Count_ - 1) : nullptr; }
 
   // Makes room for Count zero-filled records before line Index (1 .. count + 1), moving the
   // tail up; returns the first of them, nullptr when Count is 0. Amortised block move.
   TxItem* InsertBefore(int64_t Index, int64_t Count);
-  TxItem* InsertAtEnd() { return InsertBefore(count_ + 1, 1); }
-  TxItem* InsertAtEnd(int64_t Count) { return InsertBefore(count_ + 1, Count); }
+  TxItem* InsertAtEnd() { return InsertBefore(Count_ + 1, 1); }
+  TxItem* InsertAtEnd(int64_t Count) { return InsertBefore(Count_ + 1, Count); }
   // Releases the texts of lines Index .. Index + Count - 1 (in parallel for large ranges),
   // moves the tail down and zero-fills the freed records.
   void Remove(int64_t Index, int64_t Count);
@@ -118,9 +118,9 @@ class TxTextItems {
                      char16_t* Out) const;
 
  private:
-  TxItem* data() const { return static_cast<TxItem*>(block_.getData()); }
-  CyMemoryBlockWithZero block_{sizeof(TxItem)};
-  int64_t count_ = 0;
+  TxItem* data() const { return static_cast<TxItem*>(Block_.getData()); }
+  CyMemoryBlockWithZero Block_{sizeof(TxItem)};
+  int64_t Count_ = 0;
 };
 
 // Releases line texts in parallel: the range is cut into one chunk per piece (chunk i holds

@@ -12,34 +12,34 @@ int64_t CreateProcessUniqueIDs(int64_t Count) {
 }
 
 void TxTextList::InvalidateCache() {
-  anchorLine_ = 1;
-  anchorRowCount_ = 0;
-  totalDelta_ = totalPanic_ = totalRowCount_ = -1;
-  totalDeltaValid_ = totalPanicValid_ = totalRowCountValid_ = false;
+  AnchorLine_ = 1;
+  AnchorRowCount_ = 0;
+  TotalDelta_ = TotalPanic_ = TotalRowCount_ = -1;
+  TotalDeltaValid_ = TotalPanicValid_ = TotalRowCountValid_ = false;
 }
 
 int64_t TxTextList::getTotalDelta() {
-  if (!totalDeltaValid_) {
-    totalDelta_ = textItems_.CalcDelta(1, getCount());
-    totalDeltaValid_ = true;
+  if (!TotalDeltaValid_) {
+    TotalDelta_ = _TextItems.CalcDelta(1, getCount());
+    TotalDeltaValid_ = true;
   }
-  return totalDelta_;
+  return TotalDelta_;
 }
 
 int64_t TxTextList::getTotalPanic() {
-  if (!totalPanicValid_) {
-    totalPanic_ = textItems_.CalcPanic(1, getCount());
-    totalPanicValid_ = true;
+  if (!TotalPanicValid_) {
+    TotalPanic_ = _TextItems.CalcPanic(1, getCount());
+    TotalPanicValid_ = true;
   }
-  return totalPanic_;
+  return TotalPanic_;
 }
 
 int64_t TxTextList::getTotalRowCount() {
-  if (!totalRowCountValid_) {
-    totalRowCount_ = textItems_.CalcRowCount(1, getCount());
-    totalRowCountValid_ = true;
+  if (!TotalRowCountValid_) {
+    TotalRowCount_ = _TextItems.CalcRowCount(1, getCount());
+    TotalRowCountValid_ = true;
   }
-  return totalRowCount_;
+  return TotalRowCount_;
 }
 
 void TxTextList::InsertBefore(int64_t Index, std::u16string_view Text) {
@@ -50,7 +50,7 @@ void TxTextList::InsertBefore(int64_t Index, std::u16string_view Text) {
   // itself does not move, but a private copy taken first keeps this obviously safe).
   TyTextUTF16 text{};
   text.Replace(Text);
-  TxItem* item = textItems_.InsertBefore(Index, 1);
+  TxItem* item = _TextItems.InsertBefore(Index, 1);
   item->SetFresh(CreateUniqueID());
   item->TextUTF16 = text;
 }
@@ -64,7 +64,7 @@ void TxTextList::InsertBefore(int64_t Index, const TxTextList& Source, int64_t F
   const int64_t count = LastLine - FirstLine + 1;
   // When Source is this list, the inserted gap may shift the source range up.
   const bool self = &Source == this;
-  TxItem* target = textItems_.InsertBefore(Index, count);
+  TxItem* target = _TextItems.InsertBefore(Index, count);
   int64_t first = FirstLine;
   if (self && FirstLine >= Index) first += count;
   int64_t id = CreateUniqueID(count);
@@ -73,7 +73,7 @@ void TxTextList::InsertBefore(int64_t Index, const TxTextList& Source, int64_t F
     if (self && FirstLine < Index && from >= Index) from += count;  // range straddles the gap
     const TxItem* source = Source.getItems(from);
     target[k] = *source;
-    target[k].UniqueID = onCreateUniqueID_ ? id++ : 0;
+    target[k].UniqueID = OnCreateUniqueID_ ? id++ : 0;
     if (target[k].TextUTF16.Owner) target[k].TextUTF16.Owner->AddRef();
   }
 }
@@ -83,12 +83,12 @@ void TxTextList::Remove(int64_t Index, int64_t Count) {
   if (Index < 1 || Index + Count - 1 > getCount())
     throw CyShouldNeverHappenException("TxTextList::Remove: range out of range");
   InvalidateCache();
-  textItems_.Remove(Index, Count);
+  _TextItems.Remove(Index, Count);
 }
 
 void TxTextList::Clear() {
   InvalidateCache();
-  textItems_.Clear();
+  _TextItems.Clear();
 }
 
 void TxTextList::Replace(int64_t Index, int64_t Count, const TxTextList& Source) {

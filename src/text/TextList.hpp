@@ -129,19 +129,19 @@ class TxTextList {
   // 0 without a handler, else the handler's result for a count of 1.
   int64_t CreateUniqueID() { return CreateUniqueID(1); }
   // Reserves Count consecutive identities and returns the first (0 without a handler).
-  int64_t CreateUniqueID(int64_t Count) { return onCreateUniqueID_ ? onCreateUniqueID_(Count) : 0; }
-  const TxCreateUniqueIDEvent& getOnCreateUniqueID() const { return onCreateUniqueID_; }
+  int64_t CreateUniqueID(int64_t Count) { return OnCreateUniqueID_ ? OnCreateUniqueID_(Count) : 0; }
+  const TxCreateUniqueIDEvent& getOnCreateUniqueID() const { return OnCreateUniqueID_; }
   void setOnCreateUniqueID(TxCreateUniqueIDEvent Handler) {
-    onCreateUniqueID_ = std::move(Handler);
+    OnCreateUniqueID_ = std::move(Handler);
   }
 
   // ---- Cached totals, computed over all lines on first read after InvalidateCache.
 
   void InvalidateCache();
-  int64_t getAnchorLine() const { return anchorLine_; }
-  void setAnchorLine(int64_t Line) { anchorLine_ = Line; }
-  int64_t getAnchorRowCount() const { return anchorRowCount_; }
-  void setAnchorRowCount(int64_t Rows) { anchorRowCount_ = Rows; }
+  int64_t getAnchorLine() const { return AnchorLine_; }
+  void setAnchorLine(int64_t Line) { AnchorLine_ = Line; }
+  int64_t getAnchorRowCount() const { return AnchorRowCount_; }
+  void setAnchorRowCount(int64_t Rows) { AnchorRowCount_ = Rows; }
   int64_t getTotalDelta();
   int64_t getTotalPanic();
   int64_t getTotalRowCount();
@@ -149,7 +149,7 @@ class TxTextList {
   // ---- The text as a whole.
 
   // All lines joined with "\r\n" whatever the document's newline (no byte-order mark).
-  std::u16string getText() const { return textItems_.getJoined(u"\r\n", 1, getCount()); }
+  std::u16string getText() const { return _TextItems.getJoined(u"\r\n", 1, getCount()); }
   // Replaces the whole content as LoadFromText__PARALLEL__ does.
   void setText(std::u16string_view Text) { LoadFromText__PARALLEL__(Text); }
   // getText as UTF-16LE bytes.
@@ -157,43 +157,43 @@ class TxTextList {
   // Lines FirstLine .. LastLine joined by Newline as UTF-16LE bytes, optionally behind a mark.
   std::string getFIFOUTF16LE(bool WithBOM, std::u16string_view Newline, int64_t FirstLine,
                              int64_t LastLine) const {
-    return textItems_.getFIFOUTF16LE(WithBOM, Newline, FirstLine, LastLine);
+    return _TextItems.getFIFOUTF16LE(WithBOM, Newline, FirstLine, LastLine);
   }
-  int64_t getCount() const { return textItems_.getCount(); }
-  TxItem* getItems(int64_t Index) const { return textItems_.getItems(Index); }
+  int64_t getCount() const { return _TextItems.getCount(); }
+  TxItem* getItems(int64_t Index) const { return _TextItems.getItems(Index); }
   // Line Index's characters (no range check).
   std::u16string_view getLine(int64_t Index) const { return getItems(Index)->TextUTF16.getView(); }
-  TxTextItems& getTextItems() { return textItems_; }
-  const TxTextItems& getTextItems() const { return textItems_; }
+  TxTextItems& getTextItems() { return _TextItems; }
+  const TxTextItems& getTextItems() const { return _TextItems; }
   // Alternate-data-stream bytes carried with the text; the list neither fills nor saves them.
-  std::string& getADSStore() { return adsStore_; }
+  std::string& getADSStore() { return ADSStore_; }
 
   // Offset conversions over this list's lines; see TxTextItems. Linear walks.
   int64_t ConvertLineLineposToOffset(std::u16string_view Newline, int64_t Line,
                                      int64_t Linepos) const {
     int64_t offset = 0;
-    textItems_.ConvertLineLineposToOffset(Newline, Line, Linepos, offset);
+    _TextItems.ConvertLineLineposToOffset(Newline, Line, Linepos, offset);
     return offset;
   }
   void ConvertOffsetToLineLinepos(std::u16string_view Newline, int64_t Offset, int64_t& Line,
                                   int64_t& Linepos) const {
-    textItems_.ConvertOffsetToLineLinepos(Newline, Offset, Line, Linepos);
+    _TextItems.ConvertOffsetToLineLinepos(Newline, Offset, Line, Linepos);
   }
 
  private:
   friend class CyTextListLoader;
 
-  std::string adsStore_;
-  TxTextItems textItems_;
-  int64_t anchorLine_ = 1;
-  int64_t anchorRowCount_ = 0;
-  int64_t totalDelta_ = -1;
-  bool totalDeltaValid_ = false;
-  int64_t totalPanic_ = -1;
-  bool totalPanicValid_ = false;
-  int64_t totalRowCount_ = -1;
-  bool totalRowCountValid_ = false;
-  TxCreateUniqueIDEvent onCreateUniqueID_;
+  std::string ADSStore_;
+  TxTextItems _TextItems;
+  int64_t AnchorLine_ = 1;
+  int64_t AnchorRowCount_ = 0;
+  int64_t TotalDelta_ = -1;
+  bool TotalDeltaValid_ = false;
+  int64_t TotalPanic_ = -1;
+  bool TotalPanicValid_ = false;
+  int64_t TotalRowCount_ = -1;
+  bool TotalRowCountValid_ = false;
+  TxCreateUniqueIDEvent OnCreateUniqueID_;
 };
 
 }  // namespace xylem

@@ -15,36 +15,36 @@ class CyTextListIterator {
   // iterator is in use; Newline must outlive it.
   CyTextListIterator(const TxTextList& List, std::u16string_view Newline, int64_t FirstLine = 1,
                      int64_t LastLine = -1)
-      : list_(List),
-        newline_(Newline),
-        line_(FirstLine),
-        last_(LastLine < 0 ? List.getCount() : LastLine) {}
+      : List_(List),
+        Newline_(Newline),
+        Line_(FirstLine),
+        Last_(LastLine < 0 ? List.getCount() : LastLine) {}
 
   // The next span and the line it belongs to; false at the end. Empty lines give empty spans.
   bool Next(std::u16string_view& Span, int64_t& Line, bool& IsNewline) {
-    if (line_ > last_) return false;
-    Line = line_;
-    IsNewline = newlinePending_;
-    if (newlinePending_) {
-      Span = newline_;
-      newlinePending_ = false;
-      ++line_;
+    if (Line_ > Last_) return false;
+    Line = Line_;
+    IsNewline = NewlinePending_;
+    if (NewlinePending_) {
+      Span = Newline_;
+      NewlinePending_ = false;
+      ++Line_;
     } else {
-      Span = list_.getLine(line_);
-      if (line_ < last_)
-        newlinePending_ = true;
+      Span = List_.getLine(Line_);
+      if (Line_ < Last_)
+        NewlinePending_ = true;
       else
-        ++line_;
+        ++Line_;
     }
     return true;
   }
 
  private:
-  const TxTextList& list_;
-  std::u16string_view newline_;
-  int64_t line_;
-  int64_t last_;
-  bool newlinePending_ = false;
+  const TxTextList& List_;
+  std::u16string_view Newline_;
+  int64_t Line_;
+  int64_t Last_;
+  bool NewlinePending_ = false;
 };
 
 }  // namespace xylem

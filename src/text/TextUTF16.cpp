@@ -13,11 +13,11 @@ CyTextOwner* CyTextOwner::CreateCopy(std::u16string_view Text) {
   void* memory = std::malloc(sizeof(CyTextOwner) + (Text.size() + 1) * sizeof(char16_t));
   if (!memory) throw std::bad_alloc();
   auto* owner = new (memory) CyTextOwner();
-  owner->buffer_ = reinterpret_cast<char16_t*>(static_cast<char*>(memory) + sizeof(CyTextOwner));
-  owner->units_ = Text.size();
-  owner->inline_ = true;
-  if (!Text.empty()) std::memcpy(owner->buffer_, Text.data(), Text.size() * sizeof(char16_t));
-  owner->buffer_[Text.size()] = u'\0';
+  owner->Buffer_ = reinterpret_cast<char16_t*>(static_cast<char*>(memory) + sizeof(CyTextOwner));
+  owner->Units_ = Text.size();
+  owner->Inline_ = true;
+  if (!Text.empty()) std::memcpy(owner->Buffer_, Text.data(), Text.size() * sizeof(char16_t));
+  owner->Buffer_[Text.size()] = u'\0';
   return owner;
 }
 
@@ -29,18 +29,18 @@ CyTextOwner* CyTextOwner::CreateBuffer(size_t Units) {
     CyPageMemory::Free(buffer, (Units + 1) * sizeof(char16_t));
     throw std::bad_alloc();
   }
-  owner->buffer_ = buffer;
-  owner->units_ = Units;
+  owner->Buffer_ = buffer;
+  owner->Units_ = Units;
   return owner;
 }
 
 void CyTextOwner::Release(size_t Count) {
-  if (refCount_.fetch_sub(Count, std::memory_order_acq_rel) != Count) return;
-  if (inline_) {
+  if (RefCount_.fetch_sub(Count, std::memory_order_acq_rel) != Count) return;
+  if (Inline_) {
     this->~CyTextOwner();
     std::free(this);
   } else {
-    CyPageMemory::Free(buffer_, (units_ + 1) * sizeof(char16_t));
+    CyPageMemory::Free(Buffer_, (Units_ + 1) * sizeof(char16_t));
     delete this;
   }
 }

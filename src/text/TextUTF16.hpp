@@ -23,21 +23,21 @@ class CyTextOwner {
   // its NUL) from CyPageMemory; one reference held by the caller.
   static CyTextOwner* CreateBuffer(size_t Units);
 
-  char16_t* getBuffer() const { return buffer_; }
-  size_t getUnits() const { return units_; }
+  char16_t* getBuffer() const { return Buffer_; }
+  size_t getUnits() const { return Units_; }
 
   // Take or drop Count references. Thread-safe; the last drop frees owner and buffer.
-  void AddRef(size_t Count = 1) { refCount_.fetch_add(Count, std::memory_order_relaxed); }
+  void AddRef(size_t Count = 1) { RefCount_.fetch_add(Count, std::memory_order_relaxed); }
   void Release(size_t Count = 1);
-  size_t getRefCount() const { return refCount_.load(std::memory_order_relaxed); }
+  size_t getRefCount() const { return RefCount_.load(std::memory_order_relaxed); }
 
  private:
   CyTextOwner() = default;
   ~CyTextOwner() = default;
-  std::atomic<size_t> refCount_{1};
-  char16_t* buffer_ = nullptr;
-  size_t units_ = 0;
-  bool inline_ = false;  // characters live behind the owner in the same allocation
+  std::atomic<size_t> RefCount_{1};
+  char16_t* Buffer_ = nullptr;
+  size_t Units_ = 0;
+  bool Inline_ = false;  // characters live behind the owner in the same allocation
 };
 
 // A slice [Text, Text + Length) of Owner's buffer. All zero is the empty slice (no owner).

@@ -4,8 +4,8 @@
 
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
+#include "diag/ErrLocation.hpp"
 #include "text/TextList.hpp"
-#include "xml/ErrLocation.hpp"
 
 namespace xylem {
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "xml/ErrRecord.hpp"
+#include "diag/ErrRecord.hpp"
 #include "xpath/Parser.hpp"
 
 namespace xylem {

@@ -59,6 +59,12 @@ class CyXPath31CheckerWithCache {
              int32_t Line, int32_t Linepos, IyXMLErrPtr& Err);
   // Number of items kept for Rule.
   size_t getCount(TyXPath31ParserRule Rule) const { return Lists_[Rule].size(); }
+  // Number of items kept over all rules.
+  size_t getTotalCount() const {
+    size_t count = 0;
+    for (const auto& list : Lists_) count += list.size();
+    return count;
+  }
   // The Index-th item of Rule's list, in text order.
   const CyXPath31CheckerWithCacheItem& getItem(TyXPath31ParserRule Rule, size_t Index) const {
     return *Lists_[Rule][Index];

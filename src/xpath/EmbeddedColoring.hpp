@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "xml/LineColoring.hpp"
+#include "xml/lines/LineColoring.hpp"
 #include "xpath/EmbeddedColoringScheme.hpp"
 #include "xpath/Token.hpp"
 

@@ -18,8 +18,9 @@ TEST(CheckCommand, JSONErrorsInEveryReportFormatWithExitCodes) {
 
   result = RunTool("check '" + good + "' '" + bad + "'");
   EXPECT_EQ(result.ExitCode, 1);
-  EXPECT_EQ(result.Out, bad + ":2:5: error: Expected value ('{', '[', string, number, true, false "
-                              "or null), found ']'.\n");
+  EXPECT_EQ(result.Out, bad +
+                            ":2:5: error: Expected value ('{', '[', string, number, true, false "
+                            "or null), found ']'.\n");
 
   result = RunTool("check --report json '" + bad + "'");
   const auto json = nlohmann::json::parse(result.Out);
@@ -30,9 +31,8 @@ TEST(CheckCommand, JSONErrorsInEveryReportFormatWithExitCodes) {
   result = RunTool("check --report sarif '" + bad + "'");
   const auto sarif = nlohmann::json::parse(result.Out);
   EXPECT_EQ(sarif["version"], "2.1.0");
-  EXPECT_EQ(sarif["runs"][0]["results"][0]["locations"][0]["physicalLocation"]["region"]
-                 ["startLine"],
-            2);
+  EXPECT_EQ(
+      sarif["runs"][0]["results"][0]["locations"][0]["physicalLocation"]["region"]["startLine"], 2);
 
   result = RunTool("check --report github '" + bad + "'");
   EXPECT_EQ(result.Out.rfind("::error file=", 0), 0u) << result.Out;

@@ -6,18 +6,23 @@ namespace xylem::cli::test {
 
 TEST(FormatCommand, DialogChoicesAndInPlaceKeepTheFileForm) {
   CyTempFolder folder;
-  struct Row { const char* options; const char* expected; };
+  struct Row {
+    const char* options;
+    const char* expected;
+  };
   const Row rows[] = {
       {"", "<a>\r\n    <b x=\"1\" y=\"2\"/>\r\n    <c> t u </c>\r\n</a>\r\n"},
       {"--attributes lines --indent 2",
        "<a>\r\n  <b\r\n    x=\"1\"\r\n    y=\"2\"/>\r\n  <c> t u </c>\r\n</a>\r\n"},
-      {"--empty collapse-space --indent tab", "<a>\r\n\t<b x=\"1\" y=\"2\" />\r\n\t<c> t u </c>\r\n</a>\r\n"},
+      {"--empty collapse-space --indent tab",
+       "<a>\r\n\t<b x=\"1\" y=\"2\" />\r\n\t<c> t u </c>\r\n</a>\r\n"},
       {"--empty expand --text lines",
        "<a>\r\n    <b x=\"1\" y=\"2\"></b>\r\n    <c>\r\n        t u\r\n    </c>\r\n</a>\r\n"},
       {"--preserve c", "<a>\r\n    <b x=\"1\" y=\"2\"/>\r\n    <c>  t   u </c>\r\n</a>\r\n"},
   };
   for (const Row& row : rows) {
-    const std::string path = folder.Write("a.xml", "<a><b x=\"1\"   y=\"2\"/><c>  t   u </c></a>\r\n");
+    const std::string path =
+        folder.Write("a.xml", "<a><b x=\"1\"   y=\"2\"/><c>  t   u </c></a>\r\n");
     const TyToolResult result = RunTool(std::string("format ") + row.options + " '" + path + "'");
     EXPECT_EQ(result.ExitCode, 0) << row.options << result.Err;
     EXPECT_EQ(result.Out, row.expected) << row.options;

@@ -13,9 +13,11 @@ TEST(HighlightCommand, HtmlClassesFollowTheCategoriesAndTextIsEscaped) {
        {"<span class=\"xml-start-tag-marker\">&lt;</span>",
         "<span class=\"xml-start-tag-name-with-prefix\">x:a</span>",
         "<span class=\"xml-start-tag-attribute-value\">v</span>",
-        "<span class=\"xml-text\">&amp;amp; </span>", "<span class=\"xml-entity\">&amp;nbsp;</span>",
+        "<span class=\"xml-text\">&amp;amp; </span>",
+        "<span class=\"xml-entity\">&amp;nbsp;</span>",
         // The second line starts inside the comment, from the stored line state.
-        "\n<span class=\"xml-comment-text\">c </span><span class=\"xml-comment-marker\">--&gt;</span>",
+        "\n<span class=\"xml-comment-text\">c </span><span "
+        "class=\"xml-comment-marker\">--&gt;</span>",
         ".xml-end-tag-marker{"})
     EXPECT_NE(result.Out.find(expected), std::string::npos) << expected;
 

@@ -9,8 +9,7 @@ namespace xylem::cli::test {
 TEST(InfoCommand, ReportsEncodingMarkNewlineAndType) {
   CyTempFolder folder;
   const std::string utf8 = folder.Write("a.xml", "<?xml version=\"1.0\"?>\r\n<a>\r\n</a>\r\n");
-  const std::string utf16 = folder.Write(
-      "b.xml", std::string("\xFF\xFE<\0a\0/\0>\0\n\0", 12));
+  const std::string utf16 = folder.Write("b.xml", std::string("\xFF\xFE<\0a\0/\0>\0\n\0", 12));
   const std::string json = folder.Write("c.json", "{\"a\": [1, 2]}\n");
 
   TyToolResult result = RunTool("info '" + utf8 + "' '" + utf16 + "' '" + json + "'");

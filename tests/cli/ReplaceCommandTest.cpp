@@ -6,7 +6,8 @@ namespace xylem::cli::test {
 
 TEST(ReplaceCommand, InPlaceKeepsEncodingMarkAndNewline) {
   CyTempFolder folder;
-  const std::string utf16 = folder.Write("a.xml", UTF16LEWithMark("<a qty=\"3\">1.5</a>\r\n<b>2.25</b>\r\n"));
+  const std::string utf16 =
+      folder.Write("a.xml", UTF16LEWithMark("<a qty=\"3\">1.5</a>\r\n<b>2.25</b>\r\n"));
   TyToolResult result = RunTool("replace -i -r '([0-9]+)\\.([0-9]+)' '$1,$2' '" + utf16 + "'");
   EXPECT_EQ(result.ExitCode, 0) << result.Err;
   EXPECT_EQ(result.Err, utf16 + ": 2 replacements\n");
@@ -27,7 +28,10 @@ TEST(ReplaceCommand, InPlaceKeepsEncodingMarkAndNewline) {
 TEST(ReplaceCommand, BadPatternOrTemplateWritesNothing) {
   CyTempFolder folder;
   const std::string path = folder.Write("a.xml", "<a>1</a>\n");
-  struct Row { const char* args; const char* message; };
+  struct Row {
+    const char* args;
+    const char* message;
+  };
   const Row rows[] = {
       {"-r '(' x", "xylem: pattern: missing closing parenthesis (at offset 1)\n"},
       {"-r '1' '${name}'", nullptr},

@@ -23,22 +23,22 @@ std::string readAll(const std::filesystem::path& path) {
 
 CyTempFolder::CyTempFolder() {
   std::random_device seed;
-  path_ = std::filesystem::temp_directory_path() /
+  Path_ = std::filesystem::temp_directory_path() /
           ("xylem-test-" + std::to_string(getpid()) + "-" + std::to_string(seed()));
-  std::filesystem::create_directories(path_);
+  std::filesystem::create_directories(Path_);
 }
 
 CyTempFolder::~CyTempFolder() {
   std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+  std::filesystem::remove_all(Path_, ignored);
 }
 
 std::string CyTempFolder::Write(const std::string& Name, const std::string& Bytes) const {
-  std::ofstream(path_ / Name, std::ios::binary) << Bytes;
+  std::ofstream(Path_ / Name, std::ios::binary) << Bytes;
   return Path(Name);
 }
 
-std::string CyTempFolder::Read(const std::string& Name) const { return readAll(path_ / Name); }
+std::string CyTempFolder::Read(const std::string& Name) const { return readAll(Path_ / Name); }
 
 std::string UTF16LEWithMark(const std::string& ASCII) {
   std::string out = "\xFF\xFE";

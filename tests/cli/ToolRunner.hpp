@@ -29,10 +29,10 @@ class CyTempFolder {
   // Writes Bytes to NAME inside the folder and returns the full path.
   std::string Write(const std::string& Name, const std::string& Bytes) const;
   std::string Read(const std::string& Name) const;
-  std::string Path(const std::string& Name) const { return (path_ / Name).string(); }
+  std::string Path(const std::string& Name) const { return (Path_ / Name).string(); }
 
  private:
-  std::filesystem::path path_;
+  std::filesystem::path Path_;
 };
 
 }  // namespace xylem::cli::test

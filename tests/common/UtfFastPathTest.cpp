@@ -102,7 +102,8 @@ TEST(Utf, FindUnitFindsTheFirstOneWhereverItStands) {
     for (size_t at = 0; at < length; ++at) {
       std::u16string one = text;
       one[at] = u'<';
-      EXPECT_EQ(FindUnit(one.data(), one.data() + length, u'<'), one.data() + at) << length << " " << at;
+      EXPECT_EQ(FindUnit(one.data(), one.data() + length, u'<'), one.data() + at)
+          << length << " " << at;
       if (at + 3 < length) one[at + 3] = u'<';
       EXPECT_EQ(FindUnit(one.data(), one.data() + length, u'<'), one.data() + at);
       // Not past the end it is given.

@@ -13,15 +13,19 @@ TEST(Utf, RoundTripsEveryPlaneAndCountsInvalidSequences) {
   EXPECT_EQ(ToUTF8(wide), text);
   EXPECT_EQ(UTF8Length(wide), text.size());
 
-  struct Row { std::string bytes; size_t errors; std::u16string expected; };
+  struct Row {
+    std::string bytes;
+    size_t errors;
+    std::u16string expected;
+  };
   const Row rows[] = {
-      {"\xC0\xAF", 2, u"\uFFFD\uFFFD"},               // overlong lead bytes are never valid
-      {"\xE0\x80\x80", 1, u"\uFFFD"},                  // overlong three-byte form
-      {"\xED\xA0\x80", 1, u"\uFFFD"},                  // encoded surrogate
-      {"\xF4\x90\x80\x80", 1, u"\uFFFD"},              // beyond U+10FFFF
-      {"ab\xE4\xB8", 1, u"ab\uFFFD"},                  // truncated at the end
-      {"\xE4\xB8x", 1, u"\uFFFDx"},                    // truncated before ASCII
-      {"12345678\x80", 1, u"12345678\uFFFD"},          // stray continuation after a fast run
+      {"\xC0\xAF", 2, u"\uFFFD\uFFFD"},        // overlong lead bytes are never valid
+      {"\xE0\x80\x80", 1, u"\uFFFD"},          // overlong three-byte form
+      {"\xED\xA0\x80", 1, u"\uFFFD"},          // encoded surrogate
+      {"\xF4\x90\x80\x80", 1, u"\uFFFD"},      // beyond U+10FFFF
+      {"ab\xE4\xB8", 1, u"ab\uFFFD"},          // truncated at the end
+      {"\xE4\xB8x", 1, u"\uFFFDx"},            // truncated before ASCII
+      {"12345678\x80", 1, u"12345678\uFFFD"},  // stray continuation after a fast run
   };
   for (const Row& row : rows) {
     std::u16string out(row.bytes.size(), u'\0');

@@ -11,26 +11,26 @@ namespace {
 // An editor holding a text list, its newline and a selection, counting content changes.
 class TyFakeEditor : public IyReplaceEditor {
  public:
-  TyFakeEditor(std::u16string_view Text, std::u16string Newline) : _Newline(std::move(Newline)) {
-    _List = std::make_unique<TxTextList>();
-    _List->setOnCreateUniqueID(CreateProcessUniqueIDs);
-    _List->LoadFromText__PARALLEL__(Text);
+  TyFakeEditor(std::u16string_view Text, std::u16string Newline) : Newline_(std::move(Newline)) {
+    List_ = std::make_unique<TxTextList>();
+    List_->setOnCreateUniqueID(CreateProcessUniqueIDs);
+    List_->LoadFromText__PARALLEL__(Text);
   }
-  const TxTextList& getTextList() const override { return *_List; }
-  std::u16string_view getNewline() const override { return _Newline; }
+  const TxTextList& getTextList() const override { return *List_; }
+  std::u16string_view getNewline() const override { return Newline_; }
   TyReplaceSelection getSelection() const override { return Selection; }
   void setSelection(const TyReplaceSelection& Value) override { Selection = Value; }
   void ReplaceContent(std::unique_ptr<TxTextList> Content) override {
-    _List = std::move(Content);
+    List_ = std::move(Content);
     ++ChangeCount;
   }
   std::u16string getJoined() const {
-    return _List->getTextItems().getJoined(_Newline, 1, _List->getCount());
+    return List_->getTextItems().getJoined(Newline_, 1, List_->getCount());
   }
   std::vector<int64_t> getIDs() const {
     std::vector<int64_t> ids;
-    for (int64_t line = 1; line <= _List->getCount(); ++line)
-      ids.push_back(_List->getItems(line)->UniqueID);
+    for (int64_t line = 1; line <= List_->getCount(); ++line)
+      ids.push_back(List_->getItems(line)->UniqueID);
     return ids;
   }
 
@@ -38,8 +38,8 @@ class TyFakeEditor : public IyReplaceEditor {
   int ChangeCount = 0;
 
  private:
-  std::unique_ptr<TxTextList> _List;
-  std::u16string _Newline;
+  std::unique_ptr<TxTextList> List_;
+  std::u16string Newline_;
 };
 
 TEST(EditorReplacer, ReplaceAllIsOneChangeAndKeepsTheSelectionOnItsText) {

@@ -67,13 +67,18 @@ TEST(Replacer, RangeBoundsAndRestInBothDirections) {
     std::u16string Text;
   };
   const Row rows[] = {
-      {0, 8, true, u"X X X"},     {3, 8, true, u"ab X X"},  // forward rest from a caret at 3
+      {0, 8, true, u"X X X"},
+      {3, 8, true, u"ab X X"},   // forward rest from a caret at 3
       {4, 8, true, u"ab ab X"},  // a match starting before the caret is not replaced forward
       {0, 4, true, u"X X ab"},   // backward rest up to 4: the match starting at 3 is replaced
-      {0, 3, true, u"X ab ab"},   {0, 0, false, u"ab ab ab"},  // backward from the very start
-                                                               // replaces nothing
-      {8, 8, false, u"ab ab ab"}, {-1, 8, false, u""},         // bad ranges return at once
-      {5, 4, false, u""},         {0, 9, false, u""},         {9, 9, false, u""},
+      {0, 3, true, u"X ab ab"},
+      {0, 0, false, u"ab ab ab"},  // backward from the very start
+                                   // replaces nothing
+      {8, 8, false, u"ab ab ab"},
+      {-1, 8, false, u""},  // bad ranges return at once
+      {5, 4, false, u""},
+      {0, 9, false, u""},
+      {9, 9, false, u""},
   };
   for (const Row& row : rows) {
     const auto result = RunPass(*replacer, text, row.From, row.To);

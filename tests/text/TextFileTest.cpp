@@ -18,13 +18,13 @@ namespace {
 class TextFile : public ::testing::Test {
  protected:
   void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() /
+    Folder_ = std::filesystem::temp_directory_path() /
               ("xylem_text_" + std::to_string(getpid()) + "_" +
                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(folder_);
+    std::filesystem::create_directories(Folder_);
   }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string path(const std::string& Name) const { return (folder_ / Name).string(); }
+  void TearDown() override { std::filesystem::remove_all(Folder_); }
+  std::string path(const std::string& Name) const { return (Folder_ / Name).string(); }
   static void write(const std::string& Path, const std::string& Bytes) {
     std::ofstream(Path, std::ios::binary) << Bytes;
   }
@@ -34,7 +34,7 @@ class TextFile : public ::testing::Test {
     bytes << in.rdbuf();
     return bytes.str();
   }
-  std::filesystem::path folder_;
+  std::filesystem::path Folder_;
 };
 
 }  // namespace
@@ -157,7 +157,7 @@ TEST_F(TextFile, SaveIsAtomicAndKeepsPermissions) {
   ASSERT_EQ(stat(target.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);
   size_t files = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder_)) ++files;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(Folder_)) ++files;
   EXPECT_EQ(files, 1u);  // no temporary left behind
 
   // Through a symbolic link the linked file is replaced and the link stays.

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <string>
 
-#include "CheckerTestAnnotations.hpp"
 #include "common/Utf.hpp"
+#include "support/CheckerTestAnnotations.hpp"
 #include "text/TextList.hpp"
 #include "xpath/CheckerWithCache.hpp"
 #include "xpath/ErrImprover.hpp"

@@ -1,0 +1,17 @@
+#pragma once
+// What kind of document a file holds, decided by its extension first and by its content when
+// the extension says nothing.
+
+#include <string_view>
+
+#include "text/TextList.hpp"
+
+namespace xylem {
+
+enum class TyDocumentKind { dkXML, dkXSLT, dkDTD, dkJSON, dkText };
+
+TyDocumentKind DetectDocumentKind(std::string_view Path, const TxTextList& List);
+
+const char* DocumentKindName(TyDocumentKind Kind);
+
+}  // namespace xylem
