@@ -128,7 +128,7 @@ class TxTextItems {
 class CyTextItemsCrusher {
  public:
   // Frees the texts of Count records from TextItems (raw records, not 1-based lines).
-  // PieceCount 0 means CyTasks::PieceCount(); small ranges run on the calling thread.
+  // PieceCount 0 means one per processor; small ranges run on the calling thread.
   static void Crush_PARALLEL(TxItem* TextItems, int64_t TextItemsCount, int PieceCount = 0);
 };
 
