@@ -91,7 +91,9 @@ void TxTextItems::Allocate(int64_t Count) {
 }
 
 void TxTextItems::Abandon() {
-  Block_.Zero(0, Block_.getCapacity());
+  // Given back rather than zero-filled: a fill may stop (cancelled) with most of a huge block
+  // not even faulted in.
+  Block_.ResetUninitialized(0);
   Count_ = 0;
 }
 

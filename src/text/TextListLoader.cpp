@@ -176,8 +176,11 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner, const TyJobConte
   char16_t* const end = DataPartUTF16.End;
   TxItem* item = TextList->getItems(TextListOffset + 1);
   TxItem* const first = item;
-  // Take the page faults of this piece's records here, in parallel with the other pieces.
-  CyPageMemory::Populate(item, static_cast<size_t>(NewlineCount + (Last ? 1 : 0)) * sizeof(TxItem));
+  // Take the page faults of this piece's records here, in parallel with the other pieces, a
+  // block ahead of the writing (so that a stop is seen between blocks).
+  TxItem* const records = item + NewlineCount + (Last ? 1 : 0);
+  TxItem* populated = item;
+  constexpr int64_t kPopulateRecords = 16384;
   TxItem record;
   std::memset(static_cast<void*>(&record), 0, sizeof(record));
   record.SetFresh(TextListUniqueID);
@@ -188,6 +191,11 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner, const TyJobConte
   while (true) {
     char16_t* lineEnd = const_cast<char16_t*>(findLineEnd(at, end));
     if (lineEnd == end) break;
+    if (item == populated) {
+      TxItem* const next = std::min(records, populated + kPopulateRecords);
+      CyPageMemory::Populate(populated, static_cast<size_t>(next - populated) * sizeof(TxItem));
+      populated = next;
+    }
     if (static_cast<size_t>(lineEnd - reported) >= kProgressStep) {
       Job.ThrowIfStopped();
       Job.Advance(static_cast<uint64_t>(lineEnd - reported));
@@ -286,9 +294,6 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
   }
   Job.RunAll(static_cast<int>(params.size()), [&](int Param) {
     CyUTFDecoderWorkerParam& param = params[static_cast<size_t>(Param)];
-    CyPageMemory::Populate(
-        param.Target,
-        static_cast<size_t>(param.Source.End - param.Source.Start) * sizeof(char16_t));
     // In stretches that end before a character's first byte, for the progress bar: a
     // sequence cut by a stretch would be cut by the next byte anyway, so errors count the same.
     constexpr size_t kStretch = size_t{1} << 20;
@@ -298,6 +303,9 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
       Job.ThrowIfStopped();
       const uint8_t* stop = static_cast<size_t>(end - at) > kStretch ? at + kStretch : end;
       while (stop < end && (*stop & 0xC0) == 0x80) ++stop;
+      // Faulted in stretch by stretch, so that a stop is seen between stretches.
+      CyPageMemory::Populate(param.Target + param.Result.Written,
+                             static_cast<size_t>(stop - at) * sizeof(char16_t));
       const TyUTF8DecodeResult part = DecodeUTF8(at, stop, param.Target + param.Result.Written);
       param.Result.Written += part.Written;
       param.Result.ErrorCount += part.ErrorCount;
