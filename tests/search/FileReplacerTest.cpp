@@ -111,5 +111,24 @@ TEST(FileReplacer, StreamedRouteKeepsTheDocumentsRules) {
   }
 }
 
+// The newline scan reads 1 MiB at a time: a CR LF pair cut by a step is one pair, as for the
+// load, and a CR or LF on either side of the cut counts once.
+TEST(FileReplacer, NewlineScanAgreesWithTheLoadAcrossItsSteps) {
+  constexpr size_t kStep = size_t{1} << 20;
+  const char* around[] = {"\r\n", "\n\r", "\r\r", "\n\n", "x\r", "\nx"};
+  for (const char* pair : around) {
+    for (const char* filler : {"a\nb\r\n", "a\rb\r\n", "ab\r\n"}) {
+      std::string input;
+      while (input.size() < 2 * kStep) input += filler;
+      input.replace(kStep - 1, 2, pair);
+      const auto* data = reinterpret_cast<const uint8_t*>(input.data());
+      TxTextList list;
+      EXPECT_EQ(ScanUTF8Newline(data, input.size()),
+                list.LoadFromDataEncoded__PARALLEL__(data, input.size(), CyEncoding(), nullptr, 3))
+          << pair << " in " << filler;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace xylem

@@ -17,6 +17,7 @@
 #include "text/TextFile.hpp"
 #include "xml/check/WellFormed.hpp"
 #include "xml/format/Formatter.hpp"
+#include "xml/lines/LineState.hpp"
 
 namespace xylem {
 namespace {
@@ -93,6 +94,17 @@ TEST(Cancellation, CheckStopsPartWay) {
   int64_t total = -1;
   EXPECT_EQ(CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(list, total)->getCount(), 0);
   EXPECT_EQ(total, 0);
+}
+
+TEST(Cancellation, LineStateScanStopsPartWay) {
+  TxTextList list;
+  list.LoadFromText__PARALLEL__(ToUTF16(BigDocument()));
+  TyJob job("Scanning", 0.3);
+  int64_t total = -1;
+  EXPECT_THROW(CyXMLParserParallel::UpdateAllLines(list.getTextItems(), total, 3, job.Context),
+               CyCancelledException);
+  job.ExpectStoppedEarly(0.3);
+  EXPECT_EQ(total, -1);  // no total for states that were not all computed
 }
 
 TEST(Cancellation, FormatStopsPartWayAndWritesNothing) {
