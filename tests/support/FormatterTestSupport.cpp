@@ -85,7 +85,7 @@ std::string RandomFragmentDocument(std::mt19937& Random, int Fragments) {
 
 std::string FormatXML(const std::string& Text, uint32_t FormattingBits, uint32_t LayoutBits,
                       const std::u16string& ExtraIndent) {
-  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings(CySettings());
   choices.XMLFormattingOptions = TyXMLFormattingOptions::FromBits(FormattingBits);
   choices.XMLLayoutOptions = TyXMLLayoutOptions::FromBits(LayoutBits);
   const std::string out = ToUTF8(CyXMLFormatter::FormatText(ToUTF16(Text), ExtraIndent, choices));

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "common/Progress.hpp"
-#include "common/Tasks.hpp"
 #include "xml/check/WellFormedPiece.hpp"
 #include "xml/lines/LineState.hpp"
 #include "xml/syntax/Tokenizer.hpp"
@@ -110,8 +108,8 @@ struct TyPieces {
   std::vector<int64_t> First, Count;
 };
 
-TyPieces CutPieces(const TxTextList& List, int PieceCount) {
-  if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
+TyPieces CutPieces(const TxTextList& List, int PieceCount, const TyJobContext& Job) {
+  PieceCount = Job.ResolvePieceCount(PieceCount);
   const int64_t lines = List.getCount();
   if (lines < PieceCount) PieceCount = static_cast<int>(std::max<int64_t>(lines, 1));
   TyPieces pieces;
@@ -121,7 +119,7 @@ TyPieces CutPieces(const TxTextList& List, int PieceCount) {
   for (int i = 0; i < PieceCount; ++i)
     CyXMLLineStates::CutPiece(lines, PieceCount, i, pieces.First[static_cast<size_t>(i)],
                               pieces.Count[static_cast<size_t>(i)]);
-  CyProgress::Begin("Checking", static_cast<uint64_t>(lines));
+  Job.Begin("Checking", static_cast<uint64_t>(lines));
   return pieces;
 }
 
@@ -153,11 +151,12 @@ IyXMLErrsPtr Join(const TxTextList& List, std::vector<TyPieceResult>& Pieces) {
 
 }  // namespace
 
-IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCount) {
-  TyPieces pieces = CutPieces(List, PieceCount);
+IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCount,
+                                             const TyJobContext& Job) {
+  TyPieces pieces = CutPieces(List, PieceCount, Job);
   TyPieceOptions options;
-  options.Progress = true;
-  CyTasks::RunAll(static_cast<int>(pieces.Results.size()), [&](int i) {
+  options.Job = &Job;
+  Job.RunAll(static_cast<int>(pieces.Results.size()), [&](int i) {
     const auto k = static_cast<size_t>(i);
     CheckPiece(List, pieces.First[k], pieces.Count[k], pieces.Results[k], options);
   });
@@ -165,14 +164,14 @@ IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCo
 }
 
 IyXMLErrsPtr CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(TxTextList& List,
-                                                               int64_t& TotalDelta,
-                                                               int PieceCount) {
-  TyPieces pieces = CutPieces(List, PieceCount);
+                                                               int64_t& TotalDelta, int PieceCount,
+                                                               const TyJobContext& Job) {
+  TyPieces pieces = CutPieces(List, PieceCount, Job);
   const size_t count = pieces.Results.size();
   std::vector<TyStoredPiece> stored(count);
   TyPieceOptions options;
-  options.Progress = true;
-  CyTasks::RunAll(static_cast<int>(count), [&](int i) {
+  options.Job = &Job;
+  Job.RunAll(static_cast<int>(count), [&](int i) {
     const auto k = static_cast<size_t>(i);
     CheckPieceStoringStates(List, pieces.First[k], pieces.Count[k], stored[k], options);
   });
@@ -198,7 +197,7 @@ IyXMLErrsPtr CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(TxTextList& List,
     const int64_t end = parts < firsts.size() ? firsts[parts] : pieces.First[k] + pieces.Count[k];
     again.push_back({k, parts, pieces.First[k], end - pieces.First[k]});
   }
-  CyTasks::RunAll(static_cast<int>(again.size()), [&](int i) {
+  Job.RunAll(static_cast<int>(again.size()), [&](int i) {
     const TyAgain& a = again[static_cast<size_t>(i)];
     std::vector<TyPieceResult>& parts = stored[a.Piece].Parts;
     parts.erase(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(a.Parts));

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "common/Progress.hpp"
 #include "xml/check/RawXMLChecker.hpp"
 #include "xml/check/WellFormed.hpp"
 #include "xml/lines/LineState.hpp"
@@ -107,7 +106,9 @@ class CyPieceChecker {
   }
 
   void Advance(int64_t Lines) {
-    if (Options_.Progress && Lines > 0) CyProgress::Advance(static_cast<uint64_t>(Lines));
+    if (!Options_.Job) return;
+    Options_.Job->ThrowIfStopped();
+    if (Lines > 0) Options_.Job->Advance(static_cast<uint64_t>(Lines));
   }
 
   // The line-state scan's step for Line, from State_. Highest: the fast check's highest delta

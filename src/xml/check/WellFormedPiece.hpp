@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "diag/ErrRecord.hpp"
 #include "text/TextList.hpp"
 
@@ -110,8 +111,9 @@ struct TyPieceOptions {
   // Lines that start at document level go through CyRawXMLChecker first. The result is the
   // same either way; false serves as the reference in tests.
   bool FastPath = true;
-  // Advances CyProgress by the lines read, every few thousand lines.
-  bool Progress = false;
+  // Advanced by the lines read and its stop token polled (CyCancelledException), every 16 K
+  // lines; null: neither.
+  const TyJobContext* Job = nullptr;
 };
 
 // Checks lines FirstLine .. FirstLine + Count - 1 of List, whose start states are stored. A

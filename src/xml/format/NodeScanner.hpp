@@ -25,6 +25,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "text/TextList.hpp"
 #include "xml/format/DOM.hpp"
 #include "xml/format/RawLineLexer.hpp"
@@ -85,6 +86,9 @@ std::vector<int64_t> XMLPieceStarts(const TxTextList& List, int PieceCount, int6
 
 enum class TyConstruct : uint8_t { None, StartTag, EndTag, Delimited };
 
+// Lines between two polls of a scan's stop token (and progress reports): a few milliseconds.
+inline constexpr int64_t kXMLScanPollLines = 4096;
+
 template <typename TySink>
 class CyXMLNodeScanner {
  public:
@@ -101,6 +105,9 @@ class CyXMLNodeScanner {
 
   // With the fast path off every line goes through the tokenizer (for comparing the two).
   void setFastPath(bool On) { FastPath_ = On; }
+  // Read advances Job's progress by lines and polls its stop token (CyCancelledException)
+  // every kXMLScanPollLines lines; null: neither.
+  void setJob(const TyJobContext* Job) { Job_ = Job; }
 
   // The start of line Line; past the last line, the document's end.
   TyWhere LineStart(int64_t Line) const {
@@ -121,6 +128,11 @@ class CyXMLNodeScanner {
     const int64_t count = List_.getCount();
     if (From.Line > 1 && LastEnd_.P == nullptr) LastEnd_ = LineEnd(From.Line - 1);
     for (Line_ = From.Line; Line_ <= count && Line_ <= To.Line; ++Line_) {
+      if (Job_ && ++Polled_ == kXMLScanPollLines) {
+        Polled_ = 0;
+        Job_->ThrowIfStopped();
+        Job_->Advance(kXMLScanPollLines);
+      }
       const TyTextUTF16& slice = List_.getItems(Line_)->TextUTF16;
       Text_ = slice.getText();
       TextEnd_ = Text_ + slice.Length;
@@ -467,6 +479,8 @@ class CyXMLNodeScanner {
   const CyXMLWordList& WordsP_;
   bool Piece_;
   bool FastPath_ = true;
+  const TyJobContext* Job_ = nullptr;
+  int64_t Polled_ = 0;    // lines read since the last poll
   bool Crossed_ = false;  // a construct ran on past the end of a read inside a line
 
   int32_t MaxDepth_ = 0;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/Exception.hpp"
+#include "common/JobContext.hpp"
 #include "text/TextList.hpp"
 #include "xml/format/DOM.hpp"
 #include "xml/syntax/Tokenizer.hpp"
@@ -43,16 +44,18 @@ class CyXMLReader {
                    TyXMLFormattingOptions XMLFormattingOptions, TyXMLLayoutOptions XMLLayoutOptions,
                    const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
                    PyXMLDOMTree& XMLDOMTree);
-  // Read with big documents cut into pieces read in parallel (PieceCount 0: one per processor
-  // as the settings allow; fewer when a piece would have under MinPieceLines lines) and joined.
+  // Read with big documents cut into pieces read in parallel (PieceCount 0: Job.PieceCount;
+  // fewer when a piece would have under MinPieceLines lines) and joined.
   // The tree and any refusal are exactly Read's: when a piece cannot be joined, or anything is
   // wrong, the document is read again in one pass, which finds the first error. Returns the
-  // number of pieces the tree was joined from (1 for one pass).
+  // number of pieces the tree was joined from (1 for one pass). Tasks run on Job's pool; lines
+  // read advance its progress and its stop token is polled every 4 K lines
+  // (CyCancelledException, the tree then incomplete).
   static int Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLParser,
                               TyXMLFormattingOptions XMLFormattingOptions,
                               TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
                               const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree, int PieceCount,
-                              int64_t MinPieceLines = 20000);
+                              int64_t MinPieceLines = 20000, const TyJobContext& Job = {});
 };
 
 }  // namespace xylem

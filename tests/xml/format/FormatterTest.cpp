@@ -150,7 +150,7 @@ TEST(Formatter, RefusesDocumentsThatAreNotWellFormedWithThePosition) {
     list.LoadFromText__PARALLEL__(ToUTF16(row.Input));
     const std::u16string before = list.getText();
     try {
-      CyXMLFormatter::FormatTextList(list, u"", TyXMLFormatterChoices::FromSettings());
+      CyXMLFormatter::FormatTextList(list, u"", TyXMLFormatterChoices::FromSettings(CySettings()));
       ADD_FAILURE() << "formatted: " << row.Input;
     } catch (const CyXMLFormatException& e) {
       EXPECT_STREQ(e.what(), "Cannot format document because it's not well-formed.");
@@ -215,7 +215,7 @@ TEST(Formatter, ExtraIndentStartsEveryLineTheWriterStarts) {
 TEST(Formatter, ResultReplacesTheTextListAndIsIdempotentThere) {
   TxTextList list;
   list.LoadFromText__PARALLEL__(u"<a>\n<b/><c>x</c></a>\n");
-  const TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  const TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings(CySettings());
   CyXMLFormatter::FormatTextList(list, u"", choices);
   ASSERT_EQ(list.getCount(), 5);
   EXPECT_EQ(list.getLine(1), u"<a>");
