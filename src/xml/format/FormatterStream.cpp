@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "common/Exception.hpp"
-#include "xml/format/ContentScan.hpp"
 #include "xml/format/Formatter.hpp"
 #include "xml/format/NodeScanner.hpp"
+#include "xml/format/RawXMLContentScan.hpp"
 #include "xml/format/WriterFileStream.hpp"
 
 namespace xylem {
@@ -199,7 +199,7 @@ class CyPartsFormatter {
     Pieces_.assign(n, {});
     Job_.RunAll(static_cast<int>(n), [&](int i) {
       const size_t k = static_cast<size_t>(i);
-      detail::ScanXMLContent(List_, Starts_[k], End(k), Pieces_[k], &Job_);
+      detail::ScanRawXMLContent(List_, Starts_[k], End(k), Pieces_[k], &Job_);
     });
     if (!Join()) return false;
 

@@ -2,7 +2,7 @@
 // The formatter's scanner: one pass over a range of the document that checks what the
 // formatter refuses and hands each node to a sink as its construct ends, so the tree reader
 // and the streaming writer see the same nodes and the same refusals. Between constructs at
-// document level it reads with CyXMLRawLineLexer, elsewhere with the tokenizer; both give it
+// document level it reads with CyRawXMLLineLexer, elsewhere with the tokenizer; both give it
 // the same tokens.
 //
 // A sink provides:
@@ -28,7 +28,7 @@
 #include "common/JobContext.hpp"
 #include "text/TextList.hpp"
 #include "xml/format/DOM.hpp"
-#include "xml/format/RawLineLexer.hpp"
+#include "xml/format/RawXMLLineLexer.hpp"
 #include "xml/format/Reader.hpp"
 #include "xml/syntax/TokenizerKinds.hpp"
 
@@ -157,7 +157,7 @@ class CyXMLNodeScanner {
     for (;;) {
       while (FastPath_ && Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
              S_ == kXMLDocumentSymbolWord && *P != u'\0' && !(Limit && P >= Limit)) {
-        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, TextEnd_, P, Limit, Tokens_);
+        const char16_t* next = CyRawXMLLineLexer::Lex(Text_, TextEnd_, P, Limit, Tokens_);
         for (const TyXMLScanToken& t : Tokens_) {
           Handle(t);
           if (Sink_.Stopped()) return false;

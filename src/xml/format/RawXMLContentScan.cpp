@@ -1,4 +1,4 @@
-#include "xml/format/ContentScan.hpp"
+#include "xml/format/RawXMLContentScan.hpp"
 
 #include <algorithm>
 
@@ -255,8 +255,8 @@ class CyContentScanner {
 
 }  // namespace
 
-void ScanXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece,
-                    const TyJobContext* Job) {
+void ScanRawXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece,
+                       const TyJobContext* Job) {
   CyContentScanner scanner(Piece);
   const int64_t last = std::min(To.Line, List.getCount());
   for (int64_t line = From.Line; line <= last; ++line) {

@@ -39,7 +39,7 @@ struct TyXMLContentPiece {
 // To past the last line for the document's end) into Piece. Linear, no recursion; allocates
 // only as the piece's vectors grow. Thread-safe for distinct pieces. Job, when given, is
 // advanced by lines and its stop token polled every kXMLScanPollLines lines.
-void ScanXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece,
-                    const TyJobContext* Job = nullptr);
+void ScanRawXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece,
+                       const TyJobContext* Job = nullptr);
 
 }  // namespace xylem::detail
