@@ -105,6 +105,8 @@ const TyRuleRow kRows[] = {
     {"notation declarations", "<!DOCTYPE r [<!NOTATION a>]><r/>", false},
     {"notation declarations", "<!DOCTYPE r [<!NOTATION a SYSTEM>]><r/>", false},
     {"comments and PIs in the subset", "<!DOCTYPE r [<!-- c --><?pi x?>]><r/>", true},
+    {"comments and PIs in the subset", "<!DOCTYPE r [<?pi ]> ?><!-- ]> -->]><r/>", true},
+    {"comments and PIs in the subset", "<!DOCTYPE r [<!ENTITY e \"]>\"><!ATTLIST r a CDATA ']>'>]><r>&e;</r>", true},
     {"comments and PIs in the subset", "<!DOCTYPE r [<!-- a -- b -->]><r/>", false},
     {"comments and PIs in the subset", "<!DOCTYPE r [<?xml version='1.0'?>]><r/>", false},
     {"comments and PIs in the subset", "<!DOCTYPE r [<!-- c ]><r/>", false},
