@@ -89,4 +89,20 @@ TEST(CheckCommand, DeclarationsAndMissingRootsAreFindingsWithPositions) {
       << latinResult.Out;
 }
 
+// A line break is the white space between two attributes, whichever line end the file uses;
+// the missing white space is still found on the same files.
+TEST(CheckCommand, AttributeAtLineStartWithEveryLineEnd) {
+  CyTempFolder folder;
+  for (const char* newline : {"\n", "\r\n", "\r"}) {
+    const std::string good =
+        folder.Write("good.xml", std::string("<doc a=\"1\"") + newline + "b=\"2\"/>" + newline);
+    TyToolResult result = RunTool("check '" + good + "'");
+    EXPECT_EQ(result.ExitCode, 0) << result.Out;
+    const std::string bad =
+        folder.Write("bad.xml", std::string("<doc") + newline + "a=\"1\"b=\"2\"/>" + newline);
+    result = RunTool("check '" + bad + "'");
+    EXPECT_EQ(result.Out, bad + ":2:6: error: White space is required before attribute 'b'.\n");
+  }
+}
+
 }  // namespace xylem::cli::test
