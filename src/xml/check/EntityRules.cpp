@@ -23,6 +23,7 @@ constexpr std::u16string_view kLessInAttribute =
 constexpr std::u16string_view kNotContent =
     u"The replacement text of entity '%s' is not well-formed content.";
 constexpr std::u16string_view kRecursion = u"Entity '%s' refers to itself.";
+constexpr std::u16string_view kTooDeep = u"Entity '%s' nests references more than 40 levels deep.";
 constexpr std::u16string_view kTooLarge = u"Entity '%s' expands to more than 10000000 characters.";
 
 // Reads a replacement text as content or as an attribute value's characters, handing entity
@@ -216,7 +217,9 @@ CyEntityRules::TyVerdict& CyEntityRules::Judge(const std::u16string& Name, bool 
   if (verdict.State != 0) return verdict;
   verdict.State = 1;
   int64_t size = 0;
+  ++Depth_;
   std::u16string fault = JudgeText(Info_.General.find(Name)->second.Text, InAttribute, size);
+  --Depth_;
   if (fault == u"?") fault = Message(kNotContent, Name);
   if (fault == u"<") fault = Message(kLessInAttribute, Name);
   if (fault.empty() && size > kMaxExpansion) fault = Message(kTooLarge, Name);
@@ -246,6 +249,11 @@ std::u16string CyEntityRules::JudgeNested(std::u16string_view Name, bool InAttri
   const auto seen = (InAttribute ? Attribute_ : Content_).find(found->first);
   if (seen != (InAttribute ? Attribute_ : Content_).end() && seen->second.State == 1)
     return Message(kRecursion, Name);
+  if (seen == (InAttribute ? Attribute_ : Content_).end() || seen->second.State == 0) {
+    // Judging it reads deeper: bounded, so that a long chain of entities cannot exhaust the
+    // stack (libxml2 draws the same line).
+    if (Depth_ >= kMaxDepth) return Message(kTooDeep, Name);
+  }
   const TyVerdict& verdict = Judge(found->first, InAttribute);
   Size = verdict.Size;
   return verdict.Fault;

@@ -69,6 +69,8 @@ class CyEntityRules {
 
   // Replacement texts larger than this many characters are refused (entity expansion attacks).
   static constexpr int64_t kMaxExpansion = 10'000'000;
+  // References nested deeper than this are refused, as libxml2 refuses them.
+  static constexpr int kMaxDepth = 40;
 
  private:
   struct TyVerdict {
@@ -83,6 +85,7 @@ class CyEntityRules {
 
   const TyDoctypeInfo& Info_;
   bool Decided_;
+  int Depth_ = 0;  // replacement texts being judged, one inside the other
   std::unordered_map<std::u16string, TyVerdict, TyNameHash, std::equal_to<>> Content_, Attribute_;
 };
 

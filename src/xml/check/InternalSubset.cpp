@@ -197,6 +197,9 @@ class CyDoctypeParser {
       C_.Next();
       return;  // never read
     }
+    if (Active_.size() >= 40)
+      Fail(u"Parameter entity '%s' nests references more than 40 levels deep.",
+           {std::u16string_view(name)});
     if (!Active_.insert(name).second)
       Fail(u"Parameter entity '%s' refers to itself.", {std::u16string_view(name)});
     // The replacement text must hold whole declarations; its faults are placed at the reference.

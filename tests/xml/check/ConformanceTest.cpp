@@ -251,5 +251,36 @@ TEST(ConformanceTest, EntityExpansionIsBounded) {
   EXPECT_EQ(CyXMLWellFormed::Check_NOT_PARALLEL(*small)->getCount(), 0);
 }
 
+// Long chains of entities, each referring to the next, are judged without deep recursion:
+// beyond 40 levels they are refused (libxml2 refuses even shallower ones); short ones pass.
+std::string EntityChain(int Length, bool Parameter, bool InAttribute) {
+  std::string doc =
+      Parameter ? "<!DOCTYPE r [\n<!ENTITY % e0 ''>\n" : "<!DOCTYPE r [\n<!ENTITY e0 'x'>\n";
+  for (int i = 1; i < Length; ++i) {
+    const std::string name = "e" + std::to_string(i), previous = "e" + std::to_string(i - 1);
+    // A parameter entity's text refers to the previous one between declarations.
+    doc += Parameter ? "<!ENTITY % " + name + " '&#37;" + previous + ";'>\n"
+                     : "<!ENTITY " + name + " '&" + previous + ";'>\n";
+  }
+  const std::string last = "e" + std::to_string(Length - 1);
+  if (Parameter) return doc + "%" + last + ";\n]>\n<r/>";
+  return doc + (InAttribute ? "]>\n<r a='&" + last + ";'/>" : "]>\n<r>&" + last + ";</r>");
+}
+
+TEST(ConformanceTest, EntityNestingIsBounded) {
+  for (const int length : {8, 100000}) {
+    for (const int kind : {0, 1, 2}) {
+      const std::string doc = EntityChain(length, kind == 2, kind == 1);
+      SCOPED_TRACE(std::to_string(length) + " levels, kind " + std::to_string(kind));
+      const bool wellFormed = length < 40;
+      if (length < 1000) {
+        EXPECT_EQ(test::LibXml2Verdict(doc).WellFormed, wellFormed);
+      }
+      auto list = test::LinesWithStates(doc);
+      EXPECT_EQ(CyXMLWellFormed::Check_NOT_PARALLEL(*list)->getCount() == 0, wellFormed);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace xylem
