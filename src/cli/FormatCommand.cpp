@@ -87,7 +87,19 @@ IyXMLErrsPtr oneError(int64_t Line, int64_t Linepos, std::u16string Message) {
                std::move(Message), u"", u"", TyReasonParameters{}, TyXMLErrSeverity::errError)});
 }
 
+// The refusal: the message on stderr, the errors where `check` writes them.
+int refuse(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
+  std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(), kXMLNotWellFormedMessage);
+  reportErrors(Input, Errors);
+  return kExitFindings;
+}
+
 int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace) {
+  // One verdict with `check`: a document is formatted exactly when the check accepts it, and
+  // refused with every error the check finds.
+  int64_t totalDelta = 0;
+  const IyXMLErrsPtr errors = CheckXMLDocument(Input.List, totalDelta, JobFor(nullptr));
+  if (HasErrors(errors)) return refuse(Input, errors);
   try {
     // The whole document is read (and refused if need be) before the first byte is written.
     const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
@@ -96,13 +108,8 @@ int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InP
     });
     return written ? kExitOK : kExitUsage;
   } catch (const CyXMLFormatException& error) {
-    // Report what `check` reports, so the user sees every error, not only the first.
-    int64_t totalDelta = 0;
-    IyXMLErrsPtr errors = CheckXMLDocument(Input.List, totalDelta, JobFor(nullptr));
-    if (errors->getCount() == 0)
-      errors = oneError(error.Line, error.Linepos, ToUTF16(error.what()));
-    reportErrors(Input, errors);
-    return kExitFindings;
+    // Never for a document the check accepts; reported rather than hidden if it happens.
+    return refuse(Input, oneError(error.Line, error.Linepos, ToUTF16(error.what())));
   }
 }
 

@@ -1,9 +1,12 @@
 #include "xml/check/WellFormed.hpp"
 
 #include <algorithm>
-#include <unordered_set>
+#include <optional>
 
+#include "xml/check/EntityRules.hpp"
+#include "xml/check/InternalSubset.hpp"
 #include "xml/check/WellFormedPiece.hpp"
+#include "xml/check/XMLDeclCheck.hpp"
 #include "xml/lines/LineState.hpp"
 #include "xml/syntax/Tokenizer.hpp"
 
@@ -51,6 +54,7 @@ class CyJoin {
                                       : u"Text is not allowed after the root element.");
           break;
         case TyTagEventKind::tekDoctype:
+          if (Open_.empty() && Doctypes_ == 0 && Roots_ == 0) FirstDoctype_ = event;
           if (!Open_.empty())
             Findings_.Add(event.Line, event.Pos,
                           u"A document type declaration is not allowed inside an element.");
@@ -72,24 +76,31 @@ class CyJoin {
     if (Roots_ == 0) Findings_.Add(LastLine, EndPos, u"The document has no root element.", {});
   }
 
+  // The document type declaration in its place (before the root, the first), if any.
+  const std::optional<TyTagEvent>& getDoctype() const { return FirstDoctype_; }
+
  private:
   CyFindings& Findings_;
   std::vector<TyOpenTag> Open_;
   int64_t Roots_ = 0;
   int64_t Doctypes_ = 0;
   bool LastWasText_ = false;
+  std::optional<TyTagEvent> FirstDoctype_;
 };
 
-void ResolveEntities(const std::vector<TyPieceResult>& Pieces, CyFindings& Findings) {
+// The prolog's declarations, read once on this thread (they are small next to the content),
+// then every entity reference the pieces met, judged against them.
+void CheckDeclarationsAndEntities(const TxTextList& List, const std::vector<TyPieceResult>& Pieces,
+                                  const std::optional<TyTagEvent>& Doctype, CyFindings& Findings) {
+  const TyXMLDeclInfo declaration = CheckXMLDeclaration(List, Findings);
+  TyDoctypeInfo info;
+  if (Doctype)
+    CheckDoctype(List, Doctype->Line, Doctype->Pos, declaration.Standalone, info, Findings);
+  CyEntityRules rules(info, declaration.Standalone);
+  for (const TyDefaultReference& ref : info.DefaultReferences)
+    rules.Reference({ref.Name, ref.Line, ref.Pos, true}, Findings);
   for (const TyPieceResult& piece : Pieces)
-    if (piece.EntitiesMayBeExternal) return;  // an unread declaration may declare them
-  std::unordered_set<std::u16string_view> declared;
-  for (const TyPieceResult& piece : Pieces)
-    for (const std::u16string& name : piece.Declared) declared.insert(name);
-  for (const TyPieceResult& piece : Pieces)
-    for (const TyEntityRef& ref : piece.References)
-      if (!declared.contains(ref.Name))
-        Findings.Add(ref.Line, ref.Pos, u"Entity '%s' is not declared.", {ref.Name});
+    for (const TyEntityRef& ref : piece.References) rules.Reference(ref, Findings);
 }
 
 }  // namespace
@@ -131,7 +142,7 @@ IyXMLErrsPtr Join(const TxTextList& List, std::vector<TyPieceResult>& Pieces) {
   const int64_t lastLine = std::max<int64_t>(lines, 1);
   const int32_t endPos = lines > 0 ? static_cast<int32_t>(List.getLine(lines).size() + 1) : 1;
   join.End(lastLine, endPos);
-  ResolveEntities(Pieces, findings);
+  CheckDeclarationsAndEntities(List, Pieces, join.getDoctype(), findings);
   std::vector<TyFinding> all = findings.Take();
   for (TyPieceResult& piece : Pieces)
     for (TyFinding& finding : piece.Findings) all.push_back(std::move(finding));

@@ -2,9 +2,11 @@
 // The well-formedness check of an XML document held in a text list. It reads the tokenizer
 // state stored at the start of every line (TxItem::StackG/StackS) and the tokens, and reports
 // every missing token, tag-matching fault, misplaced or malformed construct, forbidden
-// character and undeclared entity as error records. It needs no external entity and loads
-// none, so it agrees with a conforming non-validating XML 1.0 parser on documents that need
-// none.
+// character, fault of the XML declaration or of a markup declaration in the internal subset,
+// and broken entity rule as error records. It needs no external entity and loads none, so it
+// agrees with a conforming non-validating XML 1.0 parser on documents that need none; where
+// only an unread declaration could tell (an undeclared entity in a document with an external
+// subset or a parameter-entity reference, not standalone), it reports nothing.
 //
 //   CyXMLParserParallel::UpdateAllLines(list.getTextItems(), total, job.PieceCount, job);
 //   IyXMLErrsPtr errs = CyXMLWellFormed::Check_PARALLEL(list);

@@ -69,15 +69,14 @@ struct TyEntityRef {
   std::u16string_view Name;
   int64_t Line;
   int32_t Pos;
+  bool InAttribute = false;  // in an attribute value, else in content
 };
 
 struct TyPieceResult {
-  std::vector<TyFinding> Findings;       // sorted, at most CyXMLWellFormed::kMaxErrors
-  std::vector<TyTagEvent> Events;        // met at an empty local stack, in order
-  std::vector<TyOpenTag> Open;           // start tags left open, outermost first
-  std::vector<std::u16string> Declared;  // general entities declared in the internal subset
-  std::vector<TyEntityRef> References;   // general entity references to resolve
-  bool EntitiesMayBeExternal = false;    // external subset or parameter-entity references
+  std::vector<TyFinding> Findings;      // sorted, at most CyXMLWellFormed::kMaxErrors
+  std::vector<TyTagEvent> Events;       // met at an empty local stack, in order
+  std::vector<TyOpenTag> Open;          // start tags left open, outermost first
+  std::vector<TyEntityRef> References;  // general entity references to resolve
 };
 
 // What a piece that stores states gives: consecutive parts, each exactly what CheckPiece

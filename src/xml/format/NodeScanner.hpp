@@ -458,8 +458,6 @@ class CyXMLNodeScanner {
       if (RootSeen_) Fail(ConstructStart_);  // a second root
       RootSeen_ = true;
     }
-    if (!Empty && static_cast<int32_t>(Open_.size()) + 1 > kXMLFormatterMaxDepth)
-      Fail(ConstructStart_);
     Spans_.clear();
     for (const TyAttributeRange& a : Attributes_)
       Spans_.push_back({{AttributePieces_.data() + a.First, a.Count}, a.SameLine, a.MultiLine});

@@ -16,7 +16,8 @@ namespace xylem {
 // The message of every refusal to format.
 inline constexpr const char* kXMLNotWellFormedMessage =
     "Cannot format document because it's not well-formed.";
-// Deeper element nesting is refused: indenting it would write output quadratic in the depth.
+// Lines deeper than this many levels start without indentation: indenting them would make the
+// output quadratic in the depth.
 inline constexpr int32_t kXMLFormatterMaxDepth = 4096;
 
 // A refusal to format: the message and the 1-based line and position of the first error.
@@ -37,7 +38,7 @@ class CyXMLReader {
   // with xml:space="default"; else the parent's value. Refuses (CyXMLFormatException with
   // kXMLNotWellFormedMessage) any missing token except the one that ends character data, a
   // mismatched, unmatched or unclosed tag, no root or several roots, text, references or
-  // CDATA outside the root, and nesting deeper than kXMLFormatterMaxDepth. Linear, no
+  // CDATA outside the root. Linear, no
   // recursion, allocation only from the tree's arena and a few reused buffers; big documents
   // are read in parallel pieces (Read__PARALLEL__).
   static void Read(const TxTextList& TextList, TxXMLParser& XMLParser,
