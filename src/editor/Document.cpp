@@ -282,13 +282,23 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   change.OldEnd = range.End;
   TxTextItems& items = TextList_->getTextItems();
 
-  // What the folding needs to know: the edited lines' structure before the edit.
+  // What the folding needs to know: whether the edit can have moved a construct's opening or
+  // closing to another line. Inside one line, the line's counts and the states behind it tell.
+  // Across lines, every line but the first must also begin and end at document level and open
+  // or close nothing, so that no construct spans the lines that moved.
+  const bool sameLine = l1 == l2 && !multi;
+  const auto movable = [](const TxItem& Item) {
+    return IsNeutral(Item) && CyXMLLineStates::getStartState(Item) == TyXMLLineState{};
+  };
   bool structureChanged = false;
   if (KeepsLineStates_) {
     for (int64_t line = l1 + 1; line <= l2 && !structureChanged; ++line)
-      structureChanged = !IsNeutral(*items.getItems(line));
+      structureChanged = !movable(*items.getItems(line));
   } else if (Kind_ == TyDocumentKind::dkJSON) {
-    structureChanged = HasJSONStructure(Text) || HasJSONStructure(getText(range));
+    structureChanged =
+        HasJSONStructure(Text) || HasJSONStructure(getText(range)) ||
+        (!sameLine &&
+         HasJSONStructure(getLine(l2).substr(static_cast<size_t>(range.End.Linepos - 1))));
   }
   const TyTriple firstBefore = TripleOf(*items.getItems(l1));
 
@@ -328,8 +338,14 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
     structureChanged = structureChanged || TripleOf(*items.getItems(l1)) != firstBefore ||
                        change.StatesChangedFrom != l1 ||
                        change.StatesChangedUntil != l1 + inserted - 1;
-    for (int64_t line = l1 + 1; line < l1 + inserted && !structureChanged; ++line)
-      structureChanged = !IsNeutral(*items.getItems(line));
+    if (!sameLine) {
+      const int64_t end = std::min(l1 + inserted, TextList_->getCount());
+      for (int64_t line = l1 + 1; line <= end && !structureChanged; ++line)
+        structureChanged = !movable(*items.getItems(line)) && line < l1 + inserted;
+      if (!structureChanged && l1 + inserted <= TextList_->getCount())
+        structureChanged =
+            !(CyXMLLineStates::getStartState(*items.getItems(l1 + inserted)) == TyXMLLineState{});
+    }
   }
   change.StructureChanged = structureChanged;
 
@@ -438,7 +454,12 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
   if (removed > 1) TextList_->Remove(first + 1, removed - 1);
   if (Entry.Lines) {
     SetLine(first, Entry.Lines->getLine(1));
-    if (inserted > 1) TextList_->InsertBefore(first + 1, *Entry.Lines, 2, inserted);
+    if (inserted > 1) {
+      TextList_->InsertBefore(first + 1, *Entry.Lines, 2, inserted);
+      // Copied records bring their old deltas; the repair counts from zero.
+      for (int64_t line = first + 1; line < first + inserted; ++line)
+        items.getItems(line)->Delta = 0;
+    }
   } else {
     SetLine(first, Entry.Line.getView());
   }

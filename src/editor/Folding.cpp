@@ -175,15 +175,8 @@ void CyEditorFolding::RebuildHidden() {
   for (int64_t line : Collapsed_) {
     const TyFoldRange* r = FindRange(line);
     if (!r) continue;
-    // Ranges nested in a collapsed one add nothing; ranges that overlap extend it.
-    if (!Hidden_.empty() && r->FirstLine + 1 <= Hidden_.back().Last) {
-      TyHidden& back = Hidden_.back();
-      if (r->LastLine > back.Last) {
-        hidden += r->LastLine - back.Last;
-        back.Last = r->LastLine;
-      }
-      continue;
-    }
+    // A range that starts on a hidden line adds nothing: it cannot be seen to be expanded.
+    if (!Hidden_.empty() && r->FirstLine <= Hidden_.back().Last) continue;
     Hidden_.push_back({r->FirstLine + 1, r->LastLine, hidden});
     hidden += r->LastLine - r->FirstLine;
   }
@@ -247,8 +240,9 @@ void CyEditorFolding::OnDocumentChanged(const TxMarkupDocument& Document,
   };
   const auto moveEnd = [&](int64_t Line) -> int64_t {
     if (Line < first) return Line;
-    if (Line <= removedEnd)
-      return Change.LinesRemoved == Change.LinesInserted ? Line : first + Change.LinesInserted - 1;
+    // A range ending on the first line keeps ending there (its closing stays in front of the
+    // split when the structure is unchanged); one ending on a removed line ends with the change.
+    if (Line <= removedEnd) return Line == first ? first : first + Change.LinesInserted - 1;
     return Line + delta;
   };
   if (delta != 0 || Change.StructureChanged) {

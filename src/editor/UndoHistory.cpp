@@ -83,6 +83,7 @@ TyUndoStep* CyUndoHistory::BeginChange(TyEditKind Kind, const TyTextRange& Range
   Steps_.resize(static_cast<size_t>(Current_));
   Steps_.emplace_back();
   ++Current_;
+  ++StepsBegun_;
   TyUndoStep& step = Steps_.back();
   step.SelectionBefore = Selection;
   step.SelectionAfter = Selection;

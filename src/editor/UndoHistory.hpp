@@ -77,6 +77,8 @@ class CyUndoHistory {
   int64_t getUndoCount() const { return Current_; }
   int64_t getRedoCount() const { return static_cast<int64_t>(Steps_.size()) - Current_; }
   int64_t getLimit() const { return Limit_; }
+  // Counts the steps ever begun: a change that merged into the open step leaves it alone.
+  uint64_t getStepsBegun() const { return StepsBegun_; }
   // Drops the oldest steps beyond Limit (the save point with them, if it is among them).
   void setLimit(int64_t Limit);
   // True when the text equals the text at the last save point.
@@ -124,6 +126,7 @@ class CyUndoHistory {
   int64_t Current_ = 0;    // steps applied
   int64_t SavePoint_ = 0;  // Current_ at the save point; -1 when it can no longer be reached
   int64_t Limit_;
+  uint64_t StepsBegun_ = 0;
   int CompoundDepth_ = 0;
   bool Open_ = false;  // the last step may take more changes
 };
