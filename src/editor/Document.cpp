@@ -24,6 +24,10 @@ bool HasJSONStructure(std::u16string_view Text) {
   return Text.find_first_of(u"{}[]\"\\") != std::u16string_view::npos;
 }
 
+bool HasMarkup(std::u16string_view Text) {
+  return Text.find_first_of(u"<>&\"'/!?-[]=;") != std::u16string_view::npos;
+}
+
 bool IsNeutral(const TxItem& Item) {
   return Item.Delta == 0 && Item.DeltaMin == 0 && Item.DeltaMax == 0;
 }
@@ -287,16 +291,26 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   // Across lines, every line but the first must also begin and end at document level and open
   // or close nothing, so that no construct spans the lines that moved.
   const bool sameLine = l1 == l2 && !multi;
+  const size_t prefix0 = static_cast<size_t>(range.Start.Linepos - 1);
+  const size_t suffixAt0 = static_cast<size_t>(range.End.Linepos - 1);
   const auto movable = [](const TxItem& Item) {
     return IsNeutral(Item) && CyXMLLineStates::getStartState(Item) == TyXMLLineState{};
   };
   bool structureChanged = false;
   if (KeepsLineStates_) {
+    // Markup characters can turn broken markup into a tag elsewhere on the line, which the
+    // line's counts need not show; only edits of names, text and blanks keep the structure.
+    structureChanged =
+        HasMarkup(Text) || (sameLine ? HasMarkup(getLine(l1).substr(prefix0, suffixAt0 - prefix0))
+                                     : HasMarkup(getLine(l1).substr(prefix0)) ||
+                                           HasMarkup(getLine(l2).substr(0, suffixAt0)));
     for (int64_t line = l1 + 1; line <= l2 && !structureChanged; ++line)
       structureChanged = !movable(*items.getItems(line));
   } else if (Kind_ == TyDocumentKind::dkJSON) {
     structureChanged =
         HasJSONStructure(Text) || HasJSONStructure(getText(range)) ||
+        // A backslash in front of the edit escapes whatever comes first after it.
+        (prefix0 > 0 && getLine(l1)[prefix0 - 1] == u'\\') ||
         (!sameLine &&
          HasJSONStructure(getLine(l2).substr(static_cast<size_t>(range.End.Linepos - 1))));
   }
@@ -338,14 +352,15 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
     structureChanged = structureChanged || TripleOf(*items.getItems(l1)) != firstBefore ||
                        change.StatesChangedFrom != l1 ||
                        change.StatesChangedUntil != l1 + inserted - 1;
-    if (!sameLine) {
-      const int64_t end = std::min(l1 + inserted, TextList_->getCount());
-      for (int64_t line = l1 + 1; line <= end && !structureChanged; ++line)
-        structureChanged = !movable(*items.getItems(line)) && line < l1 + inserted;
-      if (!structureChanged && l1 + inserted <= TextList_->getCount())
-        structureChanged =
-            !(CyXMLLineStates::getStartState(*items.getItems(l1 + inserted)) == TyXMLLineState{});
-    }
+    // The first line must begin and end at document level too: a tag, comment or value that
+    // reaches into it or out of it can start or end on another line after the edit.
+    const auto atDocumentLevel = [&](int64_t Line) {
+      return Line > TextList_->getCount() ||
+             CyXMLLineStates::getStartState(*items.getItems(Line)) == TyXMLLineState{};
+    };
+    structureChanged = structureChanged || !atDocumentLevel(l1) || !atDocumentLevel(l1 + inserted);
+    for (int64_t line = l1 + 1; line < l1 + inserted && !structureChanged; ++line)
+      structureChanged = !movable(*items.getItems(line));
   }
   change.StructureChanged = structureChanged;
 
