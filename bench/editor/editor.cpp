@@ -5,6 +5,8 @@
 // Inputs are generated deterministically.
 
 #include <benchmark/benchmark.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -13,9 +15,6 @@
 #include <map>
 #include <memory>
 #include <string>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "editor/Document.hpp"
 #include "editor/Search.hpp"

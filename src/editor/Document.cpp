@@ -410,6 +410,7 @@ void TxMarkupDocument::ReplaceContent(std::unique_ptr<TxTextList> Content,
   ComputeLineStates(*Content, Kind_, total);
   const int64_t oldCount = TextList_->getCount();
   const TyTextPosition oldEnd = getEndPosition();
+  const int64_t oldTotal = TotalDelta_;
   std::unique_ptr<TxTextList> old = std::move(TextList_);
   TextList_ = std::move(Content);
   TotalDelta_ = total;
@@ -419,6 +420,7 @@ void TxMarkupDocument::ReplaceContent(std::unique_ptr<TxTextList> Content,
     entry.LineCount = TextList_->getCount();
     entry.Lines = std::move(old);
     entry.WholeContent = true;
+    entry.TotalDelta = oldTotal;
     step->Entries.push_back(std::move(entry));
   }
   Selection_ = {ClampPosition(Selection.Anchor), ClampPosition(Selection.Caret)};
@@ -445,9 +447,8 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
     const TyTextPosition oldEnd = getEndPosition();
     std::swap(TextList_, Entry.Lines);
     Entry.LineCount = TextList_->getCount();
-    // The kept list holds its line states from when it was the document's.
-    TotalDelta_ =
-        KeepsLineStates_ ? TextList_->getTextItems().CalcDelta(1, TextList_->getCount()) : 0;
+    // The kept list holds its line states and total from when it was the document's.
+    std::swap(TotalDelta_, Entry.TotalDelta);
     change.FirstLine = 1;
     change.LinesRemoved = oldCount;
     change.LinesInserted = TextList_->getCount();

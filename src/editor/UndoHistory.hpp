@@ -45,6 +45,7 @@ struct TyUndoEntry {
   CySharedLine Line;                  // when Lines is null: exactly one line
   std::unique_ptr<TxTextList> Lines;  // several lines, or the whole old text (WholeContent)
   bool WholeContent = false;          // Lines replaces every line
+  int64_t TotalDelta = 0;             // WholeContent: the held list's total delta
   int64_t getHeldCount() const { return Lines ? Lines->getCount() : 1; }
 };
 
