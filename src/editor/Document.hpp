@@ -27,12 +27,12 @@
 #include <string_view>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "editor/DocumentChange.hpp"
 #include "editor/Markers.hpp"
 #include "editor/Snapshot.hpp"
 #include "editor/TextPosition.hpp"
 #include "editor/UndoHistory.hpp"
-#include "common/JobContext.hpp"
 #include "services/DocumentKind.hpp"
 #include "text/TextFile.hpp"
 #include "text/TextList.hpp"
