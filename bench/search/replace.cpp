@@ -76,16 +76,17 @@ std::string ReadWholeFile(const std::string& Path) {
   return bytes;
 }
 
-// Read, decode, replace all, encode: the whole of Xylem's work on one file. The result goes
-// to Write piece by piece.
+// Scan for the newline, read, decode, replace all, encode: the whole of Xylem's work on one
+// file. The result goes to Write piece by piece.
 int64_t XylemReplace(const std::string& Path, const TyReplaceCase& Case, const TyUTF8Sink& Write) {
+  const std::u16string newline = ScanUTF8FileNewline(Path);
   std::unique_ptr<CyReplacer> replacer;
   if (Case.RegExpr) {
-    replacer = CyRegExprReplacer::Create(Case.SearchWhat, Case.ReplaceWith, true, u"\n");
+    replacer = CyRegExprReplacer::Create(Case.SearchWhat, Case.ReplaceWith, true, newline);
   } else {
     replacer = CyTextReplacer::Create(Case.SearchWhat, Case.ReplaceWith, true, false);
   }
-  return ReplaceAllUTF8File(Path, *replacer, Write);
+  return ReplaceAllUTF8File(Path, *replacer, newline, Write);
 }
 
 // Writes to /dev/null, as the peers' standard output goes there.

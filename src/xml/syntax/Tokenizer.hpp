@@ -16,6 +16,10 @@
 //     NodeScanner.FastPathGivesTheTokenizersNodesAndRefusals, fuzz ScannerFastPath.
 //   ScanRawXMLContent (xml/format): which elements hold text, the streaming formatter's first
 //     pass — FormatterStream.SameTextAsTheTreeForEveryOptionSet, fuzz FormatterRoundTrip.
+// They are not one lexer on purpose: the line-state parser and the content scan cut no tokens
+// at all (they count constructs and look for text over whole documents), and a shared token
+// stream would put per-token work into both; the checker validates names and characters as it
+// goes, while the formatter's lexer keeps spans and checks nothing.
 
 #include <cstdint>
 #include <string_view>
