@@ -10,19 +10,24 @@
 namespace xylem {
 
 IyXMLErrsPtr CheckSnapshot(const TxDocumentSnapshot& Snapshot, CyXPathCheckerCachePool& Caches,
-                           std::stop_token Stop, int PieceCount) {
+                           const TyJobContext& Job) {
   const TyDocumentKind kind = Snapshot.getKind();
   if (kind == TyDocumentKind::dkText)
     return std::make_shared<CyXMLErrs>(u"", std::vector<IyXMLErrPtr>{});
-  if (Stop.stop_requested()) return nullptr;
+  if (Job.StopRequested()) return nullptr;
   if (kind == TyDocumentKind::dkJSON)
     return CheckJSONDocument(CyJSONMemory::FromString(Snapshot.getText()));
-  // The snapshot carries the document's stored line states, which the check reads.
-  IyXMLErrsPtr errs = CyXMLWellFormed::Check_PARALLEL(Snapshot.getTextList(), PieceCount);
-  if (Stop.stop_requested()) return nullptr;
+  IyXMLErrsPtr errs;
+  try {
+    // The snapshot carries the document's stored line states, which the check reads.
+    errs = CyXMLWellFormed::Check_PARALLEL(Snapshot.getTextList(), Job.PieceCount, Job);
+  } catch (const CyCancelledException&) {
+    return nullptr;
+  }
+  if (Job.StopRequested()) return nullptr;
   if (kind == TyDocumentKind::dkXSLT && !HasErrors(errs))
     errs = CheckXSLTDocument(Snapshot.getTextList(), Caches);
-  return Stop.stop_requested() ? nullptr : errs;
+  return Job.StopRequested() ? nullptr : errs;
 }
 
 CyBackgroundChecks::CyBackgroundChecks(TxMarkupDocument& Document, CyXPathCheckerCachePool& Caches)
@@ -54,7 +59,10 @@ void CyBackgroundChecks::Start() {
   Worker_ = std::jthread([this, snapshot](std::stop_token Stop) {
     IyXMLErrsPtr errs;
     try {
-      errs = CheckSnapshot(*snapshot, Caches_, Stop, PieceCount_);
+      TyJobContext job;
+      job.PieceCount = PieceCount_;
+      job.StopToken = Stop;
+      errs = CheckSnapshot(*snapshot, Caches_, job);
     } catch (const std::exception&) {
       errs.reset();  // a check that fails reports nothing; the next one runs afresh
     }

@@ -23,6 +23,7 @@
 #include <thread>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "diag/ErrList.hpp"
 #include "editor/DocumentChange.hpp"
 #include "editor/Markers.hpp"
@@ -32,10 +33,11 @@
 namespace xylem {
 
 // The checks of a snapshot by its kind (well-formedness; XSLT: also its XPath expressions when
-// well-formed; JSON: strictness; plain text: none). Runs on the calling thread in PieceCount
-// pieces. Stop is polled between checks; a stopped run returns null.
+// well-formed; JSON: strictness; plain text: none). Runs in Job's pieces, on its pool; its stop
+// token is polled inside the well-formedness check (every 16 K lines of a piece) and between
+// checks. A stopped run returns null.
 IyXMLErrsPtr CheckSnapshot(const TxDocumentSnapshot& Snapshot, CyXPathCheckerCachePool& Caches,
-                           std::stop_token Stop, int PieceCount = 1);
+                           const TyJobContext& Job);
 
 class CyBackgroundChecks : public IyDocumentListener {
  public:

@@ -13,6 +13,7 @@
 #include "editor/Format.hpp"
 #include "editor/Search.hpp"
 #include "services/DocumentChecks.hpp"
+#include "support/StopAtFraction.hpp"
 
 namespace xylem::test {
 namespace {
@@ -203,7 +204,27 @@ TEST(EditorCommands, BackgroundCheckResultsFollowEditsAndOutdatedOnesAreDropped)
   TxDocumentSnapshotPtr snapshot = doc.CreateSnapshot();
   doc.DeleteRange({{1, 1}, doc.getEndPosition()});
   EXPECT_EQ(snapshot->getTextList().getCount(), 7);
-  EXPECT_TRUE(HasErrors(CheckSnapshot(*snapshot, pool, {})));
+  EXPECT_TRUE(HasErrors(CheckSnapshot(*snapshot, pool, TyJobContext{})));
+}
+
+TEST(EditorCommands, ASnapshotCheckStopsPartWayWhenAsked) {
+  std::u16string text = u"<r>\n";
+  for (int i = 0; i < 200000; ++i) text += u"  <a>x</a>\n";
+  text += u"<b></r>\n";
+  TxMarkupDocument doc(NoPause());
+  doc.LoadFromText(text, "big.xml");
+  CyXPathCheckerCachePool pool;
+  TxDocumentSnapshotPtr snapshot = doc.CreateSnapshot();
+  test::CyStopAtFraction stopper("Checking", 0.25);
+  TyJobContext job;
+  job.PieceCount = 2;
+  job.Progress = &stopper;
+  job.StopToken = stopper.getToken();
+  EXPECT_EQ(CheckSnapshot(*snapshot, pool, job), nullptr);
+  ASSERT_GT(stopper.getDoneAtStop(), 0u);
+  EXPECT_LT(stopper.Snapshot().Done, stopper.getTotal());
+  // Not stopped, the same snapshot gives the error at the end.
+  EXPECT_TRUE(HasErrors(CheckSnapshot(*snapshot, pool, TyJobContext{})));
 }
 
 TEST(EditorCommands, BadPositionsAndNulAreRefusedWithoutChange) {
