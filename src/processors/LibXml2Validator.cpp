@@ -360,6 +360,18 @@ TyValidationResult ValidateWithLibXml2(const TyLibXml2Validation& Request, std::
     return finish(collector, TyValidationVerdict::vvSchemaError, Request.Language);
   }
   doc.reset();
+  // A refused load libxml2 passed over in silence (an entity it skips) is still reported.
+  for (const auto& [reference, refusal] : policy.Refusals) {
+    const std::u16string message = ToUTF16(refusal);
+    bool reported = false;
+    for (const IyXMLErrPtr& err : collector.Errs)
+      reported = reported || err->getReason() == message;
+    if (reported) continue;
+    collector.SawError = true;
+    collector.Errs.push_back(std::make_shared<CyXMLErr>(
+        LibXml2ProcessorInfo(), u"", -1, -1, message, u"", u"io.refused",
+        TyReasonParameters{ToUTF16(reference)}, TyXMLErrSeverity::errError));
+  }
   placeHints(collector, Request);
   const bool invalid = !valid || collector.SawError;
   return finish(collector, invalid ? TyValidationVerdict::vvInvalid : TyValidationVerdict::vvValid,
