@@ -1,7 +1,12 @@
 // Validation by libxml2 in process and by the Java host, against small schemas written here.
 #include "processors/Validation.hpp"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -261,6 +266,41 @@ TEST(JavaHostTest, EvaluationTransformationQueryAndRecovery) {
   EXPECT_TRUE(result.Ok);
 }
 #endif
+
+}  // namespace
+}  // namespace xylem
+
+namespace xylem {
+namespace {
+
+// A listening socket stands for the schema's server: any connection fails the test.
+TEST(ValidationTest, NetworkSchemaIsNeverFetched) {
+  const int listener = socket(AF_INET, SOCK_STREAM, 0);
+  ASSERT_GE(listener, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(listener, 4), 0);
+  socklen_t length = sizeof address;
+  getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+  const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/s.xsd";
+  CyFolder folder;
+  TyValidationRequest request;
+  request.DocumentPath =
+      folder.Write("doc.xml",
+                   "<note xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+                   "xsi:noNamespaceSchemaLocation=\"" +
+                       url + "\"/>");
+  const TyValidationResult result = ValidateDocument(request, nullptr);
+  EXPECT_EQ(int(result.Verdict), int(TyValidationVerdict::vvSchemaError));
+  ASSERT_EQ(result.Errs->getCount(), 1);
+  EXPECT_NE(ToUTF8(result.Errs->getXMLErr(0)->getReason()).find("network is never used"),
+            std::string::npos);
+  pollfd poll{listener, POLLIN, 0};
+  EXPECT_EQ(::poll(&poll, 1, 0), 0) << "a connection was attempted";
+  close(listener);
+}
 
 }  // namespace
 }  // namespace xylem
