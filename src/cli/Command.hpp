@@ -20,6 +20,7 @@ void AddHighlightCommand(CLI::App& App, TyCommandRun& Run);
 void AddInfoCommand(CLI::App& App, TyCommandRun& Run);
 void AddReplaceCommand(CLI::App& App, TyCommandRun& Run);
 void AddTokensCommand(CLI::App& App, TyCommandRun& Run);
+void AddValidateCommand(CLI::App& App, TyCommandRun& Run);
 void AddXPathCommand(CLI::App& App, TyCommandRun& Run);
 
 }  // namespace xylem::cli

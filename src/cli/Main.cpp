@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
   AddInfoCommand(app, run);
   AddReplaceCommand(app, run);
   AddTokensCommand(app, run);
+  AddValidateCommand(app, run);
   AddXPathCommand(app, run);
 
   try {

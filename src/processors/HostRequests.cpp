@@ -1,5 +1,6 @@
 #include "processors/HostRequests.hpp"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -29,6 +30,11 @@ void putDocument(nlohmann::json& Request, const TyHostDocument& Document) {
   }
 }
 
+bool sameFile(const std::string& A, const std::string& B) {
+  return std::filesystem::absolute(A).lexically_normal() ==
+         std::filesystem::absolute(B).lexically_normal();
+}
+
 std::string readText(const std::string& Path) {
   std::ifstream in(Path, std::ios::binary);
   std::ostringstream out;
@@ -45,7 +51,7 @@ std::vector<IyXMLErrPtr> recordsOf(const nlohmann::json& Errors, const IyProcess
   if (!Errors.is_array()) return records;
   for (const nlohmann::json& error : Errors) {
     const std::string file = LocalPathOf(error.value("url", ""));
-    const bool own = file.empty() || (!Own.empty() && file == LocalPathOf(Own));
+    const bool own = file.empty() || (!Own.empty() && sameFile(file, LocalPathOf(Own)));
     const int32_t line = error.value("line", -1), column = error.value("column", -1);
     IyXMLErrPtr record = std::make_shared<CyXMLErr>(
         Info, own ? u"" : ToUTF16(file), line > 0 ? line : -1, column > 0 ? column : -1,
