@@ -32,7 +32,8 @@ int runCheck(const TyCheckArgs& Args) {
   std::vector<TyErrReportSource> sources;
   for (const std::string& path : Args.Files) {
     CyProgressBar bar(path);
-    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path);
+    const TyJobContext job = JobFor(&bar);
+    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path, job);
     if (!input) {
       exitCode = kExitUsage;
       continue;
@@ -48,10 +49,10 @@ int runCheck(const TyCheckArgs& Args) {
         }
         break;
       case TyDocumentKind::dkXML:
-        errors = CheckXMLDocument(input->List, totalDelta);
+        errors = CheckXMLDocument(input->List, totalDelta, job);
         break;
       case TyDocumentKind::dkXSLT:
-        errors = CheckXMLDocument(input->List, totalDelta);
+        errors = CheckXMLDocument(input->List, totalDelta, job);
         if (!HasErrors(errors))
           errors = CheckXSLTDocument(input->List, CyXPathCheckerCachePool::Shared());
         break;

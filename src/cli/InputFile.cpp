@@ -23,19 +23,21 @@ const char* NewlineName(std::u16string_view Newline) {
   return "LF";
 }
 
-std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path) {
+std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path, const TyJobContext& Job) {
   auto input = std::make_unique<TyInputFile>();
   input->Path = Path;
   input->DisplayName = Path == "-" ? "<stdin>" : Path;
   input->List.setOnCreateUniqueID(CreateProcessUniqueIDs);
   const auto start = std::chrono::steady_clock::now();
+  TyTextFileLoadOptions options;
+  options.Job = &Job;
   try {
     if (Path == "-") {
       std::ostringstream bytes;
       bytes << std::cin.rdbuf();
-      input->Format = LoadTextBytes(bytes.str(), "", input->List);
+      input->Format = LoadTextBytes(bytes.str(), "", input->List, options);
     } else {
-      input->Format = LoadTextFile(Path, input->List);
+      input->Format = LoadTextFile(Path, input->List, options);
     }
   } catch (const CyException& error) {
     std::fprintf(stderr, "xylem: %s: %s\n", input->DisplayName.c_str(),

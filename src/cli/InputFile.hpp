@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/Job.hpp"
 #include "json/Memory.hpp"
 #include "text/TextFile.hpp"
 #include "text/TextList.hpp"
@@ -23,8 +24,9 @@ struct TyInputFile {
 };
 
 // Loads Path (or stdin for "-"). On failure prints "xylem: NAME: MESSAGE" to stderr, with the
-// message on one line, and returns null.
-std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path);
+// message on one line, and returns null. Job: the load's pieces, threads and progress.
+std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path,
+                                           const TyJobContext& Job = JobFor(nullptr));
 
 // The message of an exception as one line: the loader's two-line messages joined by a blank.
 std::string OneLine(std::string Message);

@@ -32,14 +32,16 @@ TyTextFileFormat FormatByMark(const std::string& Path) {
 
 }  // namespace
 
-std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path) {
-  if (Path == "-" || !CyFiletypeByFileExt::IsJSON(Path)) return LoadInputFile(Path);
+std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path, const TyJobContext& Job) {
+  if (Path == "-" || !CyFiletypeByFileExt::IsJSON(Path)) return LoadInputFile(Path, Job);
   const auto start = std::chrono::steady_clock::now();
   std::shared_ptr<const CyJSONMemory> memory;
   try {
-    memory = std::make_shared<const CyJSONMemory>(CyJSONMemory::FromFile(Path));
+    memory = std::make_shared<const CyJSONMemory>(CyJSONMemory::FromFile(Path, Job));
+  } catch (const CyCancelledException&) {
+    throw;
   } catch (const CyException&) {
-    return LoadInputFile(Path);  // unreadable or not clean Unicode: the text model says why
+    return LoadInputFile(Path, Job);  // unreadable or not clean Unicode: the text model says why
   }
   const std::u16string_view text(memory->Data(), memory->DataCount());
   auto input = std::make_unique<TyInputFile>();

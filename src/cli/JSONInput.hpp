@@ -13,7 +13,8 @@ namespace xylem::cli {
 // model's line records: Input.JSON holds the text, Format its mark and newline, List stays
 // empty. Anything else, and bytes that are not clean UTF-8 (or UTF-16 with a mark), go through
 // LoadInputFile, so that the text model's rules and messages apply.
-std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path);
+std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path,
+                                                 const TyJobContext& Job = JobFor(nullptr));
 
 // For a JSON text that failed to parse: true, after printing the text model's binary-file
 // message as LoadInputFile does, when the text read straight from its file holds a NUL (the

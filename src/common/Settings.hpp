@@ -1,6 +1,7 @@
 #pragma once
-// The program-wide settings that the core modules read. Front ends fill them from the command
-// line or a settings file before any work starts; the core only reads them.
+// The user's settings, owned by the front end: it fills them from the command line or a
+// settings file and hands what a job needs down per call (TyJobContext, formatting choices,
+// writer options). Core modules never read them.
 
 #include <cstdint>
 #include <string>
@@ -33,6 +34,9 @@ struct CySettings {
       u"xsl:text|pre|script|style|textarea|programlisting|screen|literallayout";
   // Elements formatted even inside a preserved one, joined by "|".
   std::u16string XMLFormatterWordsD;
+
+  // The piece count parallel stages get: 1 with ParallelProcessing off, else one per processor.
+  int getPieceCount() const;
 
   // The process's settings. Not thread-safe to change while a parallel stage runs.
   static CySettings& Get();

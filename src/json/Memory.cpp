@@ -11,8 +11,6 @@
 #include <vector>
 
 #include "common/Exception.hpp"
-#include "common/Progress.hpp"
-#include "common/Tasks.hpp"
 #include "common/Utf.hpp"
 #include "json/Exception.hpp"
 
@@ -54,13 +52,14 @@ const uint8_t* characterStart(const uint8_t* At, const uint8_t* End) {
 
 // Decodes [Begin, End) in stretches. With ReleaseInput (a file mapping), the pages of each
 // decoded stretch are handed back at once, so that input and text are not resident together.
-TyUTF8DecodeResult decodePiece(const uint8_t* Begin, const uint8_t* End, char16_t* Out,
-                               bool ReleaseInput) {
+TyUTF8DecodeResult decodePiece(const TyJobContext& Job, const uint8_t* Begin, const uint8_t* End,
+                               char16_t* Out, bool ReleaseInput) {
   constexpr size_t kStretch = size_t{4} << 20;
   const uintptr_t page = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
   TyUTF8DecodeResult total;
   const uint8_t* at = Begin;
   while (at < End) {
+    Job.ThrowIfStopped();
     const uint8_t* stop =
         static_cast<size_t>(End - at) > kStretch ? characterStart(at + kStretch, End) : End;
     const TyUTF8DecodeResult part = decodeThroughNuls(at, stop, Out + total.Written);
@@ -73,7 +72,7 @@ TyUTF8DecodeResult decodePiece(const uint8_t* Begin, const uint8_t* End, char16_
       const uintptr_t last = reinterpret_cast<uintptr_t>(stop) / page * page;
       if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
     }
-    CyProgress::Advance(static_cast<uint64_t>(stop - at));
+    Job.Advance(static_cast<uint64_t>(stop - at));
     at = stop;
   }
   return total;
@@ -152,11 +151,12 @@ CyJSONMemory CyJSONMemory::FromString(std::u16string_view Text) {
   return Adopt(std::move(text), Text.size());
 }
 
-CyJSONMemory CyJSONMemory::FromBytes(const void* Data, size_t Count) {
-  return Decode(Data, Count, false);
+CyJSONMemory CyJSONMemory::FromBytes(const void* Data, size_t Count, const TyJobContext& Job) {
+  return Decode(Data, Count, false, Job);
 }
 
-CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseInput) {
+CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseInput,
+                                  const TyJobContext& Job) {
   const auto* bytes = static_cast<const uint8_t*>(Data);
   if (Count >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE)
     return decodeUTF16(bytes + 2, Count - 2, false);
@@ -167,9 +167,9 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
 
   // UTF-8 never takes more UTF-16 units than bytes, so piece k can decode in place at its own
   // byte offset without touching piece k + 1; the pieces are then closed up in order.
-  CyProgress::Begin("Decoding", Count);
+  Job.Begin("Decoding", Count);
   auto text = allocateText(Count);
-  const int pieces = Count < kParallelDecodeMinimum ? 1 : CyTasks::PieceCount();
+  const int pieces = Count < kParallelDecodeMinimum ? 1 : Job.ResolvePieceCount(0);
   std::vector<size_t> starts(static_cast<size_t>(pieces) + 1);
   for (int k = 1; k < pieces; ++k) {
     const uint8_t* at = bytes + Count / static_cast<size_t>(pieces) * static_cast<size_t>(k);
@@ -177,10 +177,10 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
   }
   starts[static_cast<size_t>(pieces)] = Count;
   std::vector<TyUTF8DecodeResult> results(static_cast<size_t>(pieces));
-  CyTasks::RunAll(pieces, [&](int k) {
+  Job.RunAll(pieces, [&](int k) {
     const size_t begin = starts[static_cast<size_t>(k)], end = starts[static_cast<size_t>(k) + 1];
     results[static_cast<size_t>(k)] =
-        decodePiece(bytes + begin, bytes + end, text.get() + begin, ReleaseInput);
+        decodePiece(Job, bytes + begin, bytes + end, text.get() + begin, ReleaseInput);
   });
   size_t written = 0;
   bool invalid = false;
@@ -197,7 +197,7 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
   return Adopt(std::move(text), written);
 }
 
-CyJSONMemory CyJSONMemory::FromFile(const std::string& Path) {
+CyJSONMemory CyJSONMemory::FromFile(const std::string& Path, const TyJobContext& Job) {
   const int fd = ::open(Path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw CyException("Cannot open the file '" + Path + "': " + std::strerror(errno));
   struct FileCloser {
@@ -216,7 +216,7 @@ CyJSONMemory CyJSONMemory::FromFile(const std::string& Path) {
         size_t size;
         ~Unmapper() { ::munmap(map, size); }
       } unmapper{map, size};
-      return Decode(map, size, true);
+      return Decode(map, size, true, Job);
     }
   }
   std::vector<char> bytes;
@@ -227,13 +227,13 @@ CyJSONMemory CyJSONMemory::FromFile(const std::string& Path) {
     if (got == 0) break;
     bytes.insert(bytes.end(), chunk, chunk + got);
   }
-  return FromBytes(bytes.data(), bytes.size());
+  return FromBytes(bytes.data(), bytes.size(), Job);
 }
 
-CyJSONMemory CyJSONMemory::FromStream(std::istream& Stream) {
+CyJSONMemory CyJSONMemory::FromStream(std::istream& Stream, const TyJobContext& Job) {
   const std::vector<char> bytes{std::istreambuf_iterator<char>(Stream),
                                 std::istreambuf_iterator<char>()};
-  return FromBytes(bytes.data(), bytes.size());
+  return FromBytes(bytes.data(), bytes.size(), Job);
 }
 
 }  // namespace xylem

@@ -42,8 +42,10 @@ struct TyTextFileLoadOptions {
   std::optional<CyEncoding> Encoding;
   // Receives the count of invalid sequences; counting only when null.
   CyUTF8ToCharErrorHandler* ErrorHandler = nullptr;
-  // Pieces of the parallel load; 0 means one per processor (or 1 with parallel processing off).
+  // Pieces of the parallel load; 0 means the job's piece count.
   int PieceCount = 0;
+  // Pieces, progress, cancellation and threads of the load; null: a default context.
+  const TyJobContext* Job = nullptr;
 };
 
 // Loads the file at Path into List (replacing its content) and returns its format. The file

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "Support.hpp"
-#include "common/Settings.hpp"
+#include "common/JobContext.hpp"
 
 namespace xylem {
 namespace {
@@ -81,10 +81,9 @@ TEST(JSONMemory, ParallelDecodingMatchesSequentialDecoding) {
   std::string bytes = "[";
   for (int i = 0; i < 200000; ++i) bytes += i % 3 == 0 ? "\"\xC3\xA9\xF0\x9F\x98\x80\"," : "12,";
   bytes += "0]";
-  const bool saved = CySettings::Get().ParallelProcessing;
-  CySettings::Get().ParallelProcessing = true;
-  const CyJSONMemory parallel = CyJSONMemory::FromBytes(bytes.data(), bytes.size());
-  CySettings::Get().ParallelProcessing = saved;
+  TyJobContext job;
+  job.PieceCount = 4;
+  const CyJSONMemory parallel = CyJSONMemory::FromBytes(bytes.data(), bytes.size(), job);
   EXPECT_EQ(std::u16string(parallel.View()), ToUTF16(bytes));
   EXPECT_FALSE(testing::ParseError(parallel.View()).has_value());
 }
