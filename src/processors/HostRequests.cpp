@@ -43,7 +43,8 @@ std::string readText(const std::string& Path) {
 }
 
 // The host's findings as records. Errors in the file Own get an empty URL (the document itself).
-// Errors Saxon places in a stylesheet attribute are moved onto their character.
+// Errors Saxon places in a stylesheet attribute are moved onto their character; those it places
+// only by a start tag (and attribute) move onto that tag or attribute.
 std::vector<IyXMLErrPtr> recordsOf(const nlohmann::json& Errors, const IyProcessorInfoPtr& Info,
                                    const std::string& Own) {
   std::vector<IyXMLErrPtr> records;
@@ -63,6 +64,23 @@ std::vector<IyXMLErrPtr> recordsOf(const nlohmann::json& Errors, const IyProcess
       record = PlaceInStylesheetAttribute(
           at->second.c_str(), record, ToUTF16(error.value("element", "")),
           ToUTF16(error.value("attribute", "")), line, column, error.value("char", 0));
+    } else if (error.contains("element") && !file.empty() && line > 0) {
+      // Saxon names the start tag (and attribute) but gives the position where the tag ends.
+      auto [at, added] = stylesheets.try_emplace(file);
+      if (added) at->second = ToUTF16(readText(file));
+      std::vector<TyStartTagHint> hints(1);
+      hints[0].Line = line;
+      hints[0].ElementName = ToUTF16(error.value("element", ""));
+      hints[0].AttributeName = ToUTF16(error.value("attribute", ""));
+      PlaceOnStartTags(at->second.c_str(), hints);
+      const TyStartTagHint& hint = hints[0];
+      if (hint.FoundLine > 0)
+        record = std::make_shared<CyXMLErr>(
+            record->getProcessorInfo(),
+            std::make_shared<CyXMLLocation>(record->getLocation()->getURL(), hint.FoundLine,
+                                            hint.FoundLinepos, hint.FoundLine2, hint.FoundLinepos2),
+            record->getReason(), record->getReasonDoc(), record->getReasonID(),
+            record->getReasonParameters(), record->getSeverity());
     }
     records.push_back(std::move(record));
   }
@@ -112,7 +130,8 @@ TyProcessingResult EvaluateXPath(CyJavaHost& Host, const TyXPathEvaluation& Requ
   nlohmann::json request{{"op", "xpath"},
                          {"expr", Request.Expression},
                          {"ns", mapOf(Request.Namespaces)},
-                         {"vars", mapOf(Request.Variables)}};
+                         {"vars", mapOf(Request.Variables)},
+                         {"rootNs", Request.RootNamespaces}};
   putDocument(request, Request.Document);
   return processing(Host, std::move(request), "", u"XPath evaluation", Stop);
 }
@@ -126,6 +145,7 @@ TyProcessingResult Transform(CyJavaHost& Host, const TyTransformation& Request,
   putDocument(request, Request.Document);
   if (!Request.OutputPath.empty()) request["output"] = Request.OutputPath;
   if (!Request.InitialTemplate.empty()) request["template"] = Request.InitialTemplate;
+  if (!Request.InitialMode.empty()) request["mode"] = Request.InitialMode;
   return processing(Host, std::move(request), "", u"XSLT transformation", Stop);
 }
 

@@ -33,8 +33,9 @@ struct TyProcessingResult {
 struct TyXPathEvaluation {
   std::string Expression;
   TyHostDocument Document;                        // the context item; none: no context
-  std::map<std::string, std::string> Namespaces;  // prefix -> URI
-  std::map<std::string, std::string> Variables;   // name -> value (xs:untypedAtomic)
+  std::map<std::string, std::string> Namespaces;  // prefix -> URI; wins over the root's
+  bool RootNamespaces = false;  // also bind the prefixes declared on the document's root element
+  std::map<std::string, std::string> Variables;  // name -> value (xs:untypedAtomic)
 };
 
 struct TyTransformation {
@@ -43,6 +44,7 @@ struct TyTransformation {
   std::string OutputPath;  // empty: the result comes back in Output
   std::map<std::string, std::string> Parameters;
   std::string InitialTemplate;  // Clark name; empty: apply templates to the document
+  std::string InitialMode;      // Clark name; empty: the default mode
   std::vector<std::string> Catalogs;
 };
 

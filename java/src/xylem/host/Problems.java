@@ -7,9 +7,11 @@ import java.util.Map;
 import javax.xml.transform.SourceLocator;
 import javax.xml.transform.TransformerException;
 import net.sf.saxon.expr.parser.XPathParser;
+import net.sf.saxon.om.NodeInfo;
 import net.sf.saxon.s9api.SaxonApiException;
 import net.sf.saxon.tree.AttributeLocation;
 import net.sf.saxon.trans.XPathException;
+import net.sf.saxon.type.Type;
 import org.xml.sax.SAXParseException;
 
 /** The findings of one request, each with the processor's code, message, URL, line and column. */
@@ -70,7 +72,17 @@ final class Problems {
       list.add(p);
       return;
     }
-    add(severity, code, message, at.getSystemId(), at.getLineNumber(), at.getColumnNumber());
+    // Static errors on an attribute (a type error found while compiling, an attribute not allowed)
+    // or on an element: the client places them on that attribute or start tag.
+    Map<String, Object> p = record(severity, code, message, at.getSystemId(), at.getLineNumber(),
+                                   at.getColumnNumber());
+    if (at instanceof AttributeLocation) {
+      p.put("element", ((AttributeLocation) at).getElementName().getDisplayName());
+      p.put("attribute", ((AttributeLocation) at).getAttributeName().getDisplayName());
+    } else if (at instanceof NodeInfo && ((NodeInfo) at).getNodeKind() == Type.ELEMENT) {
+      p.put("element", ((NodeInfo) at).getDisplayName());
+    }
+    list.add(p);
   }
 
   void add(String severity, SaxonApiException e) {

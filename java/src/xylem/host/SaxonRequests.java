@@ -12,6 +12,7 @@ import javax.xml.transform.SourceLocator;
 import javax.xml.transform.TransformerException;
 import javax.xml.transform.sax.SAXSource;
 import net.sf.saxon.lib.Feature;
+import net.sf.saxon.s9api.Axis;
 import net.sf.saxon.s9api.DocumentBuilder;
 import net.sf.saxon.s9api.ItemType;
 import net.sf.saxon.s9api.Processor;
@@ -25,6 +26,8 @@ import net.sf.saxon.s9api.XQueryEvaluator;
 import net.sf.saxon.s9api.XdmAtomicValue;
 import net.sf.saxon.s9api.XdmItem;
 import net.sf.saxon.s9api.XdmNode;
+import net.sf.saxon.s9api.XdmNodeKind;
+import net.sf.saxon.s9api.XdmSequenceIterator;
 import net.sf.saxon.s9api.XdmValue;
 import net.sf.saxon.s9api.Xslt30Transformer;
 import net.sf.saxon.s9api.XsltCompiler;
@@ -119,6 +122,19 @@ final class SaxonRequests {
     try {
       XPathCompiler compiler = processor.newXPathCompiler();
       compiler.setLanguageVersion("3.1");
+      // The root element's prefixes first, so that the explicit ones win.
+      if (doc != null && Boolean.TRUE.equals(request.get("rootNs"))) {
+        for (XdmSequenceIterator<XdmNode> children = doc.axisIterator(Axis.CHILD); children.hasNext();) {
+          XdmNode child = children.next();
+          if (child.getNodeKind() != XdmNodeKind.ELEMENT) continue;
+          for (XdmSequenceIterator<XdmNode> ns = child.axisIterator(Axis.NAMESPACE); ns.hasNext();) {
+            XdmNode n = ns.next();
+            String prefix = n.getNodeName() == null ? "" : n.getNodeName().getLocalName();
+            if (!prefix.isEmpty() && !prefix.equals("xml")) compiler.declareNamespace(prefix, n.getStringValue());
+          }
+          break;
+        }
+      }
       Object ns = request.get("ns");
       if (ns instanceof Map) {
         for (Map.Entry<?, ?> e : ((Map<?, ?>) ns).entrySet())
