@@ -77,7 +77,8 @@ void AddTransformCommand(CLI::App& App, TyCommandRun& Run) {
   command->add_option("STYLESHEET", args->Stylesheet, "The stylesheet")->required();
   command->add_option("FILE", args->File, "The source document (optional with --template)");
   command->add_option("-o,--output", args->Output, "Write the result here");
-  command->add_option("--param", args->Parameters, "Stylesheet parameter name=value (repeatable)");
+  command->add_option("--param", args->Parameters, "Stylesheet parameter name=value (repeatable)")
+      ->allow_extra_args(false);
   command->add_option("--template", args->Template, "Start with this named template");
   command->add_option("--mode", args->Mode, "Start in this mode");
   command->add_option("--report", args->Report, "Errors as gcc (default), json, sarif or github")

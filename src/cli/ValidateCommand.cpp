@@ -75,12 +75,14 @@ void AddValidateCommand(CLI::App& App, TyCommandRun& Run) {
       "(--catalog, XML_CATALOG_FILES); the network is never used. Exit code 0 when every file "
       "is valid, 1 when any is invalid, 2 for usage or I/O errors and missing or broken schemas.");
   command->add_option("FILE", args->Files, "Files to validate")->required();
-  command->add_option("--schema", args->Schema, "Schema file (.xsd, .dtd, .rng, .rnc, .sch)");
+  command->add_option("--schema", args->Schema, "Schema file (.xsd, .dtd, .rng, .rnc, .sch)")
+      ->allow_extra_args(false);
   command
       ->add_option("--processor", args->Processor,
                    "libxml2 (in process, default), xerces (XML Schema) or jing (RELAX NG)")
       ->check(CLI::IsMember({"auto", "libxml2", "xerces", "jing"}));
-  command->add_option("--catalog", args->Catalogs, "OASIS XML catalog file (repeatable)");
+  command->add_option("--catalog", args->Catalogs, "OASIS XML catalog file (repeatable)")
+      ->allow_extra_args(false);
   command->add_option("--report", args->Report, "Output format: gcc (default), json, sarif, github")
       ->check(CLI::IsMember({"gcc", "json", "sarif", "github"}));
   command->callback([&Run, args] { Run = [args] { return runValidate(*args); }; });

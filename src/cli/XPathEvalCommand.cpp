@@ -30,7 +30,7 @@ int runXPathEval(const TyXPathEvalArgs& Args) {
   CyJavaHost* host = HostForCommand("xpath eval");
   if (!host) return kExitUsage;
   std::vector<std::pair<std::string, TyProcessingResult>> results;
-  if (Args.Files.empty()) results.emplace_back("", EvaluateXPath(*host, request));
+  if (Args.Files.empty()) results.emplace_back("(expression)", EvaluateXPath(*host, request));
   for (const std::string& file : Args.Files) {
     request.Document.Path = file;
     results.emplace_back(file, EvaluateXPath(*host, request));
@@ -51,8 +51,10 @@ void AddXPathEvalCommand(CLI::App& XPath, TyCommandRun& Run) {
       "usage or I/O errors.");
   eval->add_option("EXPR", args->Expression, "The expression")->required();
   eval->add_option("FILE", args->Files, "Documents to evaluate against");
-  eval->add_option("--ns", args->Namespaces, "Namespace binding prefix=uri (repeatable)");
-  eval->add_option("--var", args->Variables, "Variable name=value, untyped (repeatable)");
+  eval->add_option("--ns", args->Namespaces, "Namespace binding prefix=uri (repeatable)")
+      ->allow_extra_args(false);
+  eval->add_option("--var", args->Variables, "Variable name=value, untyped (repeatable)")
+      ->allow_extra_args(false);
   eval->add_option("--report", args->Report,
                    "Errors as gcc (default), json, sarif or github; json also puts the results "
                    "into one JSON object on stdout")

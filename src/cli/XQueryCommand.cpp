@@ -48,7 +48,9 @@ int runXQuery(const TyXQueryArgs& Args) {
   if (!ParseAssignments(Args.Variables, "--var", request.Variables)) return kExitUsage;
   CyJavaHost* host = HostForCommand("xquery");
   if (!host) return kExitUsage;
-  const std::string label = request.QueryURL.empty() ? request.Document.Path : request.QueryURL;
+  const std::string label = !request.QueryURL.empty()        ? request.QueryURL
+                            : !request.Document.Path.empty() ? request.Document.Path
+                                                             : "(query)";
   return PrintProcessingResults({{label, RunXQuery(*host, request)}}, Args.Report);
 }
 
@@ -63,7 +65,8 @@ void AddXQueryCommand(CLI::App& App, TyCommandRun& Run) {
       "Exit code 0 on success, 1 on a query error, 2 for usage or I/O errors.");
   command->add_option("QUERY_OR_FILE", args->Positional, "The query (unless --file), then FILE");
   command->add_option("--file", args->QueryFile, "Read the query from this file");
-  command->add_option("--var", args->Variables, "External variable name=value (repeatable)");
+  command->add_option("--var", args->Variables, "External variable name=value (repeatable)")
+      ->allow_extra_args(false);
   command->add_option("--report", args->Report, "Errors as gcc (default), json, sarif or github")
       ->check(CLI::IsMember({"gcc", "json", "sarif", "github"}));
   command->callback([&Run, args] { Run = [args] { return runXQuery(*args); }; });

@@ -175,16 +175,20 @@ void CyJavaHost::ReadLoop_(int Socket, pid_t Child, int64_t Generation) {
   const std::string message =
       Ready_ ? "The Java host ended unexpectedly (" + how + "); the next request starts a new host"
              : "The Java host could not start (" + how + ")";
+  if (!Ready_) StartError_ = message;
+  AbandonLocked_(message);
+}
+
+void CyJavaHost::AbandonLocked_(const std::string& Message) {
   for (auto& [id, pending] : Pending_) {
     pending->Reply.Failure = TyHostFailure::hfDied;
-    pending->Reply.FailureMessage = message;
+    pending->Reply.FailureMessage = Message;
     pending->Done = true;
   }
   Pending_.clear();
-  if (!Ready_) StartError_ = message;
   Ready_ = false;
   Child_ = 0;
-  ++Generation_;  // marks this host as gone
+  ++Generation_;  // marks this host as gone; its reader only reaps it
   Changed_.notify_all();
 }
 
@@ -243,31 +247,25 @@ TyHostReply CyJavaHost::Call(nlohmann::json Request, std::stop_token Stop,
     // The reader will see the end and fail the request; wait for that below.
     if (Child_ == child && child > 0) kill(child, SIGKILL);
   }
-  bool cancelled = false;
-  {
-    std::stop_callback onStop(Stop, [&] {
-      {
-        std::lock_guard<std::mutex> guard(Lock_);
-        cancelled = true;
-      }
-      Changed_.notify_all();
-    });
-    const auto deadline = std::chrono::steady_clock::now() + Timeout;
-    while (!pending->Done && !cancelled) {
-      if (Timeout == std::chrono::milliseconds::zero()) {
-        Changed_.wait(lock);
-      } else if (Changed_.wait_until(lock, deadline) == std::cv_status::timeout && !pending->Done &&
-                 !cancelled) {
-        Pending_.erase(id);
-        if (Child_ == child && child > 0) kill(child, SIGKILL);
-        TyHostReply reply;
-        reply.Failure = TyHostFailure::hfTimedOut;
-        reply.FailureMessage = "The Java host did not answer within " +
-                               std::to_string(Timeout.count()) +
-                               " ms; it was stopped and the next request starts a new host";
-        return reply;
-      }
+  // The stop-aware wait also covers a stop requested before the wait began.
+  const auto done = [&] { return pending->Done; };
+  if (Timeout == std::chrono::milliseconds::zero()) {
+    Changed_.wait(lock, Stop, done);
+  } else if (!Changed_.wait_until(lock, Stop, std::chrono::steady_clock::now() + Timeout, done) &&
+             !Stop.stop_requested()) {
+    Pending_.erase(id);
+    const std::string message = "The Java host did not answer within " +
+                                std::to_string(Timeout.count()) +
+                                " ms; it was stopped and the next request starts a new host";
+    // Gone from now on, so the next call starts a new host instead of racing the reader.
+    if (Child_ == child && child > 0) {
+      kill(child, SIGKILL);
+      AbandonLocked_(message);
     }
+    TyHostReply reply;
+    reply.Failure = TyHostFailure::hfTimedOut;
+    reply.FailureMessage = message;
+    return reply;
   }
   if (!pending->Done) {
     Pending_.erase(id);

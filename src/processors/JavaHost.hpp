@@ -80,11 +80,13 @@ class CyJavaHost {
   bool StartLocked_(std::string& Error);
   void StopLocked_(std::unique_lock<std::mutex>& Lock);
   void ReadLoop_(int Socket, pid_t Child, int64_t Generation);
+  // Fails every waiting request with Message and marks the running host as gone.
+  void AbandonLocked_(const std::string& Message);
   bool Send_(const std::string& Line);
 
   TyJavaHostOptions Options_;
   mutable std::mutex Lock_;
-  std::condition_variable Changed_;
+  std::condition_variable_any Changed_;  // stop-aware waits
   int Socket_ = -1;
   pid_t Child_ = 0;
   int64_t Generation_ = 0;  // which host Pending_ entries and the reader belong to

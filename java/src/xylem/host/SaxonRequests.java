@@ -122,7 +122,10 @@ final class SaxonRequests {
     try {
       XPathCompiler compiler = processor.newXPathCompiler();
       compiler.setLanguageVersion("3.1");
-      // The root element's prefixes first, so that the explicit ones win.
+      // The prefixes XPath 3.1's function library uses, then the root element's, then the given ones.
+      compiler.declareNamespace("map", "http://www.w3.org/2005/xpath-functions/map");
+      compiler.declareNamespace("array", "http://www.w3.org/2005/xpath-functions/array");
+      compiler.declareNamespace("math", "http://www.w3.org/2005/xpath-functions/math");
       if (doc != null && Boolean.TRUE.equals(request.get("rootNs"))) {
         for (XdmSequenceIterator<XdmNode> children = doc.axisIterator(Axis.CHILD); children.hasNext();) {
           XdmNode child = children.next();
