@@ -8,7 +8,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(g++ cmake ninja-build ccache pkg-config libpcre2-dev libcli11-dev nlohmann-json3-dev
-          libgtest-dev libgmock-dev libxml2-dev)
+          libgtest-dev libgmock-dev libxml2-dev default-jdk-headless libsaxonhe-java
+          libxerces2-java jing)
 case "${1:-release}" in
   bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
   test) packages+=(libxml2-utils clang-format) ;;

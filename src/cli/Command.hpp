@@ -20,6 +20,11 @@ void AddHighlightCommand(CLI::App& App, TyCommandRun& Run);
 void AddInfoCommand(CLI::App& App, TyCommandRun& Run);
 void AddReplaceCommand(CLI::App& App, TyCommandRun& Run);
 void AddTokensCommand(CLI::App& App, TyCommandRun& Run);
+void AddTransformCommand(CLI::App& App, TyCommandRun& Run);
+void AddValidateCommand(CLI::App& App, TyCommandRun& Run);
 void AddXPathCommand(CLI::App& App, TyCommandRun& Run);
+// `xpath eval`, added to the xpath command.
+void AddXPathEvalCommand(CLI::App& XPath, TyCommandRun& Run);
+void AddXQueryCommand(CLI::App& App, TyCommandRun& Run);
 
 }  // namespace xylem::cli

@@ -18,7 +18,10 @@ int main(int argc, char** argv) {
   AddInfoCommand(app, run);
   AddReplaceCommand(app, run);
   AddTokensCommand(app, run);
+  AddTransformCommand(app, run);
+  AddValidateCommand(app, run);
   AddXPathCommand(app, run);
+  AddXQueryCommand(app, run);
 
   try {
     app.parse(argc, argv);

@@ -124,6 +124,7 @@ void AddXPathCommand(CLI::App& App, TyCommandRun& Run) {
       return checkOne(*args->Expression, ruleOf(args->Rule));
     };
   });
+  AddXPathEvalCommand(*xpath, Run);
 }
 
 }  // namespace xylem::cli
