@@ -1,0 +1,96 @@
+// xylem-editor: the desktop editor. Opens the files named on the command line; with
+// --screenshot it renders the window once fully painted (the background check included) to a
+// PNG and exits, for tests, documentation and bug reports.
+//
+//   xylem-editor [FILE...]
+//   xylem-editor --screenshot OUT.png [--size WxH] [--theme light|dark] [--goto LINE]
+//                [--find TEXT] [--fold-all] FILE
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDockWidget>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPixmap>
+#include <QTextStream>
+#include <QThread>
+#include <QTreeWidget>
+#include <cstdio>
+
+#include "app/EditorTab.hpp"
+#include "app/FindBar.hpp"
+#include "app/MainWindow.hpp"
+#include "app/TextView.hpp"
+#include "editor/BackgroundCheck.hpp"
+
+namespace {
+
+int Fail(const QString& Message) {
+  QTextStream(stderr) << "xylem-editor: " << Message << '\n';
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  QApplication::setOrganizationName(QStringLiteral("Xylem"));
+  QApplication::setApplicationName(QStringLiteral("xylem-editor"));
+  QCommandLineParser parser;
+  parser.setApplicationDescription(QStringLiteral("Xylem XML editor"));
+  parser.addHelpOption();
+  const QCommandLineOption screenshot(QStringLiteral("screenshot"),
+                                      QStringLiteral("Render the window to OUT.png and exit."),
+                                      QStringLiteral("OUT.png"));
+  const QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Window size."),
+                                QStringLiteral("WxH"), QStringLiteral("1000x700"));
+  const QCommandLineOption theme(QStringLiteral("theme"), QStringLiteral("light or dark."),
+                                 QStringLiteral("theme"), QStringLiteral("light"));
+  const QCommandLineOption gotoLine(QStringLiteral("goto"), QStringLiteral("Line to show."),
+                                    QStringLiteral("LINE"));
+  const QCommandLineOption find(QStringLiteral("find"),
+                                QStringLiteral("Open the find bar with TEXT and find it."),
+                                QStringLiteral("TEXT"));
+  const QCommandLineOption foldAll(QStringLiteral("fold-all"),
+                                   QStringLiteral("Collapse every fold range."));
+  parser.addOptions({screenshot, size, theme, gotoLine, find, foldAll});
+  parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Files to open."));
+  parser.process(app);
+
+  const QStringList sizeParts = parser.value(size).split(QLatin1Char('x'));
+  if (sizeParts.size() != 2 || sizeParts[0].toInt() < 100 || sizeParts[1].toInt() < 100)
+    return Fail(QStringLiteral("--size takes WxH, e.g. 1000x700"));
+  if (parser.value(theme) != QLatin1String("light") && parser.value(theme) != QLatin1String("dark"))
+    return Fail(QStringLiteral("--theme takes light or dark"));
+
+  xylem::CyMainWindow window;
+  window.resize(sizeParts[0].toInt(), sizeParts[1].toInt());
+  window.setDark(parser.value(theme) == QLatin1String("dark"));
+  const bool shooting = parser.isSet(screenshot);
+  for (const QString& file : parser.positionalArguments())
+    if (!window.OpenFile(file, !shooting) && shooting)
+      return Fail(QStringLiteral("cannot open %1").arg(file));
+  if (window.getTabCount() == 0) window.NewDocument();
+  if (parser.isSet(foldAll)) window.getCurrentTab()->getView()->FoldAll();
+  if (parser.isSet(gotoLine)) window.GoToLine(parser.value(gotoLine).toLongLong());
+  if (parser.isSet(find)) {
+    window.getFindBar()->Activate(false);
+    window.getFindBar()->getFindEdit()->setText(parser.value(find));
+    window.getFindBar()->FindNext();
+  }
+  window.show();
+  if (!shooting) return QApplication::exec();
+
+  // Wait for the background check's result, then for the paints it causes.
+  xylem::CyEditorTab* tab = window.getCurrentTab();
+  QElapsedTimer clock;
+  clock.start();
+  while (tab->getChecks().getRunning() && clock.elapsed() < 20000) {
+    QApplication::processEvents(QEventLoop::AllEvents, 50);
+    QThread::msleep(10);
+  }
+  for (int i = 0; i < 5; ++i) QApplication::processEvents();
+  if (!window.grab().save(parser.value(screenshot)))
+    return Fail(QStringLiteral("cannot write %1").arg(parser.value(screenshot)));
+  return 0;
+}
