@@ -24,6 +24,10 @@ std::u16string ToU16(const QString& Text) {
                         static_cast<size_t>(Text.size()));
 }
 
+QString ToQString(std::u16string_view Text) {
+  return QString::fromUtf16(Text.data(), static_cast<qsizetype>(Text.size()));
+}
+
 QColor ToQColor(uint32_t Color, const QColor& Default) {
   return Color == kNoColor ? Default : QColor(QRgb(0xff000000u | Color));
 }
@@ -352,6 +356,7 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
 
 void CyTextView::OnDocumentChanged(const TxMarkupDocument& /*Document*/,
                                    const TyDocumentChange& Change) {
+  PreferredColumn_ = -1;  // Up and Down start again from where the edit left the caret
   if (Change.WholeContent) {
     // A new content (load, format, replace all) gets its fold markers at once.
     Colors_.Invalidate();
@@ -378,6 +383,7 @@ bool CyTextView::focusNextPrevChild(bool /*Next*/) { return false; }  // Tab is 
 // ---- Commands.
 
 void CyTextView::setSelection(const TySelection& Selection) {
+  PreferredColumn_ = -1;
   Document_.setSelection(Selection);
   const TyTextPosition caret = Document_.getSelection().Caret;
   // Unfold every collapsed range that hides the caret.
@@ -403,9 +409,10 @@ void CyTextView::GoToLine(int64_t Line) {
 void CyTextView::Copy() {
   const TySelection& selection = Document_.getSelection();
   if (selection.isEmpty()) return;
-  const std::u16string text = Document_.getText(selection.getRange());
-  QApplication::clipboard()->setText(
-      QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size())));
+  // The clipboard gets the platform's plain line ends, whatever the document's newline.
+  QString text = ToQString(Document_.getText(selection.getRange()));
+  text.replace(ToQString(Document_.getNewline()), QStringLiteral("\n"));
+  QApplication::clipboard()->setText(text);
 }
 
 void CyTextView::Cut() {
