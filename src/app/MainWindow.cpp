@@ -15,6 +15,7 @@
 #include <QMimeData>
 #include <QSettings>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTabWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -184,6 +185,9 @@ void CyMainWindow::CreateMenus() {
                   onView(&CyTextView::FoldAll));
   view->addAction(tr("&Unfold All"), QKeySequence(tr("Ctrl+Shift+]")), this,
                   onView(&CyTextView::UnfoldAll));
+  view->addAction(tr("Fold to &Level 2"), this, [this] {
+    if (CyEditorTab* tab = getCurrentTab()) tab->getView()->FoldToLevel(2);
+  });
   QAction* dark = view->addAction(tr("&Dark Scheme"));
   dark->setCheckable(true);
   connect(dark, &QAction::toggled, this, &CyMainWindow::setDark);
@@ -431,6 +435,21 @@ void CyMainWindow::GoToLineWithDialog() {
 
 void CyMainWindow::setDark(bool Dark) {
   Dark_ = Dark;
+  // The window's own widgets follow the scheme through Fusion's palette.
+  QApplication::setStyle(QStringLiteral("Fusion"));
+  QPalette palette = QApplication::style()->standardPalette();
+  if (Dark) {
+    palette.setColor(QPalette::Window, QColor(0x2d, 0x2d, 0x30));
+    palette.setColor(QPalette::WindowText, QColor(0xd4, 0xd4, 0xd4));
+    palette.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    palette.setColor(QPalette::AlternateBase, QColor(0x25, 0x25, 0x26));
+    palette.setColor(QPalette::Text, QColor(0xd4, 0xd4, 0xd4));
+    palette.setColor(QPalette::Button, QColor(0x3c, 0x3c, 0x3c));
+    palette.setColor(QPalette::ButtonText, QColor(0xd4, 0xd4, 0xd4));
+    palette.setColor(QPalette::Highlight, QColor(0x26, 0x4f, 0x78));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+  }
+  QApplication::setPalette(palette);
   for (int i = 0; i < Tabs_->count(); ++i)
     static_cast<CyEditorTab*>(Tabs_->widget(i))->getView()->setDark(Dark);
 }

@@ -250,15 +250,6 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
   auto columnOf = [&](int64_t linepos) { return ColumnOfLinepos(text, linepos, TabWidth_); };
   if (Line == selection.Caret.Line)
     Painter.fillRect(getGutterWidth(), Y, width, LineHeight_, Theme_.CurrentLine);
-  // Selection: from its start on this line (or the line start) to its end (or past the end).
-  const TyTextRange range = selection.getRange();
-  if (!selection.isEmpty() && range.Start.Line <= Line && Line <= range.End.Line) {
-    const int64_t from = Line == range.Start.Line ? columnOf(range.Start.Linepos) : 0;
-    const int64_t to = Line == range.End.Line ? columnOf(range.End.Linepos)
-                                              : columnOf(static_cast<int64_t>(text.size()) + 1) + 1;
-    const int x0 = std::max(xOf(from), getGutterWidth());
-    Painter.fillRect(x0, Y, std::max(0, xOf(to) - x0), LineHeight_, Theme_.Selection);
-  }
   // Occurrences of the highlighted text.
   if (!Highlight_.isEmpty() && text.size() < 1'000'000) {
     const QString line = QString::fromRawData(reinterpret_cast<const QChar*>(text.data()),
@@ -271,6 +262,15 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
       Painter.fillRect(x0, Y, xOf(columnOf(at + 1 + Highlight_.size())) - x0, LineHeight_,
                        Theme_.SearchMatch);
     }
+  }
+  // Selection: from its start on this line (or the line start) to its end (or past the end).
+  const TyTextRange range = selection.getRange();
+  if (!selection.isEmpty() && range.Start.Line <= Line && Line <= range.End.Line) {
+    const int64_t from = Line == range.Start.Line ? columnOf(range.Start.Linepos) : 0;
+    const int64_t to = Line == range.End.Line ? columnOf(range.End.Linepos)
+                                              : columnOf(static_cast<int64_t>(text.size()) + 1) + 1;
+    const int x0 = std::max(xOf(from), getGutterWidth());
+    Painter.fillRect(x0, Y, std::max(0, xOf(to) - x0), LineHeight_, Theme_.Selection);
   }
   // Text in runs of one colour; only the columns on screen are drawn.
   Colors_.ColorLine(Line, Runs_);
@@ -348,7 +348,8 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
   Painter.drawLine(x + 2, y + mid, x + size - 3, y + mid);
   if (Folding_.IsCollapsed(Line)) {
     Painter.drawLine(x + mid, y + 2, x + mid, y + size - 3);
-    Painter.drawLine(x + size, y + mid, width(), y + mid);
+    // A rule under the line marks where the folded lines are.
+    Painter.drawLine(x + size, Y + LineHeight_ - 1, viewport()->width(), Y + LineHeight_ - 1);
   }
 }
 
@@ -455,6 +456,20 @@ void CyTextView::UnfoldAll() {
   Folding_.ExpandAll();
   UpdateScrollBars();
   viewport()->update();
+}
+
+void CyTextView::FoldToLevel(int Level) {
+  Folding_.Update();
+  Folding_.ExpandAll();
+  // Ranges come outer before inner: a stack of the open ranges' last lines gives the depth.
+  std::vector<int64_t> open;
+  for (const TyFoldRange& range : Folding_.getFoldRanges()) {
+    while (!open.empty() && open.back() < range.FirstLine) open.pop_back();
+    open.push_back(range.LastLine);
+    if (static_cast<int>(open.size()) >= Level) Folding_.Collapse(range.FirstLine);
+  }
+  setSelection(Document_.getSelection());
+  UpdateScrollBars();
 }
 
 bool CyTextView::ToggleFold(int64_t Line) {

@@ -63,6 +63,8 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   void Redo();
   void FoldAll();
   void UnfoldAll();
+  // Collapses every range nested Level deep or deeper (1: the outermost) and expands the rest.
+  void FoldToLevel(int Level);
   // Toggles the fold range that starts on Line; false when none starts there.
   bool ToggleFold(int64_t Line);
 

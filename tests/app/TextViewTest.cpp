@@ -289,9 +289,13 @@ class TextViewTest : public QObject {
     QCOMPARE(f.View.PointToPosition({f.View.getGutterWidth() + 5, 2 * lh + 1}).Line, 5);
     QTest::mouseClick(f.View.viewport(), Qt::LeftButton, {}, marker);
     QVERIFY(CountNear(f.Grab(), text, comment, 30) > 20);
-    // Fold all keeps the root's first line only.
+    // Fold all keeps the root's first line only; level 2 keeps the root open.
     f.View.FoldAll();
     QCOMPARE(f.View.getFolding().getVisibleLineCount(), 1);
+    f.View.FoldToLevel(2);
+    QVERIFY(!f.View.getFolding().IsCollapsed(1));
+    QVERIFY(f.View.getFolding().IsCollapsed(2));
+    QCOMPARE(f.View.getFolding().getVisibleLineCount(), 4);
   }
 
   // The start-tag name is painted in its scheme colour at its position, in both schemes;

@@ -4,7 +4,7 @@
 //
 //   xylem-editor [FILE...]
 //   xylem-editor --screenshot OUT.png [--size WxH] [--theme light|dark] [--goto LINE]
-//                [--find TEXT] [--fold-all] FILE
+//                [--find TEXT] [--fold-all] [--fold-level N] FILE
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -15,7 +15,7 @@
 #include <QTextStream>
 #include <QThread>
 #include <QTreeWidget>
-#include <cstdio>
+#include <algorithm>
 
 #include "app/EditorTab.hpp"
 #include "app/FindBar.hpp"
@@ -53,7 +53,10 @@ int main(int argc, char** argv) {
                                 QStringLiteral("TEXT"));
   const QCommandLineOption foldAll(QStringLiteral("fold-all"),
                                    QStringLiteral("Collapse every fold range."));
-  parser.addOptions({screenshot, size, theme, gotoLine, find, foldAll});
+  const QCommandLineOption foldLevel(QStringLiteral("fold-level"),
+                                     QStringLiteral("Collapse the ranges N deep or deeper."),
+                                     QStringLiteral("N"));
+  parser.addOptions({screenshot, size, theme, gotoLine, find, foldAll, foldLevel});
   parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Files to open."));
   parser.process(app);
 
@@ -71,14 +74,18 @@ int main(int argc, char** argv) {
     if (!window.OpenFile(file, !shooting) && shooting)
       return Fail(QStringLiteral("cannot open %1").arg(file));
   if (window.getTabCount() == 0) window.NewDocument();
+  // Laid out first, so that scrolling to the caret knows the view's size.
+  window.show();
+  QApplication::processEvents();
   if (parser.isSet(foldAll)) window.getCurrentTab()->getView()->FoldAll();
+  if (parser.isSet(foldLevel))
+    window.getCurrentTab()->getView()->FoldToLevel(std::max(1, parser.value(foldLevel).toInt()));
   if (parser.isSet(gotoLine)) window.GoToLine(parser.value(gotoLine).toLongLong());
   if (parser.isSet(find)) {
     window.getFindBar()->Activate(false);
     window.getFindBar()->getFindEdit()->setText(parser.value(find));
     window.getFindBar()->FindNext();
   }
-  window.show();
   if (!shooting) return QApplication::exec();
 
   // Wait for the background check's result, then for the paints it causes.
