@@ -94,6 +94,7 @@ void CyTextView::setEditorFont(const QFont& Font) {
 }
 
 void CyTextView::UpdateMetrics() {
+  for (QHash<QString, QStaticText>& cache : StaticText_) cache.clear();
   const QFontMetricsF metrics(Font_);
   LineHeight_ = std::max(1, static_cast<int>(std::ceil(metrics.height())));
   Ascent_ = static_cast<int>(std::ceil(metrics.ascent()));
@@ -277,7 +278,7 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
   size_t run = 0;
   int64_t column = 0;
   const int baseline = Y + Ascent_;
-  QString chunk;
+  QString& chunk = Chunk_;
   size_t i = 0;
   while (i < text.size() && column < LastColumn) {
     while (run < Runs_.size() &&
@@ -311,9 +312,24 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
       Painter.fillRect(x, Y, xOf(column) - x, LineHeight_, ToQColor(item.Background, {}));
     const bool bold = item.Styles & fsBold;
     const bool italic = item.Styles & fsItalic;
-    Painter.setFont(bold ? (italic ? FontBoldItalic_ : FontBold_) : italic ? FontItalic_ : Font_);
+    const int style = (bold ? 1 : 0) | (italic ? 2 : 0);
+    const QFont& font = style == 3   ? FontBoldItalic_
+                        : style == 1 ? FontBold_
+                        : style == 2 ? FontItalic_
+                                     : Font_;
+    Painter.setFont(font);
     Painter.setPen(ToQColor(item.Foreground, Theme_.Foreground));
-    Painter.drawText(QPointF(x, baseline), chunk);
+    QHash<QString, QStaticText>& cache = StaticText_[style];
+    auto found = cache.find(chunk);
+    if (found == cache.end()) {
+      if (cache.size() > 20000) cache.clear();
+      QStaticText laid(chunk);
+      laid.setTextFormat(Qt::PlainText);
+      laid.setPerformanceHint(QStaticText::AggressiveCaching);
+      laid.prepare(QTransform(), font);
+      found = cache.insert(chunk, laid);
+    }
+    Painter.drawStaticText(QPointF(x, Y), *found);
     if (item.Styles & fsUnderline) Painter.drawLine(x, baseline + 2, xOf(column), baseline + 2);
   }
   // Errors: a wave under each error's part of this line (a point error under one character).

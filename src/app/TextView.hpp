@@ -15,6 +15,8 @@
 
 #include <QAbstractScrollArea>
 #include <QFont>
+#include <QHash>
+#include <QStaticText>
 #include <QTimer>
 #include <cstdint>
 #include <memory>
@@ -129,6 +131,10 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   int TabWidth_ = 4;
   int64_t PreferredColumn_ = -1;
   std::vector<TyColorRun> Runs_;
+  // Laid-out glyphs of recently drawn chunks per font style (tokens repeat from line to line,
+  // and laying text out is most of a paint's cost); cleared when it grows large.
+  QHash<QString, QStaticText> StaticText_[4];
+  QString Chunk_;
   std::vector<TyTextRange> ErrorRanges_;
   QString Highlight_;
   bool HighlightCaseSensitive_ = false;
