@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "app/Columns.hpp"
+#include "app/OpenElement.hpp"
 
 namespace xylem {
 
@@ -557,7 +558,17 @@ void CyTextView::InsertNewline() {
   Document_.TypeText(insert, TyEditKind::ekOther);
 }
 
-void CyTextView::TypeAndComplete(const QString& Text) { Document_.TypeText(ToU16(Text)); }
+void CyTextView::TypeAndComplete(const QString& Text) {
+  Document_.TypeText(ToU16(Text));
+  // "</" typed in XML gets the name of the element still open and the ">".
+  if (Text != QStringLiteral("/") || !Document_.getKeepsLineStates()) return;
+  const TyTextPosition caret = Document_.getSelection().Caret;
+  const std::u16string_view line = Document_.getLine(caret.Line);
+  if (caret.Linepos < 3 || line[caret.Linepos - 3] != u'<') return;
+  const std::u16string name = FindOpenElementName(Document_, {caret.Line, caret.Linepos - 2});
+  if (name.empty()) return;
+  Document_.TypeText(name + u">");
+}
 
 void CyTextView::keyPressEvent(QKeyEvent* Event) {
   const TySelection selection = Document_.getSelection();
