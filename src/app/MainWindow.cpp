@@ -25,6 +25,7 @@
 #include "app/FindBar.hpp"
 #include "app/FormatDialog.hpp"
 #include "app/TextView.hpp"
+#include "app/XPathWindow.hpp"
 #include "common/Exception.hpp"
 #include "diag/ErrList.hpp"
 #include "diag/ErrLocation.hpp"
@@ -123,6 +124,14 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
           [this](QTreeWidgetItem* Item) { OnErrorActivated(Item); });
   connect(SeverityFilter_, &QComboBox::currentIndexChanged, this, &CyMainWindow::UpdateErrors);
 
+  // The XPath tool window, beside the errors; hidden until asked for.
+  XPathDock_ = new QDockWidget(tr("XPath"), this);
+  XPathDock_->setObjectName(QStringLiteral("xpath"));
+  XPath_ = new CyXPathWindow(XPathDock_);
+  XPathDock_->setWidget(XPath_);
+  addDockWidget(Qt::BottomDockWidgetArea, XPathDock_);
+  XPathDock_->hide();
+
   Position_ = new QLabel(this);
   Encoding_ = new QLabel(this);
   BOM_ = new QLabel(this);
@@ -198,6 +207,7 @@ void CyMainWindow::CreateMenus() {
     if (ok) setTabWidth(width);
   });
   view->addAction(ErrorDock_->toggleViewAction());
+  view->addAction(XPathDock_->toggleViewAction());
 
   QMenu* xml = menuBar()->addMenu(tr("&XML"));
   xml->addAction(tr("&Check Well-Formedness"), QKeySequence(tr("F7")), this, &CyMainWindow::Check);
@@ -435,6 +445,7 @@ void CyMainWindow::GoToLineWithDialog() {
 
 void CyMainWindow::setDark(bool Dark) {
   Dark_ = Dark;
+  XPath_->setDark(Dark);
   // The window's own widgets follow the scheme through Fusion's palette.
   QApplication::setStyle(QStringLiteral("Fusion"));
   QPalette palette = QApplication::style()->standardPalette();

@@ -22,6 +22,7 @@ namespace xylem {
 
 class CyEditorTab;
 class CyFindBar;
+class CyXPathWindow;
 
 class CyMainWindow : public QMainWindow {
   Q_OBJECT
@@ -39,6 +40,8 @@ class CyMainWindow : public QMainWindow {
   CyFindBar* getFindBar() const { return FindBar_; }
   QTreeWidget* getErrorList() const { return Errors_; }
   QDockWidget* getErrorDock() const { return ErrorDock_; }
+  CyXPathWindow* getXPathWindow() const { return XPath_; }
+  QDockWidget* getXPathDock() const { return XPathDock_; }
   QString getStatusText() const;
 
   // ---- Commands of the current document.
@@ -83,6 +86,8 @@ class CyMainWindow : public QMainWindow {
   QDockWidget* ErrorDock_;
   QTreeWidget* Errors_;
   QComboBox* SeverityFilter_;
+  QDockWidget* XPathDock_;
+  CyXPathWindow* XPath_;
   QLabel* Position_;
   QLabel* Encoding_;
   QLabel* BOM_;

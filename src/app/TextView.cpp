@@ -19,6 +19,8 @@ namespace xylem {
 namespace {
 
 constexpr int kTextMargin = 4;
+// Up to this many lines, fold ranges are recomputed (a linear pass) within the change itself.
+constexpr int64_t kImmediateFoldLines = 200000;
 
 std::u16string ToU16(const QString& Text) {
   return std::u16string(reinterpret_cast<const char16_t*>(Text.utf16()),
@@ -376,9 +378,10 @@ void CyTextView::OnDocumentChanged(const TxMarkupDocument& /*Document*/,
                                    const TyDocumentChange& Change) {
   PreferredColumn_ = -1;  // Up and Down start again from where the edit left the caret
   if (Change.WholeContent) {
-    // A new content (load, format, replace all) gets its fold markers at once.
+    // A new content (load, format, replace all) gets its fold markers at once when small;
+    // a big one after the first paint, so opening shows text first.
     Colors_.Invalidate();
-    Folding_.Update();
+    if (Document_.getLineCount() < kImmediateFoldLines) Folding_.Update();
   }
   if (Folding_.getStale()) FoldTimer_.start();
   UpdateScrollBars();

@@ -4,7 +4,7 @@
 //
 //   xylem-editor [FILE...]
 //   xylem-editor --screenshot OUT.png [--size WxH] [--theme light|dark] [--goto LINE]
-//                [--find TEXT] [--fold-all] [--fold-level N] FILE
+//                [--find TEXT] [--fold-all] [--fold-level N] [--xpath EXPR] FILE
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -12,6 +12,7 @@
 #include <QElapsedTimer>
 #include <QLineEdit>
 #include <QPixmap>
+#include <QPlainTextEdit>
 #include <QTextStream>
 #include <QThread>
 #include <QTreeWidget>
@@ -21,6 +22,7 @@
 #include "app/FindBar.hpp"
 #include "app/MainWindow.hpp"
 #include "app/TextView.hpp"
+#include "app/XPathWindow.hpp"
 #include "editor/BackgroundCheck.hpp"
 
 namespace {
@@ -56,7 +58,10 @@ int main(int argc, char** argv) {
   const QCommandLineOption foldLevel(QStringLiteral("fold-level"),
                                      QStringLiteral("Collapse the ranges N deep or deeper."),
                                      QStringLiteral("N"));
-  parser.addOptions({screenshot, size, theme, gotoLine, find, foldAll, foldLevel});
+  const QCommandLineOption xpath(QStringLiteral("xpath"),
+                                 QStringLiteral("Show the XPath window with EXPR."),
+                                 QStringLiteral("EXPR"));
+  parser.addOptions({screenshot, size, theme, gotoLine, find, foldAll, foldLevel, xpath});
   parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Files to open."));
   parser.process(app);
 
@@ -81,6 +86,10 @@ int main(int argc, char** argv) {
   if (parser.isSet(foldLevel))
     window.getCurrentTab()->getView()->FoldToLevel(std::max(1, parser.value(foldLevel).toInt()));
   if (parser.isSet(gotoLine)) window.GoToLine(parser.value(gotoLine).toLongLong());
+  if (parser.isSet(xpath)) {
+    window.getXPathDock()->show();
+    window.getXPathWindow()->getEditor()->setPlainText(parser.value(xpath));
+  }
   if (parser.isSet(find)) {
     window.getFindBar()->Activate(false);
     window.getFindBar()->getFindEdit()->setText(parser.value(find));
