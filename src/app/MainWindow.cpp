@@ -130,7 +130,8 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
   XPath_ = new CyXPathWindow(XPathDock_);
   XPathDock_->setWidget(XPath_);
   addDockWidget(Qt::BottomDockWidgetArea, XPathDock_);
-  XPathDock_->hide();
+  tabifyDockWidget(ErrorDock_, XPathDock_);
+  ErrorDock_->raise();
 
   Position_ = new QLabel(this);
   Encoding_ = new QLabel(this);

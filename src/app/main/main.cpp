@@ -88,6 +88,7 @@ int main(int argc, char** argv) {
   if (parser.isSet(gotoLine)) window.GoToLine(parser.value(gotoLine).toLongLong());
   if (parser.isSet(xpath)) {
     window.getXPathDock()->show();
+    window.getXPathDock()->raise();
     window.getXPathWindow()->getEditor()->setPlainText(parser.value(xpath));
   }
   if (parser.isSet(find)) {
