@@ -22,6 +22,7 @@
 #include <algorithm>
 
 #include "app/EditorTab.hpp"
+#include "app/FileFormatDialog.hpp"
 #include "app/FindBar.hpp"
 #include "app/FormatDialog.hpp"
 #include "app/TextView.hpp"
@@ -370,7 +371,20 @@ void CyMainWindow::SaveAsWithDialog() {
   if (!tab) return;
   const QString path = QFileDialog::getSaveFileName(
       this, tr("Save As"), QString::fromStdString(tab->getDocument().getPath()));
-  if (!path.isEmpty()) SaveAs(path);
+  if (path.isEmpty()) return;
+  CyFileFormatDialog dialog(tab->getDocument().getFormat(), this);
+  if (dialog.exec() != QDialog::Accepted) return;
+  try {
+    const TyTextFileFormat format = dialog.getFormat();
+    if (!(format.Encoding == tab->getDocument().getFormat().Encoding) ||
+        format.HasBOM != tab->getDocument().getFormat().HasBOM ||
+        format.Newline != tab->getDocument().getFormat().Newline)
+      tab->getDocument().setFormat(format);
+  } catch (const std::exception& e) {
+    QMessageBox::warning(this, tr("Save As"), QString::fromStdString(e.what()));
+    return;
+  }
+  SaveAs(path);
 }
 
 void CyMainWindow::AddRecent(const QString& Path) {

@@ -5,6 +5,7 @@
 #include "app/MainWindow.hpp"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDockWidget>
 #include <QFile>
 #include <QLineEdit>
@@ -14,6 +15,7 @@
 #include <QtTest>
 
 #include "app/EditorTab.hpp"
+#include "app/FileFormatDialog.hpp"
 #include "app/FindBar.hpp"
 #include "app/FormatDialog.hpp"
 #include "app/TextView.hpp"
@@ -202,6 +204,33 @@ class MainWindowTest : public QObject {
     QVERIFY(window.SaveAs(other));
     QCOMPARE(ReadFile(other), ReadFile(path));
     QCOMPARE(tab->getTitle(), QStringLiteral("other.xml"));
+  }
+
+  // The format dialog shows a format as it is, and what it gives is what Save As writes: the
+  // bytes decode back to the text with the chosen line ends and mark.
+  void SaveAsInChosenFormat() {
+    CyMainWindow window;
+    CyEditorTab* tab = window.OpenFile(Write("format-in.xml", "<a>\r\n  <b/>\r\n</a>\r\n"));
+    QVERIFY(tab);
+    CyFileFormatDialog same(tab->getDocument().getFormat());
+    QCOMPARE(same.getFormat().Encoding.getName(),
+             tab->getDocument().getFormat().Encoding.getName());
+    QCOMPARE(same.getFormat().HasBOM, tab->getDocument().getFormat().HasBOM);
+    QVERIFY(same.getFormat().Newline == tab->getDocument().getFormat().Newline);
+    CyFileFormatDialog dialog(tab->getDocument().getFormat());
+    dialog.getEncodingBox()->setCurrentText(QStringLiteral("UTF-16LE"));
+    dialog.getBOMBox()->setChecked(true);
+    dialog.getNewlineBox()->setCurrentIndex(1);  // LF
+    tab->getDocument().setFormat(dialog.getFormat());
+    const QString out = Dir_.filePath(QStringLiteral("format-out.xml"));
+    QVERIFY(window.SaveAs(out));
+    const QByteArray bytes = ReadFile(out);
+    QVERIFY(bytes.startsWith("\xFF\xFE"));
+    const QString decoded = QString::fromUtf16(
+        reinterpret_cast<const char16_t*>(bytes.constData() + 2), (bytes.size() - 2) / 2);
+    QCOMPARE(decoded, QStringLiteral("<a>\n  <b/>\n</a>\n"));
+    dialog.getEncodingBox()->setCurrentText(QStringLiteral("no-such-encoding-x"));
+    QVERIFY_THROWS_EXCEPTION(std::exception, dialog.getFormat());
   }
 
   // Closing a modified tab asks: cancel keeps it, discard closes it and leaves the file, save
