@@ -282,6 +282,8 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
   int64_t column = 0;
   const int baseline = Y + Ascent_;
   QString& chunk = Chunk_;
+  int penStyle = -1;
+  uint32_t penColor = kNoColor - 1;  // neither a colour nor "none": the first run sets it
   size_t i = 0;
   while (i < text.size() && column < LastColumn) {
     while (run < Runs_.size() &&
@@ -320,8 +322,12 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
                         : style == 1 ? FontBold_
                         : style == 2 ? FontItalic_
                                      : Font_;
-    Painter.setFont(font);
-    Painter.setPen(ToQColor(item.Foreground, Theme_.Foreground));
+    // Pens and fonts are set only when they change (most neighbours share them).
+    if (style != penStyle) Painter.setFont(font), penStyle = style;
+    if (item.Foreground != penColor) {
+      Painter.setPen(ToQColor(item.Foreground, Theme_.Foreground));
+      penColor = item.Foreground;
+    }
     QHash<QString, QStaticText>& cache = StaticText_[style];
     auto found = cache.find(chunk);
     if (found == cache.end()) {
