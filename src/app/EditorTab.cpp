@@ -29,6 +29,7 @@ CyEditorTab::CyEditorTab(QWidget* Parent)
   CheckTimer_.setSingleShot(true);
   CheckTimer_.setInterval(500);
   connect(&CheckTimer_, &QTimer::timeout, this, &CyEditorTab::CheckNow);
+  connect(&Watcher_, &QFileSystemWatcher::fileChanged, this, &CyEditorTab::OnFileChanged);
 }
 
 CyEditorTab::~CyEditorTab() {
@@ -40,8 +41,44 @@ CyEditorTab::~CyEditorTab() {
 void CyEditorTab::Open(const QString& Path) {
   Document_->LoadFromFile(Path.toStdString());
   View_->setSelection(TySelection::At({1, 1}));
+  NoteSaved();
   CheckNow();
   Q_EMIT titleChanged();
+}
+
+bool CyEditorTab::Reload() {
+  const TyTextPosition caret = Document_->getSelection().Caret;
+  try {
+    Document_->LoadFromFile(Document_->getPath());
+  } catch (const std::exception&) {
+    return false;
+  }
+  View_->setSelection(TySelection::At(Document_->ClampPosition(caret)));
+  NoteSaved();
+  CheckNow();
+  Q_EMIT titleChanged();
+  return true;
+}
+
+void CyEditorTab::NoteSaved() {
+  const QString path = QString::fromStdString(Document_->getPath());
+  if (!Watcher_.files().isEmpty()) Watcher_.removePaths(Watcher_.files());
+  if (path.isEmpty()) return;
+  const QFileInfo info(path);
+  KnownTime_ = info.lastModified();
+  KnownSize_ = info.size();
+  Watcher_.addPath(path);
+}
+
+void CyEditorTab::OnFileChanged() {
+  const QString path = QString::fromStdString(Document_->getPath());
+  const QFileInfo info(path);
+  // An atomic save replaces the file, which ends the watch: watch the new one.
+  if (info.exists() && !Watcher_.files().contains(path)) Watcher_.addPath(path);
+  if (info.exists() && info.lastModified() == KnownTime_ && info.size() == KnownSize_) return;
+  KnownTime_ = info.lastModified();
+  KnownSize_ = info.size();
+  Q_EMIT changedOnDisk();
 }
 
 QString CyEditorTab::getTitle() const {

@@ -6,6 +6,8 @@
 //
 // GUI thread only; the check's worker only reads a snapshot.
 
+#include <QDateTime>
+#include <QFileSystemWatcher>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
@@ -33,6 +35,10 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
 
   // Loads Path; raises CyException with the loader's message on a bad file.
   void Open(const QString& Path);
+  // Loads the file again (after a change on disk); false when it cannot be read.
+  bool Reload();
+  // Records the file's state after a save, so that the save is not taken for a change on disk.
+  void NoteSaved();
   // The tab's title: the file name (or "Untitled"), with "*" when modified.
   QString getTitle() const;
   // The errors of the last finished check (null before the first).
@@ -49,9 +55,12 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   void errorsChanged();
   // The title (name or modified flag) may have changed.
   void titleChanged();
+  // Another program changed (or removed) the file.
+  void changedOnDisk();
 
  private:
   void PollChecks();
+  void OnFileChanged();
 
   std::unique_ptr<TxMarkupDocument> Document_;
   CyXPathCheckerCachePool Caches_;
@@ -59,6 +68,10 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   CyTextView* View_;
   QTimer CheckTimer_;
   bool WasModified_ = false;
+  // The file as last loaded or saved: a notification that finds it so is our own doing.
+  QFileSystemWatcher Watcher_;
+  QDateTime KnownTime_;
+  qint64 KnownSize_ = -1;
 };
 
 }  // namespace xylem

@@ -150,6 +150,15 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
            : answer == QMessageBox::Discard ? TyCloseAnswer::caDiscard
                                             : TyCloseAnswer::caCancel;
   };
+  AskToReload = [this](CyEditorTab* Tab) {
+    const QString question =
+        Tab->getDocument().getModified()
+            ? tr("%1 was changed by another program. Load it again and lose your changes?")
+            : tr("%1 was changed by another program. Load it again?");
+    return QMessageBox::question(this, tr("File changed"),
+                                 question.arg(QString::fromStdString(Tab->getDocument().getPath())),
+                                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
+  };
   CreateMenus();
   resize(1000, 700);
   resizeDocks({ErrorDock_}, {140}, Qt::Vertical);
@@ -232,6 +241,11 @@ CyEditorTab* CyMainWindow::NewDocument() {
   connect(tab, &CyEditorTab::errorsChanged, this, [this, tab] {
     if (tab == getCurrentTab()) UpdateErrors();
   });
+  connect(tab, &CyEditorTab::changedOnDisk, this, [this, tab] {
+    if (!AskToReload(tab)) return;
+    if (!tab->Reload()) statusBar()->showMessage(tr("Cannot read %1").arg(tab->getTitle()), 8000);
+    if (tab == getCurrentTab()) UpdateStatus();
+  });
   connect(tab->getView(), &CyTextView::caretMoved, this, [this, tab] {
     if (tab == getCurrentTab()) UpdateStatus();
   });
@@ -302,6 +316,7 @@ bool CyMainWindow::Save() {
   }
   try {
     tab->getDocument().Save();
+    tab->NoteSaved();
   } catch (const std::exception& e) {
     QMessageBox::warning(this, tr("Save"), QString::fromStdString(e.what()));
     return false;
@@ -315,6 +330,7 @@ bool CyMainWindow::SaveAs(const QString& Path) {
   if (!tab) return false;
   try {
     tab->getDocument().SaveAs(QFileInfo(Path).absoluteFilePath().toStdString());
+    tab->NoteSaved();
   } catch (const std::exception& e) {
     QMessageBox::warning(this, tr("Save As"), QString::fromStdString(e.what()));
     return false;

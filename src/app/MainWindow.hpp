@@ -61,6 +61,8 @@ class CyMainWindow : public QMainWindow {
   // Decides what happens to a modified tab being closed: Save, Discard or Cancel.
   enum class TyCloseAnswer { caSave, caDiscard, caCancel };
   std::function<TyCloseAnswer(CyEditorTab*)> AskToSave;
+  // Decides whether a tab whose file changed on disk loads it again (true).
+  std::function<bool(CyEditorTab*)> AskToReload;
 
  protected:
   void closeEvent(QCloseEvent* Event) override;

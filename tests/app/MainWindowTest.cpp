@@ -233,6 +233,28 @@ class MainWindowTest : public QObject {
     QVERIFY_THROWS_EXCEPTION(std::exception, dialog.getFormat());
   }
 
+  // A change by another program asks to reload and shows the new text; our own save does not.
+  void ReloadAfterChangeOnDisk() {
+    CyMainWindow window;
+    int asked = 0;
+    window.AskToReload = [&](CyEditorTab*) {
+      ++asked;
+      return true;
+    };
+    const QString path = Write("disk.xml", "<a/>\n");
+    CyEditorTab* tab = window.OpenFile(path);
+    QVERIFY(tab);
+    QTest::keyClicks(tab->getView(), QStringLiteral("x"));
+    QVERIFY(window.Save());
+    QTest::qWait(300);
+    QCOMPARE(asked, 0);
+    QTest::qWait(1100);  // a new modification time even on coarse file systems
+    Write("disk.xml", "<b>changed</b>\n");
+    QTRY_COMPARE_WITH_TIMEOUT(asked, 1, 5000);
+    QCOMPARE(Text(tab), QStringLiteral("<b>changed</b>\n"));
+    QVERIFY(!tab->getDocument().getModified());
+  }
+
   // Closing a modified tab asks: cancel keeps it, discard closes it and leaves the file, save
   // writes it first.
   void CloseAsksAboutUnsavedChanges() {
