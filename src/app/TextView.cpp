@@ -212,6 +212,21 @@ const TyFoldRange* CyTextView::FoldRangeAt(int64_t Line) const {
   return it != ranges.end() && it->FirstLine == Line ? &*it : nullptr;
 }
 
+void CyTextView::UpdateMatchingTags() {
+  const TyTextPosition caret = Document_.getSelection().Caret;
+  if (MatchGeneration_ == Document_.getGeneration() && MatchCaret_ == caret) return;
+  MatchGeneration_ = Document_.getGeneration();
+  MatchCaret_ = caret;
+  MatchingTags_.clear();
+  TyTagName tag, match;
+  // A bounded walk: a pair further apart than this is not looked for while painting.
+  if (!FindTagNameAt(Document_, caret, tag) || !FindMatchingTag(Document_, tag, match, 2000))
+    return;
+  for (const TyTagName* t : {&tag, &match})
+    MatchingTags_.push_back(
+        {t->Start, {t->Start.Line, t->Start.Linepos + static_cast<int64_t>(t->Name.size())}});
+}
+
 void CyTextView::paintEvent(QPaintEvent* /*Event*/) {
   QPainter painter(viewport());
   const int width = viewport()->width();
@@ -222,6 +237,7 @@ void CyTextView::paintEvent(QPaintEvent* /*Event*/) {
   const int64_t firstColumn = horizontalScrollBar()->value();
   const int64_t lastColumn =
       firstColumn + static_cast<int64_t>((width - getTextLeft()) / CharWidth_) + 2;
+  UpdateMatchingTags();
   const int64_t visibleCount = Folding_.getVisibleLineCount();
   const int64_t top = verticalScrollBar()->value() + 1;
   const int rows = height / LineHeight_ + 1;
@@ -254,6 +270,12 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
   auto columnOf = [&](int64_t linepos) { return ColumnOfLinepos(text, linepos, TabWidth_); };
   if (Line == selection.Caret.Line)
     Painter.fillRect(getGutterWidth(), Y, width, LineHeight_, Theme_.CurrentLine);
+  // The tag pair at the caret.
+  for (const TyTextRange& tag : MatchingTags_) {
+    if (tag.Start.Line != Line) continue;
+    const int x0 = xOf(columnOf(tag.Start.Linepos));
+    Painter.fillRect(x0, Y, xOf(columnOf(tag.End.Linepos)) - x0, LineHeight_, Theme_.MatchingTag);
+  }
   // Occurrences of the highlighted text.
   if (!Highlight_.isEmpty() && text.size() < 1'000'000) {
     const QString line = QString::fromRawData(reinterpret_cast<const QChar*>(text.data()),

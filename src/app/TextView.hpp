@@ -116,6 +116,8 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   void PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t FirstColumn, int64_t LastColumn);
   void PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width);
   const TyFoldRange* FoldRangeAt(int64_t Line) const;
+  // The tag names of the pair at the caret (none, or both names), kept per caret and text.
+  void UpdateMatchingTags();
 
   TxMarkupDocument& Document_;
   CyEditorFolding Folding_;
@@ -137,6 +139,9 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   QString Chunk_;
   std::vector<TyTextRange> ErrorRanges_;
   QString Highlight_;
+  std::vector<TyTextRange> MatchingTags_;
+  uint64_t MatchGeneration_ = UINT64_MAX;
+  TyTextPosition MatchCaret_{0, 0};
   bool HighlightCaseSensitive_ = false;
   QTimer FoldTimer_;
   // Mouse: selecting by drag; a triple click selects the line.

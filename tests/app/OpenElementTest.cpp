@@ -68,6 +68,40 @@ class OpenElementTest : public QObject {
     QCOMPARE(Q(FindOpenElementName(document, {line, linepos})), expected);
   }
 
+  // Every tag name finds its partner, checked against a stack walk over the same text made
+  // by hand: start tags push, end tags pop and pair, empty tags pair with nothing.
+  void MatchingTagsPairUp() {
+    const std::u16string text =
+        u"<r>\n  <a x='<b>'>\n    <b/><c>t</c>\n    <!-- <a> -->\n  </a>\n  <d\n    y='1'>"
+        u"<e/></d>\n</r>";
+    TxMarkupDocument document;
+    document.LoadFromText(text, "t.xml");
+    struct TyExpected {
+      TyTextPosition Name;
+      bool Has;
+      TyTextPosition Match;
+    };
+    const TyExpected cases[] = {
+        {{1, 2}, true, {8, 3}},   {{8, 3}, true, {1, 2}},  {{2, 4}, true, {5, 5}},
+        {{5, 5}, true, {2, 4}},   {{3, 6}, false, {0, 0}}, {{3, 10}, true, {3, 15}},
+        {{3, 15}, true, {3, 10}}, {{6, 4}, true, {7, 17}}, {{7, 17}, true, {6, 4}},
+        {{7, 12}, false, {0, 0}},
+    };
+    for (const TyExpected& c : cases) {
+      TyTagName tag, match;
+      QVERIFY2(FindTagNameAt(document, c.Name, tag),
+               qPrintable(QStringLiteral("no tag at %1:%2").arg(c.Name.Line).arg(c.Name.Linepos)));
+      QCOMPARE(FindMatchingTag(document, tag, match), c.Has);
+      if (c.Has) {
+        QCOMPARE(match.Start, c.Match);
+        QCOMPARE(Q(match.Name), Q(tag.Name));
+      }
+    }
+    TyTagName none;
+    QVERIFY(!FindTagNameAt(document, {4, 11}, none));  // inside a comment
+    QVERIFY(!FindTagNameAt(document, {2, 12}, none));  // inside an attribute value
+  }
+
   // Typing "</" closes the open element; in plain text nothing is added.
   void TypingSlashAfterLessThanClosesTag() {
     for (const bool xml : {true, false}) {
