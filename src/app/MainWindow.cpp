@@ -208,6 +208,14 @@ void CyMainWindow::CreateMenus() {
   view->addAction(tr("Fold to &Level 2"), this, [this] {
     if (CyEditorTab* tab = getCurrentTab()) tab->getView()->FoldToLevel(2);
   });
+  view->addAction(tr("Toggle &Bookmark"), QKeySequence(tr("Ctrl+F2")), this,
+                  onView(&CyTextView::ToggleBookmark));
+  view->addAction(tr("&Next Bookmark"), QKeySequence(tr("F2")), this, [this] {
+    if (CyEditorTab* tab = getCurrentTab()) tab->getView()->GoToBookmark(true);
+  });
+  view->addAction(tr("&Previous Bookmark"), QKeySequence(tr("Shift+F2")), this, [this] {
+    if (CyEditorTab* tab = getCurrentTab()) tab->getView()->GoToBookmark(false);
+  });
   QAction* dark = view->addAction(tr("&Dark Scheme"));
   dark->setCheckable(true);
   connect(dark, &QAction::toggled, this, &CyMainWindow::setDark);

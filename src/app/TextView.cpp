@@ -13,6 +13,7 @@
 
 #include "app/Columns.hpp"
 #include "app/OpenElement.hpp"
+#include "editor/Bookmarks.hpp"
 
 namespace xylem {
 
@@ -381,6 +382,15 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
   Painter.setFont(Font_);
   Painter.setPen(Line == Document_.getSelection().Caret.Line ? Theme_.Foreground
                                                              : Theme_.GutterForeground);
+  if (CyBookmarks::IsSet(Document_, Line)) {
+    // A bookmark: a rounded mark behind the line number.
+    Painter.setPen(Qt::NoPen);
+    Painter.setBrush(Theme_.Selection);
+    Painter.drawRoundedRect(QRectF(1, Y + 1, Width - foldWidth - 2, LineHeight_ - 2), 3, 3);
+    Painter.setBrush(Qt::NoBrush);
+    Painter.setPen(Line == Document_.getSelection().Caret.Line ? Theme_.Foreground
+                                                               : Theme_.GutterForeground);
+  }
   Painter.drawText(QRect(0, Y, Width - foldWidth - 2, LineHeight_),
                    Qt::AlignRight | Qt::AlignVCenter, QString::number(Line));
   if (!FoldRangeAt(Line)) return;
@@ -506,6 +516,18 @@ void CyTextView::UnfoldAll() {
   viewport()->update();
 }
 
+void CyTextView::ToggleBookmark() {
+  CyBookmarks::Toggle(Document_, Document_.getSelection().Caret.Line);
+  viewport()->update();
+}
+
+void CyTextView::GoToBookmark(bool Forward) {
+  const int64_t line = Document_.getSelection().Caret.Line;
+  const int64_t to =
+      Forward ? CyBookmarks::Next(Document_, line) : CyBookmarks::Previous(Document_, line);
+  if (to > 0) setSelection(TySelection::At({to, 1}));
+}
+
 void CyTextView::FoldToLevel(int Level) {
   Folding_.Update();
   Folding_.ExpandAll();
@@ -617,6 +639,9 @@ void CyTextView::keyPressEvent(QKeyEvent* Event) {
   if (Event == QKeySequence::Redo || (ctrl && Event->key() == Qt::Key_Y && !shift)) return Redo();
 
   switch (Event->key()) {
+    case Qt::Key_F2:
+      if (ctrl) return ToggleBookmark();
+      return GoToBookmark(!shift);
     case Qt::Key_Left:
       if (!shift && !selection.isEmpty() && !ctrl)
         return MoveCaret(selection.getRange().Start, false);

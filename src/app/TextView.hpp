@@ -67,6 +67,9 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   void UnfoldAll();
   // Collapses every range nested Level deep or deeper (1: the outermost) and expands the rest.
   void FoldToLevel(int Level);
+  // Bookmarks on the caret's line (Ctrl+F2) and jumps to the next and previous (F2, Shift+F2).
+  void ToggleBookmark();
+  void GoToBookmark(bool Forward);
   // Toggles the fold range that starts on Line; false when none starts there.
   bool ToggleFold(int64_t Line);
 

@@ -329,6 +329,33 @@ class TextViewTest : public QObject {
     }
   }
 
+  // Bookmarks set with Ctrl+F2 follow their lines as lines are inserted above them, and F2
+  // and Shift+F2 visit them in order, wrapping; the gutter shows them.
+  void BookmarksFollowLinesAndCycle() {
+    TyFixture f(u"a\r\nb\r\nc\r\nd\r\ne");
+    const QRect gutterRow3(0, 2 * f.View.getLineHeight(),
+                           f.View.getGutterWidth() - f.View.getLineHeight(),
+                           f.View.getLineHeight());
+    const QColor mark = f.View.getTheme().Selection;
+    QCOMPARE(CountNear(f.Grab(), gutterRow3, mark, 4), 0);
+    for (const int64_t line : {2, 4}) {
+      f.View.setSelection(TySelection::At({line, 1}));
+      QTest::keyClick(&f.View, Qt::Key_F2, Qt::ControlModifier);
+    }
+    f.View.setSelection(TySelection::At({1, 1}));
+    QTest::keyClick(&f.View, Qt::Key_Return);  // every line moves down by one
+    QTest::keyClick(&f.View, Qt::Key_Up);
+    std::vector<int64_t> visited;
+    for (int i = 0; i < 3; ++i) {
+      QTest::keyClick(&f.View, Qt::Key_F2);
+      visited.push_back(f.Document.getSelection().Caret.Line);
+    }
+    QCOMPARE(visited, (std::vector<int64_t>{3, 5, 3}));
+    QTest::keyClick(&f.View, Qt::Key_F2, Qt::ShiftModifier);
+    QCOMPARE(f.Document.getSelection().Caret.Line, 5);
+    QVERIFY(CountNear(f.Grab(), gutterRow3, mark, 4) > 20);
+  }
+
   // A long line scrolls sideways to keep the caret on screen.
   void LongLineScrollsSideways() {
     std::u16string line(20000, u'x');
