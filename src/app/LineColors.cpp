@@ -13,7 +13,29 @@ CyLineColors::CyLineColors(const TxMarkupDocument& Document, bool Dark)
 
 CyLineColors::~CyLineColors() = default;
 
-void CyLineColors::Invalidate() { Xml_.reset(); }
+void CyLineColors::Invalidate() {
+  Xml_.reset();
+  LongID_ = -1;
+}
+
+const std::vector<TyColorRun>& CyLineColors::RunsOf(int64_t Line,
+                                                    std::vector<TyColorRun>& Scratch) {
+  if (Line < 1 || Line > Document_.getLineCount() || Document_.getLine(Line).size() <= kLongLine) {
+    ColorLine(Line, Scratch);
+    return Scratch;
+  }
+  const TxItem* item = Document_.getTextList().getItems(Line);
+  const int kind = static_cast<int>(Document_.getKind()) * 2 + (Dark_ ? 1 : 0);
+  if (LongID_ != item->UniqueID || LongStackG_ != item->StackG || LongStackS_ != item->StackS ||
+      LongKind_ != kind) {
+    ColorLine(Line, LongRuns_);
+    LongID_ = item->UniqueID;
+    LongStackG_ = item->StackG;
+    LongStackS_ = item->StackS;
+    LongKind_ = kind;
+  }
+  return LongRuns_;
+}
 
 void CyLineColors::setDark(bool Dark) {
   if (Dark == Dark_) return;
@@ -21,7 +43,7 @@ void CyLineColors::setDark(bool Dark) {
   XmlScheme_ = Dark ? CyXMLColoring::DefaultDark() : CyXMLColoring::DefaultLight();
   XPathScheme_ = Dark ? CyXPathColoring::DefaultDark() : CyXPathColoring::DefaultLight();
   JsonScheme_ = Dark ? CyJSONColoring::DefaultDark() : CyJSONColoring::DefaultLight();
-  Xml_.reset();
+  Invalidate();
 }
 
 void CyLineColors::Prepare() {

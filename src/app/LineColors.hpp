@@ -46,6 +46,11 @@ class CyLineColors {
   // overlapping; characters outside every run have the view's default colours. Linear in the
   // line's length (plus, in XSLT, the XPath values that start on it).
   void ColorLine(int64_t Line, std::vector<TyColorRun>& Runs);
+  // The runs of Line as ColorLine gives them: for a line longer than kLongLine characters the
+  // runs kept from the last call for the same text and start state (scrolling sideways along
+  // a very long line colours it once), otherwise Scratch filled by ColorLine.
+  const std::vector<TyColorRun>& RunsOf(int64_t Line, std::vector<TyColorRun>& Scratch);
+  static constexpr size_t kLongLine = 100000;
 
   const CyXMLColoring& getXMLScheme() const { return XmlScheme_; }
   const CyJSONColoring& getJSONScheme() const { return JsonScheme_; }
@@ -61,6 +66,12 @@ class CyLineColors {
   std::unique_ptr<CyXMLLineColoring> Xml_;
   const TxTextItems* XmlItems_ = nullptr;
   int XmlKind_ = -1;
+  // The last long line coloured: its identity, start state and runs.
+  std::vector<TyColorRun> LongRuns_;
+  int64_t LongID_ = -1;
+  int64_t LongStackG_ = 0;
+  int64_t LongStackS_ = 0;
+  int LongKind_ = -1;
 };
 
 }  // namespace xylem

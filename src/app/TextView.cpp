@@ -213,6 +213,15 @@ const TyFoldRange* CyTextView::FoldRangeAt(int64_t Line) const {
   return it != ranges.end() && it->FirstLine == Line ? &*it : nullptr;
 }
 
+bool CyTextView::HasTab(int64_t Line, std::u16string_view Text) {
+  const int64_t id = Document_.getTextList().getItems(Line)->UniqueID;
+  if (id != TabCheckedID_) {
+    TabCheckedID_ = id;
+    TabCheckedHasTab_ = Text.find(u'\t') != std::u16string_view::npos;
+  }
+  return TabCheckedHasTab_;
+}
+
 void CyTextView::UpdateMatchingTags() {
   const TyTextPosition caret = Document_.getSelection().Caret;
   if (MatchGeneration_ == Document_.getGeneration() && MatchCaret_ == caret) return;
@@ -300,23 +309,33 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
     Painter.fillRect(x0, Y, std::max(0, xOf(to) - x0), LineHeight_, Theme_.Selection);
   }
   // Text in runs of one colour; only the columns on screen are drawn.
-  Colors_.ColorLine(Line, Runs_);
+  const std::vector<TyColorRun>& runs = Colors_.RunsOf(Line, Runs_);
   size_t run = 0;
   int64_t column = 0;
+  size_t i = 0;
+  // A long line without tabs starts at the first column on screen (columns are indices).
+  if (text.size() > CyLineColors::kLongLine && FirstColumn > 0 && !HasTab(Line, text)) {
+    i = static_cast<size_t>(std::min<int64_t>(FirstColumn, static_cast<int64_t>(text.size())));
+    column = static_cast<int64_t>(i);
+    run = static_cast<size_t>(std::partition_point(runs.begin(), runs.end(),
+                                                   [&](const TyColorRun& r) {
+                                                     return r.Linepos + r.Count <=
+                                                            static_cast<int64_t>(i) + 1;
+                                                   }) -
+                              runs.begin());
+  }
   const int baseline = Y + Ascent_;
   QString& chunk = Chunk_;
   int penStyle = -1;
   uint32_t penColor = kNoColor - 1;  // neither a colour nor "none": the first run sets it
-  size_t i = 0;
   while (i < text.size() && column < LastColumn) {
-    while (run < Runs_.size() &&
-           Runs_[run].Linepos + Runs_[run].Count <= static_cast<int64_t>(i) + 1)
+    while (run < runs.size() && runs[run].Linepos + runs[run].Count <= static_cast<int64_t>(i) + 1)
       ++run;
-    const bool inRun = run < Runs_.size() && Runs_[run].Linepos <= static_cast<int64_t>(i) + 1;
-    const size_t end = inRun ? static_cast<size_t>(Runs_[run].Linepos + Runs_[run].Count - 1)
-                       : run < Runs_.size() ? static_cast<size_t>(Runs_[run].Linepos - 1)
-                                            : text.size();
-    const TyColorItem item = inRun ? Runs_[run].Item : TyColorItem{};
+    const bool inRun = run < runs.size() && runs[run].Linepos <= static_cast<int64_t>(i) + 1;
+    const size_t end = inRun ? static_cast<size_t>(runs[run].Linepos + runs[run].Count - 1)
+                       : run < runs.size() ? static_cast<size_t>(runs[run].Linepos - 1)
+                                           : text.size();
+    const TyColorItem item = inRun ? runs[run].Item : TyColorItem{};
     chunk.clear();
     int64_t chunkColumn = -1;
     for (; i < std::min(end, text.size()) && column < LastColumn; ++i) {

@@ -121,6 +121,8 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   const TyFoldRange* FoldRangeAt(int64_t Line) const;
   // The tag names of the pair at the caret (none, or both names), kept per caret and text.
   void UpdateMatchingTags();
+  // Whether the long line Line holds a tab, kept for the line's last text checked.
+  bool HasTab(int64_t Line, std::u16string_view Text);
 
   TxMarkupDocument& Document_;
   CyEditorFolding Folding_;
@@ -143,6 +145,8 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   std::vector<TyTextRange> ErrorRanges_;
   QString Highlight_;
   std::vector<TyTextRange> MatchingTags_;
+  int64_t TabCheckedID_ = -1;
+  bool TabCheckedHasTab_ = false;
   uint64_t MatchGeneration_ = UINT64_MAX;
   TyTextPosition MatchCaret_{0, 0};
   bool HighlightCaseSensitive_ = false;

@@ -356,6 +356,32 @@ class TextViewTest : public QObject {
     QVERIFY(CountNear(f.Grab(), gutterRow3, mark, 4) > 20);
   }
 
+  // Scrolled to its end, a very long line (coloured once and kept) paints the same pixels as
+  // the same tail on a short line; an edit of the long line is painted too.
+  void LongLineTailPaintsLikeShortLine() {
+    const std::u16string tail = u"<b k=\"v\">tail &amp; more</b><!-- c -->";
+    std::u16string head = u"<a>";
+    head.append(200000, u'x');
+    // Room behind the tail lets it scroll to the left edge.
+    const std::u16string rest = u"</a>" + std::u16string(300, u' ') + u"\r\n";
+    TyFixture big(head + tail + rest);
+    TyFixture small(tail + rest);
+    for (TyFixture* f : {&big, &small}) f->View.setSelection(TySelection::At({2, 1}));
+    big.View.horizontalScrollBar()->setValue(static_cast<int>(head.size()));
+    QCOMPARE(big.View.horizontalScrollBar()->value(), static_cast<int>(head.size()));
+    const int lh = big.View.getLineHeight();
+    const QRect row(big.View.getGutterWidth(), 0,
+                    static_cast<int>(tail.size() * big.View.getCharWidth()), lh);
+    QCOMPARE(big.Grab().copy(row), small.Grab().copy(row));
+    // Typing at the start of the long line shifts the tail by one column.
+    big.View.setSelection(TySelection::At({1, 4}));
+    big.View.horizontalScrollBar()->setValue(static_cast<int>(head.size()) + 1);
+    QTest::keyClicks(&big.View, QStringLiteral("y"));
+    big.View.setSelection(TySelection::At({2, 1}));
+    big.View.horizontalScrollBar()->setValue(static_cast<int>(head.size()) + 1);
+    QCOMPARE(big.Grab().copy(row), small.Grab().copy(row));
+  }
+
   // A long line scrolls sideways to keep the caret on screen.
   void LongLineScrollsSideways() {
     std::u16string line(20000, u'x');
