@@ -162,6 +162,10 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
   CreateMenus();
   resize(1000, 700);
   resizeDocks({ErrorDock_}, {140}, Qt::Vertical);
+  // The view settings chosen last time (the menu actions store them).
+  const QSettings settings;
+  TabWidth_ = std::clamp(settings.value("view/tabWidth", 4).toInt(), 1, 16);
+  if (settings.value("view/dark", false).toBool()) DarkAction_->setChecked(true);
 }
 
 CyMainWindow::~CyMainWindow() = default;
@@ -218,12 +222,18 @@ void CyMainWindow::CreateMenus() {
   });
   QAction* dark = view->addAction(tr("&Dark Scheme"));
   dark->setCheckable(true);
-  connect(dark, &QAction::toggled, this, &CyMainWindow::setDark);
+  DarkAction_ = dark;
+  connect(dark, &QAction::toggled, this, [this](bool Dark) {
+    setDark(Dark);
+    QSettings().setValue("view/dark", Dark);
+  });
   view->addAction(tr("&Tab Width..."), this, [this] {
     bool ok = false;
     const int width = QInputDialog::getInt(this, tr("Tab Width"), tr("Columns per tab:"), TabWidth_,
                                            1, 16, 1, &ok);
-    if (ok) setTabWidth(width);
+    if (!ok) return;
+    setTabWidth(width);
+    QSettings().setValue("view/tabWidth", width);
   });
   view->addAction(ErrorDock_->toggleViewAction());
   view->addAction(XPathDock_->toggleViewAction());

@@ -11,6 +11,7 @@
 #include <QMainWindow>
 #include <functional>
 
+class QAction;
 class QComboBox;
 class QDockWidget;
 class QLabel;
@@ -96,6 +97,7 @@ class CyMainWindow : public QMainWindow {
   QLabel* Newline_;
   QLabel* Kind_;
   QMenu* RecentMenu_ = nullptr;
+  QAction* DarkAction_ = nullptr;
   bool Dark_ = false;
   int TabWidth_ = 4;
 };
