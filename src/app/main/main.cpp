@@ -82,6 +82,9 @@ int main(int argc, char** argv) {
   // Laid out first, so that scrolling to the caret knows the view's size.
   window.show();
   QApplication::processEvents();
+  // The docks take a quarter of the window, enough for a few rows.
+  window.resizeDocks({window.getErrorDock(), window.getXPathDock()},
+                     {window.height() / 4, window.height() / 4}, Qt::Vertical);
   if (parser.isSet(foldAll)) window.getCurrentTab()->getView()->FoldAll();
   if (parser.isSet(foldLevel))
     window.getCurrentTab()->getView()->FoldToLevel(std::max(1, parser.value(foldLevel).toInt()));
