@@ -12,7 +12,8 @@ packages=(g++ cmake ninja-build ccache pkg-config libpcre2-dev libcli11-dev nloh
           libxerces2-java jing)
 case "${1:-release}" in
   bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
-  test) packages+=(libxml2-utils clang-format) ;;
+  test) packages+=(libxml2-utils clang-format qt6-base-dev xvfb xauth xdotool) ;;
+  release) packages+=(qt6-base-dev) ;;
 esac
 
 missing=()
