@@ -1,12 +1,12 @@
 #include "cli/InputFile.hpp"
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
-#include <iostream>
-#include <iterator>
-#include <sstream>
 
 #include "common/Exception.hpp"
+#include "common/InputBytes.hpp"
 
 namespace xylem::cli {
 
@@ -23,23 +23,38 @@ const char* NewlineName(std::u16string_view Newline) {
   return "LF";
 }
 
-std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path) {
+std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path,
+                                           std::optional<CyDecodeException>* Refused) {
   auto input = std::make_unique<TyInputFile>();
   input->Path = Path;
   input->DisplayName = Path == "-" ? "<stdin>" : Path;
   input->List.setOnCreateUniqueID(CreateProcessUniqueIDs);
   const auto start = std::chrono::steady_clock::now();
+  // Mode 1: refuse what does not decode rather than count replacements.
+  CyUTF8ToCharErrorHandler refuse(1);
+  TyTextFileLoadOptions options;
+  options.ErrorHandler = &refuse;
   try {
     if (Path == "-") {
-      std::ostringstream bytes;
-      bytes << std::cin.rdbuf();
-      input->Format = LoadTextBytes(bytes.str(), "", input->List);
+      const CyInputBytes bytes = CyInputBytes::FromDescriptor(STDIN_FILENO, "standard input");
+      input->Format = LoadTextBytes(
+          std::string_view(reinterpret_cast<const char*>(bytes.getData()), bytes.getSize()), "",
+          input->List, options);
     } else {
-      input->Format = LoadTextFile(Path, input->List);
+      input->Format = LoadTextFile(Path, input->List, options);
     }
-  } catch (const CyException& error) {
+  } catch (const CyDecodeException& error) {
+    if (Refused) {
+      Refused->emplace(error);
+      return nullptr;
+    }
     std::fprintf(stderr, "xylem: %s: %s\n", input->DisplayName.c_str(),
                  OneLine(error.what()).c_str());
+    return nullptr;
+  } catch (const CyException& error) {
+    std::string message = OneLine(error.what());
+    if (error.getCode() == kErrorStreamLimit) message += " Raise it with --max-stream-bytes.";
+    std::fprintf(stderr, "xylem: %s: %s\n", input->DisplayName.c_str(), message.c_str());
     return nullptr;
   }
   input->LoadSeconds =

@@ -20,7 +20,9 @@ class CyJSONMemory {
   // UTF-8 mark is dropped). Ill-formed UTF-8 or a truncated UTF-16 unit raise JSONException with
   // the position of the first bad byte. Linear; no allocation beyond the text.
   static CyJSONMemory FromBytes(const void* Bytes, size_t Count);
-  // Reads and decodes a whole file as FromBytes does; raises CyException when it cannot be read.
+  // Reads and decodes a whole file as FromBytes does (a regular file mapped, a named pipe read
+  // up to CySettings::MaxStreamBytes); raises CyException when it cannot be read, is another
+  // kind of special file, or shrinks while it is read.
   static CyJSONMemory FromFile(const std::string& Path);
   // Reads the stream to its end and decodes it as FromBytes does.
   static CyJSONMemory FromStream(std::istream& Stream);

@@ -4,15 +4,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "common/Exception.hpp"
+#include "common/InputBytes.hpp"
 #include "common/Progress.hpp"
 #include "common/Settings.hpp"
+#include "common/Tasks.hpp"
 #include "common/Utf.hpp"
 #include "text/TextListLoader.hpp"
 
@@ -20,9 +25,13 @@ namespace xylem {
 
 namespace {
 
+// A piece held bytes that are not UTF-8; the caller finds the first for the message.
+struct TyNotUTF8 {};
+
 // Decodes [Data, Data + Size) except a last UTF-8 sequence that is cut short (all of it when
 // AtEnd), so that no piece splits a character and so no surrogate pair. Returns the bytes
-// consumed; Written gets the units written to Target (room for Size units).
+// consumed; Written gets the units written to Target (room for Size units). Throws TyNotUTF8
+// for an invalid sequence or a NUL.
 size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Target,
                    int64_t& Written) {
   size_t end = Size;
@@ -35,7 +44,7 @@ size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Targe
     if (lead > 0 && lead + length > Size) end = lead;
   }
   const TyUTF8DecodeResult decoded = DecodeUTF8(Data, Data + end, Target);
-  if (decoded.NulFound) ThrowBinaryFile();
+  if (decoded.NulFound || decoded.ErrorCount) throw TyNotUTF8{};
   Written = static_cast<int64_t>(decoded.Written);
   return end;
 }
@@ -56,6 +65,74 @@ class TyUTF8Encoder {
 
 }  // namespace
 
+void CheckUTF8(const uint8_t* Data, size_t Size) {
+  // One piece per task, each decoded in stretches into a scratch buffer of its own.
+  constexpr size_t kStretch = size_t{1} << 20;
+  const int pieces = Size < 4 * kStretch ? 1 : CyTasks::PieceCount();
+  struct TyPiece {
+    size_t Begin = 0, End = 0;
+    size_t FirstNul = SIZE_MAX, FirstError = SIZE_MAX;
+    bool Vanished = false;
+  };
+  std::vector<TyPiece> parts(static_cast<size_t>(pieces));
+  for (int k = 0; k < pieces; ++k) {
+    parts[static_cast<size_t>(k)].Begin =
+        Size / static_cast<size_t>(pieces) * static_cast<size_t>(k);
+    parts[static_cast<size_t>(k)].End =
+        k + 1 == pieces ? Size : Size / static_cast<size_t>(pieces) * static_cast<size_t>(k + 1);
+  }
+  CyTasks::RunAll(pieces, [&](int k) {
+    TyPiece& part = parts[static_cast<size_t>(k)];
+    std::unique_ptr<char16_t[]> scratch = std::make_unique_for_overwrite<char16_t[]>(kStretch + 4);
+    char16_t* const out = scratch.get();
+    if (!ReadMapped([&] {
+          size_t at = part.Begin;
+          // A piece starts at a character's first byte (the one before it owns the rest).
+          while (at < part.End && at > 0 && (Data[at] & 0xC0) == 0x80) ++at;
+          while (at < part.End) {
+            size_t stop = std::min(part.End, at + kStretch);
+            // A character that starts in the stretch ends in it (it may run past the piece).
+            while (stop < Size && (Data[stop] & 0xC0) == 0x80 && stop - at < kStretch + 3) ++stop;
+            const TyUTF8DecodeResult result = DecodeUTF8(Data + at, Data + stop, out);
+            if (result.ErrorCount && part.FirstError == SIZE_MAX)
+              part.FirstError = at + result.FirstError;
+            if (result.NulFound) {
+              part.FirstNul = at + static_cast<size_t>(static_cast<const uint8_t*>(
+                                                           std::memchr(Data + at, 0, stop - at)) -
+                                                       (Data + at));
+              return;
+            }
+            at = stop;
+          }
+        }))
+      part.Vanished = true;
+  });
+  size_t nul = SIZE_MAX, error = SIZE_MAX;
+  for (const TyPiece& part : parts) {
+    if (part.Vanished)
+      throw CyException("The file changed while it was being read; nothing was written.", 23);
+    nul = std::min(nul, part.FirstNul);
+    error = std::min(error, part.FirstError);
+  }
+  if (nul == SIZE_MAX && error == SIZE_MAX) return;
+  // As the loader does: a NUL anywhere makes a binary file.
+  const size_t bad = nul != SIZE_MAX ? nul : error;
+  TyTextPosition position;
+  uint8_t byte = 0;
+  if (!ReadMapped([&] {
+        position = PositionOfUTF8Byte(Data, bad);
+        byte = Data[bad];
+      }))
+    throw CyException("The file changed while it was being read; nothing was written.", 23);
+  if (nul != SIZE_MAX) ThrowBinaryFile(position, static_cast<int64_t>(bad));
+  ThrowUndecodable(position, static_cast<int64_t>(bad), byte, "UTF-8");
+}
+
+void CheckUTF8File(const std::string& Path) {
+  const CyInputBytes input = CyInputBytes::FromPath(Path);
+  CheckUTF8(input.getData(), input.getSize());
+}
+
 int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
                        const TyUTF8Sink& Write, int64_t PieceSize) {
   size_t consumed = 0;
@@ -73,8 +150,13 @@ int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
   };
   TyUTF8Encoder encoder(Write);
   int64_t count = 0;
-  // Four bytes at least, so that every piece holds a whole character.
-  Replacer.ReplaceAllStreamed(source, std::ref(encoder), count, std::max<int64_t>(4, PieceSize));
+  try {
+    // Four bytes at least, so that every piece holds a whole character.
+    Replacer.ReplaceAllStreamed(source, std::ref(encoder), count, std::max<int64_t>(4, PieceSize));
+  } catch (const TyNotUTF8&) {
+    CheckUTF8(Data, Size);  // raises with the first bad byte's position
+    throw CyShouldNeverHappenException("ReplaceAllUTF8: a piece was not UTF-8, the whole is");
+  }
   return count;
 }
 
@@ -114,8 +196,13 @@ int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer, const 
   };
   TyUTF8Encoder encoder(Write);
   int64_t count = 0;
-  // Four bytes at least, so that every piece holds a whole character.
-  Replacer.ReplaceAllStreamed(source, std::ref(encoder), count, std::max<int64_t>(4, PieceSize));
+  try {
+    // Four bytes at least, so that every piece holds a whole character.
+    Replacer.ReplaceAllStreamed(source, std::ref(encoder), count, std::max<int64_t>(4, PieceSize));
+  } catch (const TyNotUTF8&) {
+    CheckUTF8File(Path);  // raises with the first bad byte's position
+    throw CyException("The file \"" + Path + "\" changed while it was being read.", 23);
+  }
   return count;
 }
 

@@ -28,7 +28,6 @@ using TxCreateUniqueIDEvent = std::function<int64_t(int64_t Count)>;
 int64_t CreateProcessUniqueIDs(int64_t Count);
 
 // Code of the error that refuses binary content.
-inline constexpr int kErrorBinaryFile = 17;
 
 class TxTextList {
  public:
