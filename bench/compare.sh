@@ -7,7 +7,7 @@
 #
 # Usage: bench/compare.sh [--mib N] [--runs N] [--corpus DIR] [--xylem PATH]
 #   --mib N       corpus size in MiB when it has to be generated (default 256; the one-line XML
-#                 is a quarter of it)
+#                 and the DTD-heavy XML are a quarter of it)
 #   --runs N      timed runs per command after one warm-up run (default 5)
 #   --corpus DIR  corpus folder (default: $XYLEM_CORPUS, else corpus/ for 256 MiB or
 #                 corpus/<N>mib/); files already there are used as they are, missing ones are
@@ -48,11 +48,13 @@ missing=()
 [ -s "$corpus/big.xml" ] || missing+=(xml)
 [ -s "$corpus/big.oneline.xml" ] || missing+=(oneline)
 [ -s "$corpus/big.json" ] || missing+=(json)
+[ -s "$corpus/dtd.xml" ] || missing+=(dtd)
 if [ ${#missing[@]} -gt 0 ]; then
   only=$(IFS=,; echo "${missing[*]}")
   echo "Generating $only in $corpus ($mib MiB)..." >&2
+  quarter=$(awk -v m="$mib" 'BEGIN { print m / 4 }')
   "$here/make_corpus.sh" "$corpus" --xml-mib "$mib" --json-mib "$mib" \
-    --oneline-mib "$(awk -v m="$mib" 'BEGIN { print m / 4 }')" --only "$only" >&2
+    --oneline-mib "$quarter" --dtd-mib "$quarter" --only "$only" >&2
 fi
 
 # The tool: a Release build.
@@ -74,6 +76,7 @@ X=$(q "$xylem")
 xml=$(q "$corpus/big.xml")
 oneline=$(q "$corpus/big.oneline.xml")
 json=$(q "$corpus/big.json")
+dtd=$(q "$corpus/dtd.xml")
 
 # Peak resident memory of one run, in MiB; "failed" when the command did not exit with 0.
 peak() {
@@ -110,6 +113,12 @@ c_check="$X check $xml"
 group "$c_check" "xmllint --noout $xml" "xmllint --stream --noout $xml"
 row "check big.xml" "$c_check" "xmllint --noout" "xmllint --noout $xml"
 row "check big.xml" "$c_check" "xmllint --stream --noout" "xmllint --stream --noout $xml"
+
+# Thousands of entity and attribute-list declarations, entity references throughout.
+c_dtd="$X check $dtd"
+group "$c_dtd" "xmllint --noout $dtd" "xmllint --stream --noout $dtd"
+row "check dtd.xml" "$c_dtd" "xmllint --noout" "xmllint --noout $dtd"
+row "check dtd.xml" "$c_dtd" "xmllint --stream --noout" "xmllint --stream --noout $dtd"
 
 c_format="$X format $xml"
 group "$c_format" "xmllint --format $xml"
@@ -153,7 +162,7 @@ ram=$(awk '/^MemTotal:/ { printf "%.1f GiB", $2 / 1048576 }' /proc/meminfo)
 size() { awk -v b="$(stat -c %s "$1")" 'BEGIN { printf "%.0f MiB", b / 1048576 }'; }
 echo
 echo "Machine: ${cpu:-unknown CPU}, $(nproc) cores, $ram RAM; $(date -u '+%Y-%m-%d %H:%M UTC')."
-echo "Corpus: big.xml $(size "$corpus/big.xml"), big.oneline.xml $(size "$corpus/big.oneline.xml"), big.json $(size "$corpus/big.json")."
+echo "Corpus: big.xml $(size "$corpus/big.xml"), big.oneline.xml $(size "$corpus/big.oneline.xml"), dtd.xml $(size "$corpus/dtd.xml"), big.json $(size "$corpus/big.json")."
 echo "Peers: $(xmllint --version 2>&1 | head -1 | sed 's/^xmllint: //'), $(jq --version), perl $(perl -e 'print $^V'), $(sed --version | head -1), $(hyperfine --version)."
 echo "Medians of $runs runs after one warm-up; ratio = peer median / xylem median (above 1: xylem is faster)."
 echo

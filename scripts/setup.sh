@@ -8,7 +8,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(g++ cmake ninja-build pkg-config libpcre2-dev libcli11-dev nlohmann-json3-dev
+packages=(g++ cmake ninja-build ccache pkg-config libpcre2-dev libcli11-dev nlohmann-json3-dev
           libgtest-dev libgmock-dev libxml2-dev)
 case "${1:-release}" in
   bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
@@ -30,23 +30,29 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 
 jobs=$(nproc)
+# ccache, when installed, keeps objects across clones and build folders of the same sources.
+launcher=()
+if command -v ccache >/dev/null; then
+  export CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/xylem-ccache} CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
 # The suites whose code runs parallel stages or background work, run again under ThreadSanitizer.
 tsan_suites=(test_common test_text test_xml_lines test_xml_check test_xml_format test_search
              test_services)
 case "${1:-release}" in
   release)
-    cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF >/dev/null
+    cmake -S . -B build/release -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF >/dev/null
     cmake --build build/release -j "$jobs" ;;
   test)
-    cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=address \
+    cmake -S . -B build/test -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=address \
       -DXYLEM_WERROR="${XYLEM_WERROR:-OFF}" -DXYLEM_FUZZ_SECONDS="${XYLEM_FUZZ_SECONDS:-5}" >/dev/null
     cmake --build build/test -j "$jobs" ;;
   tsan)
-    cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=thread \
+    cmake -S . -B build/tsan -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=thread \
       -DXYLEM_WERROR="${XYLEM_WERROR:-OFF}" >/dev/null
     cmake --build build/tsan -j "$jobs" --target "${tsan_suites[@]}" ;;
   bench)
-    cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF \
+    cmake -S . -B build/bench -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF \
       -DXYLEM_BUILD_BENCH=ON >/dev/null
     cmake --build build/bench -j "$jobs" ;;
   fuzz)

@@ -14,7 +14,7 @@ scripts/check_format.sh
 scripts/setup.sh tsan
 export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
 for suite in build/tsan/tests/*/test_* build/tsan/tests/*/*/test_*; do
-  [ -x "$suite" ] || continue
+  [ -f "$suite" ] && [ -x "$suite" ] || continue
   echo "ThreadSanitizer: $(basename "$suite")"
   # The huge-file cases run below; here the parallel stages on ordinary inputs.
   "$suite" --gtest_brief=1 --gtest_filter='-*Large*:*Huge*'

@@ -31,7 +31,7 @@ using namespace xylem;
 void FormatFile(const std::string& path, bool Tree) {
   TxTextList list;
   const TyTextFileFormat format = LoadTextFile(path, list);
-  const TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  const TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings(CySettings());
   const int fd = ::open("/dev/null", O_WRONLY);
   CyTextFileWriter file(fd, "/dev/null", format);
   if (Tree) {

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Tasks.hpp"
+#include "common/JobContext.hpp"
 #include "support/ChildProcess.hpp"
 #include "support/Corpus.hpp"
 #include "support/PeakMemory.hpp"
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   const uint64_t peak = bench::PeakMemoryOf([] { benchmark::DoNotOptimize(CheckFile(BigXML())); });
   benchmark::AddCustomContext("peak_rss_xylem_check_MiB", std::to_string(peak >> 20));
-  benchmark::AddCustomContext("pieces", std::to_string(CyTasks::PieceCount()));
+  benchmark::AddCustomContext("pieces", std::to_string(TyJobContext().PieceCount));
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

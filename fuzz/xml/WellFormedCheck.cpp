@@ -1,13 +1,15 @@
 // Arbitrary text through the well-formedness check and the folding: no crash, the same errors
 // with 1 and 3 pieces, with and without the fast line path, and when the states are stored
 // while checking (then also the same states); errors sorted and capped, fold ranges ordered
-// and inside the document.
+// and inside the document; and the verdict libxml2's, on the inputs where libxml2 2.9 is
+// known to follow XML 1.0 (see Comparable).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include "common/Utf.hpp"
+#include "support/WellFormedTestSupport.hpp"
 #include "text/TextList.hpp"
 #include "xml/check/WellFormed.hpp"
 #include "xml/check/WellFormedPiece.hpp"
@@ -15,9 +17,13 @@
 
 namespace {
 
+const uint8_t* gData = nullptr;
+size_t gSize = 0;
+
 void Check(bool ok, int line = __builtin_LINE()) {
   if (!ok) {
-    std::fprintf(stderr, "check failed at line %d\n", line);
+    std::fprintf(stderr, "check failed at line %d on input:\n%.*s\n", line, static_cast<int>(gSize),
+                 reinterpret_cast<const char*>(gData));
     std::abort();
   }
 }
@@ -56,10 +62,48 @@ bool SamePieces(const xylem::wellformed::TyPieceResult& A,
   return true;
 }
 
+// Inputs whose verdict libxml2 2.9 gives as XML 1.0 does: valid UTF-8 without NUL or a
+// byte-order mark (the test helper loads neither as a file would), no external identifier (libxml2
+// would try to read it), no declaration of a predefined entity and no '<!DOCTYPE' without
+// the white space after it, no version other than 1.0 (libxml2 2.9 accepts these), no
+// entities beside ']]>'.
+bool Comparable(std::string_view Bytes, const std::u16string& Text) {
+  if (xylem::ToUTF8(Text) != Bytes || Bytes.find('\0') != std::string_view::npos) return false;
+  for (std::string_view bad : {"SYSTEM", "PUBLIC", "\xEF\xBB\xBF"})
+    if (Bytes.find(bad) != std::string_view::npos) return false;
+  // libxml2 2.9 judges an entity's text as content only if its first reference is in content
+  // (']]>' in it passes when it is first referenced in an attribute value).
+  if (Bytes.find("<!ENTITY") != std::string_view::npos &&
+      Bytes.find("]]>") != std::string_view::npos)
+    return false;
+  // libxml2 2.9 takes "1." and other malformed versions.
+  if (Bytes.find("version") != std::string_view::npos &&
+      Bytes.find("version=\"1.0\"") == std::string_view::npos &&
+      Bytes.find("version='1.0'") == std::string_view::npos)
+    return false;
+  for (size_t at = Bytes.find("<!DOCTYPE"); at != std::string_view::npos;
+       at = Bytes.find("<!DOCTYPE", at + 1)) {
+    const char next = at + 9 < Bytes.size() ? Bytes[at + 9] : ' ';
+    if (next != ' ' && next != '\t' && next != '\n') return false;
+  }
+  for (size_t at = Bytes.find("ENTITY"); at != std::string_view::npos;
+       at = Bytes.find("ENTITY", at + 1)) {
+    size_t name = at + 6;
+    while (name < Bytes.size() &&
+           (Bytes[name] == ' ' || Bytes[name] == '\t' || Bytes[name] == '\n'))
+      ++name;
+    for (std::string_view predefined : {"lt", "gt", "amp", "quot", "apos"})
+      if (Bytes.substr(name, predefined.size()) == predefined) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace xylem;
+  gData = data;
+  gSize = size;
   std::u16string text(size + 1, u'\0');
   text.resize(DecodeUTF8(data, data + size, text.data()).Written);
   TxTextList list;
@@ -72,6 +116,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Check(one->getCount() <= CyXMLWellFormed::kMaxErrors);
   for (int32_t i = 1; i < one->getCount(); ++i)
     Check(one->getXMLErr(i - 1)->CompareToObject(*one->getXMLErr(i)) <= 0);
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  if (Comparable(bytes, text)) {
+    const bool libxml2 = test::LibXml2Verdict(std::string(bytes)).WellFormed;
+    if (libxml2 != (one->getCount() == 0))
+      std::fprintf(stderr, "libxml2 says %s\n", libxml2 ? "well-formed" : "not well-formed");
+    Check(libxml2 == (one->getCount() == 0));
+  }
 
   if (list.getCount() > 0) {
     wellformed::TyPieceResult fast, tokens;

@@ -39,8 +39,9 @@ int runCheck(const TyCheckArgs& Args) {
   };
   for (const std::string& path : Args.Files) {
     CyProgressBar bar(path);
+    const TyJobContext job = JobFor(&bar);
     std::optional<CyDecodeException> refused;
-    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path, &refused);
+    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path, job, &refused);
     if (!input) {
       if (refused)
         refusal(path, *refused);
@@ -62,10 +63,10 @@ int runCheck(const TyCheckArgs& Args) {
         }
         break;
       case TyDocumentKind::dkXML:
-        errors = CheckXMLDocument(input->List, totalDelta);
+        errors = CheckXMLDocument(input->List, totalDelta, job);
         break;
       case TyDocumentKind::dkXSLT:
-        errors = CheckXMLDocument(input->List, totalDelta);
+        errors = CheckXMLDocument(input->List, totalDelta, job);
         if (!HasErrors(errors))
           errors = CheckXSLTDocument(input->List, CyXPathCheckerCachePool::Shared());
         break;

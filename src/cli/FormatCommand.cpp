@@ -46,7 +46,7 @@ void setOption(TyXMLLayoutOptions& Set, TyXMLLayoutOption Option, bool On) {
 
 // The dialog's choices over the settings' defaults; a choice not given keeps its default.
 TyXMLFormatterChoices choicesOf(const TyFormatArgs& Args) {
-  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings(CySettings::Get());
   auto& f = choices.XMLFormattingOptions;
   auto& l = choices.XMLLayoutOptions;
   if (!Args.Attributes.empty()) {
@@ -82,30 +82,39 @@ void reportErrors(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
   std::fwrite(report.data(), 1, report.size(), stdout);
 }
 
+// The refusal: the message on stderr, the errors where `check` writes them.
+int refuse(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
+  std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(), kXMLNotWellFormedMessage);
+  reportErrors(Input, Errors);
+  return kExitFindings;
+}
+
 int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace,
               TyInPlaceWrite Mode) {
+  // One verdict with `check`: a document is formatted exactly when the check accepts it, and
+  // refused with every error the check finds.
+  int64_t totalDelta = 0;
+  const IyXMLErrsPtr errors = CheckXMLDocument(Input.List, totalDelta, JobFor(nullptr));
+  if (HasErrors(errors)) return refuse(Input, errors);
   try {
     // The whole document is read (and refused if need be) before the first byte is written.
     const bool written = WriteStreamed(
         Input, InPlace,
         [&](CyTextFileWriter& Out) {
-          CyXMLFormatter::FormatToFile__PARALLEL__(Input.List, Out, Input.Format, Choices);
+          CyXMLFormatter::FormatToFile__PARALLEL__(Input.List, Out, Input.Format, Choices, 0,
+                                                   int64_t{1} << 20, JobFor(nullptr));
         },
         Mode);
     return written ? kExitOK : kExitUsage;
   } catch (const CyXMLFormatException& error) {
-    // Report what `check` reports, so the user sees every error, not only the first.
-    int64_t totalDelta = 0;
-    IyXMLErrsPtr errors = CheckXMLDocument(Input.List, totalDelta);
-    if (errors->getCount() == 0)
-      errors = OneError(error.Line, error.Linepos, ToUTF16(error.what()));
-    reportErrors(Input, errors);
-    return kExitFindings;
+    // Never for a document the check accepts; reported rather than hidden if it happens.
+    return refuse(Input, OneError(error.Line, error.Linepos, ToUTF16(error.what())));
   }
 }
 
 int formatJSON(TyInputFile& Input, bool InPlace, TyInPlaceWrite Mode) {
   TyJSONWriterOptions options;
+  options.IndentationUnit = CySettings::Get().IndentationUnit;
   options.Newline = Input.Format.Newline;
   // The layout ends at the closing bracket; keep the file's final line end if it had one.
   const bool finalNewline = EndsWithLineEnd(Input);

@@ -57,14 +57,15 @@ void appendToken(CyHighlightRenderer& Renderer, const CyXMLLineColoring& Colorin
 
 int runHighlight(const TyHighlightArgs& Args) {
   CyProgressBar bar(Args.Path);
-  std::unique_ptr<TyInputFile> input = LoadInputFile(Args.Path);
+  const TyJobContext job = JobFor(&bar);
+  std::unique_ptr<TyInputFile> input = LoadInputFile(Args.Path, job);
   if (!input) return kExitUsage;
   const bool dark = Args.Theme == "dark";
   const bool html = Args.Html || (!Args.Ansi && !isatty(STDOUT_FILENO));
   // The bar and the colored text must not share a terminal line.
   if (isatty(STDOUT_FILENO)) bar.Stop();
   const TyDocumentKind kind = DetectDocumentKind(Args.Path, input->List);
-  if (kind == TyDocumentKind::dkJSON) return HighlightJSON(*input, html, dark);
+  if (kind == TyDocumentKind::dkJSON) return HighlightJSON(*input, html, dark, job);
   const CyXMLColoring scheme = dark ? CyXMLColoring::DefaultDark() : CyXMLColoring::DefaultLight();
   const CyXPathColoring xpathScheme =
       dark ? CyXPathColoring::DefaultDark() : CyXPathColoring::DefaultLight();
@@ -76,7 +77,7 @@ int runHighlight(const TyHighlightArgs& Args) {
   CyXMLLineColoring plain(items, scheme);
   CyXMLLineColoring& coloring = xslt ? *xslt : plain;
   int64_t totalDelta = 0;
-  coloring.UpdateAllLines__PARALLEL__(totalDelta);
+  coloring.UpdateAllLines__PARALLEL__(totalDelta, job);
 
   // XPath categories follow the XML ones: style kXMLColoringCategoryCount + category.
   std::vector<TyHighlightStyle> styles;

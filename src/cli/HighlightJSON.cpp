@@ -6,13 +6,12 @@
 
 #include "cli/Command.hpp"
 #include "cli/HighlightRenderer.hpp"
-#include "common/Progress.hpp"
 #include "common/Utf.hpp"
 #include "json/Coloring.hpp"
 
 namespace xylem::cli {
 
-int HighlightJSON(const TyInputFile& Input, bool Html, bool Dark) {
+int HighlightJSON(const TyInputFile& Input, bool Html, bool Dark, const TyJobContext& Job) {
   // Joined with "\n": the output's line ends, and the scanner then counts the list's lines.
   // A string's buffer ends with the 0 that the scanner needs, so it is scanned in place.
   const std::u16string text = Input.List.getTextItems().getJoined(u"\n", 1, Input.List.getCount());
@@ -24,7 +23,7 @@ int HighlightJSON(const TyInputFile& Input, bool Html, bool Dark) {
   renderer.Begin(Input.DisplayName);
 
   constexpr size_t kProgressStep = size_t{1} << 16;
-  CyProgress::Begin("Highlighting", text.size());
+  Job.Begin("Highlighting", text.size());
   const char16_t* reported = text.data();
   CyJSONTokenColoring coloring(text.data(), text.size());
   while (coloring.Next()) {
@@ -39,7 +38,7 @@ int HighlightJSON(const TyInputFile& Input, bool Html, bool Dark) {
     }
     renderer.Append(style, at, static_cast<size_t>(coloring.Tail() - at));
     if (static_cast<size_t>(coloring.Tail() - reported) >= kProgressStep) {
-      CyProgress::Advance(static_cast<uint64_t>(coloring.Tail() - reported));
+      Job.Advance(static_cast<uint64_t>(coloring.Tail() - reported));
       reported = coloring.Tail();
     }
   }

@@ -20,7 +20,7 @@ int runInfo(const std::vector<std::string>& Files) {
     std::unique_ptr<TyInputFile> input;
     {
       CyProgressBar bar(path);
-      input = LoadInputFile(path);
+      input = LoadInputFile(path, JobFor(&bar));
     }
     if (!input) {
       exitCode = kExitUsage;

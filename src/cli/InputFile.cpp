@@ -7,14 +7,21 @@
 
 #include "common/Exception.hpp"
 #include "common/InputBytes.hpp"
+#include "common/Settings.hpp"
 
 namespace xylem::cli {
 
 std::string OneLine(std::string Message) {
-  for (size_t at; (at = Message.find("\r\n")) != std::string::npos;) Message.replace(at, 2, " ");
-  for (char& c : Message)
-    if (c == '\r' || c == '\n') c = ' ';
-  return Message;
+  // CR LF becomes one blank, a lone CR or LF another; built anew (string::replace in a loop
+  // trips a false -Wrestrict of g++ 12).
+  std::string line;
+  line.reserve(Message.size());
+  for (size_t at = 0; at < Message.size(); ++at) {
+    const char c = Message[at];
+    if (c == '\r' && at + 1 < Message.size() && Message[at + 1] == '\n') ++at;
+    line += c == '\r' || c == '\n' ? ' ' : c;
+  }
+  return line;
 }
 
 const char* NewlineName(std::u16string_view Newline) {
@@ -23,7 +30,7 @@ const char* NewlineName(std::u16string_view Newline) {
   return "LF";
 }
 
-std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path,
+std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path, const TyJobContext& Job,
                                            std::optional<CyDecodeException>* Refused) {
   auto input = std::make_unique<TyInputFile>();
   input->Path = Path;
@@ -34,9 +41,12 @@ std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path,
   CyUTF8ToCharErrorHandler refuse(1);
   TyTextFileLoadOptions options;
   options.ErrorHandler = &refuse;
+  options.Job = &Job;
+  options.MaxStreamBytes = CySettings::Get().MaxStreamBytes;
   try {
     if (Path == "-") {
-      const CyInputBytes bytes = CyInputBytes::FromDescriptor(STDIN_FILENO, "standard input");
+      const CyInputBytes bytes =
+          CyInputBytes::FromDescriptor(STDIN_FILENO, "standard input", options.MaxStreamBytes);
       input->Format = LoadTextBytes(
           std::string_view(reinterpret_cast<const char*>(bytes.getData()), bytes.getSize()), "",
           input->List, options);

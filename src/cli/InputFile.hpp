@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/Job.hpp"
 #include "json/Memory.hpp"
 #include "text/DecodeError.hpp"
 #include "text/TextFile.hpp"
@@ -29,9 +30,11 @@ struct TyInputFile {
 };
 
 // Loads Path (or stdin for "-"). On failure prints "xylem: NAME: MESSAGE" to stderr, with the
-// message on one line, and returns null. With Refused, a refusal of the file's bytes (binary or
-// undecodable) is stored there instead of printed, for a caller that reports it as a finding.
+// message on one line, and returns null. Job: the load's pieces, threads and progress. With
+// Refused, a refusal of the file's bytes (binary or undecodable) is stored there instead of
+// printed, for a caller that reports it as a finding.
 std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path,
+                                           const TyJobContext& Job = JobFor(nullptr),
                                            std::optional<CyDecodeException>* Refused = nullptr);
 
 // The message of an exception as one line: the loader's two-line messages joined by a blank.

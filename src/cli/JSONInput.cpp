@@ -34,20 +34,22 @@ TyTextFileFormat FormatByMark(const std::string& Path) {
 
 }  // namespace
 
-std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path,
+std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path, const TyJobContext& Job,
                                                  std::optional<CyDecodeException>* Refused) {
   struct stat info {};
   // A pipe can be read only once: it goes to the text model, which reads it as a stream.
   if (Path == "-" || !CyFiletypeByFileExt::IsJSON(Path) || stat(Path.c_str(), &info) != 0 ||
       !S_ISREG(info.st_mode))
-    return LoadInputFile(Path, Refused);
+    return LoadInputFile(Path, Job, Refused);
   const auto start = std::chrono::steady_clock::now();
   std::shared_ptr<const CyJSONMemory> memory;
   try {
-    memory = std::make_shared<const CyJSONMemory>(CyJSONMemory::FromFile(Path));
+    memory = std::make_shared<const CyJSONMemory>(CyJSONMemory::FromFile(Path, Job));
+  } catch (const CyCancelledException&) {
+    throw;
   } catch (const CyException&) {
     // Unreadable, changed meanwhile or not clean Unicode: the text model says why.
-    return LoadInputFile(Path, Refused);
+    return LoadInputFile(Path, Job, Refused);
   }
   const std::u16string_view text(memory->Data(), memory->DataCount());
   auto input = std::make_unique<TyInputFile>();
@@ -65,7 +67,7 @@ bool RefusedAsBinary(const TyInputFile& Input, std::optional<CyDecodeException>*
   if (!Input.JSON) return false;
   const std::u16string_view text(Input.JSON->Data(), Input.JSON->DataCount());
   if (text.find(u'\0') == std::u16string_view::npos) return false;
-  return LoadInputFile(Input.Path, Refused) == nullptr;  // the loader's refusal
+  return LoadInputFile(Input.Path, JobFor(nullptr), Refused) == nullptr;  // the loader's refusal
 }
 
 std::shared_ptr<const CyJSONMemory> JSONMemoryOf(const TyInputFile& Input) {

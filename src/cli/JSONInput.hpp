@@ -12,9 +12,11 @@ namespace xylem::cli {
 // Loads a regular ".json" file straight into JSON memory, without the text model's line
 // records: Input.JSON holds the text, Format its mark and newline, List stays empty. Anything
 // else (standard input, pipes), and bytes that are not clean UTF-8 (or UTF-16 with a mark), go
-// through LoadInputFile, so that the text model's rules and messages apply; Refused as there.
+// through LoadInputFile, so that the text model's rules and messages apply; Job and Refused as
+// there.
 std::unique_ptr<TyInputFile> LoadJSONOrInputFile(
-    const std::string& Path, std::optional<CyDecodeException>* Refused = nullptr);
+    const std::string& Path, const TyJobContext& Job = JobFor(nullptr),
+    std::optional<CyDecodeException>* Refused = nullptr);
 
 // For a JSON text that failed to parse: true when the text read straight from its file holds a
 // NUL, after the text model's binary-file refusal was printed as LoadInputFile does (or stored

@@ -91,7 +91,7 @@ void CyProgressBar::draw() {
   unsigned tick = 0;
   std::unique_lock<std::mutex> lock(Mutex_);
   while (!Wake_.wait_for(lock, std::chrono::milliseconds(100), [this] { return Stopping_; })) {
-    const TyProgressSnapshot snapshot = CyProgress::Snapshot();
+    const TyProgressSnapshot snapshot = Snapshot();
     // One column short of the width: writing the last column makes some terminals wrap.
     const std::string line =
         FormatLine(snapshot.Stage, snapshot.Done, snapshot.Total, terminalWidth() - 1, tick++);

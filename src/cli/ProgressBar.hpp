@@ -1,6 +1,6 @@
 #pragma once
-// A one-line progress bar on stderr for the long jobs on big files, drawn from the process-wide
-// progress counters (common/Progress.hpp) by a thread of its own.
+// A one-line progress bar on stderr for the long jobs on big files: the progress sink the
+// commands hand to the core (through their TyJobContext), drawn by a thread of its own.
 
 #include <condition_variable>
 #include <cstdint>
@@ -9,12 +9,14 @@
 #include <string_view>
 #include <thread>
 
+#include "common/Progress.hpp"
+
 namespace xylem::cli {
 
 // Shows the progress of the work on one input file while it lives. It draws only for a file
 // above 64 MiB and only when stderr is a terminal, so pipes and logs never see it; otherwise
-// it costs nothing. Not copyable; construct and destroy on the command's thread.
-class CyProgressBar {
+// it costs only the counting. Not copyable; construct and destroy on the command's thread.
+class CyProgressBar : public CyProgressCounter {
  public:
   // Files above this many bytes get a bar.
   static constexpr uint64_t kMinimumBytes = uint64_t{64} << 20;
@@ -31,7 +33,7 @@ class CyProgressBar {
   // ShouldShow says so for its size and stderr.
   explicit CyProgressBar(const std::string& Path);
   // Stops and clears the line.
-  ~CyProgressBar();
+  ~CyProgressBar() override;
   CyProgressBar(const CyProgressBar&) = delete;
   CyProgressBar& operator=(const CyProgressBar&) = delete;
 

@@ -71,12 +71,14 @@ std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
     return std::nullopt;  // the text model's load reports it
   }
   if (format.HasBOM || format.Encoding.getCodePage() != kCodePageUTF8) return std::nullopt;
-  format.Newline = FirstNewline(std::string_view(head));
-  return format;
+  return format;  // the newline is counted over the whole file when it is replaced
 }
 
 // Replaces a UTF-8 file as a stream (constant memory) into stdout or, with InPlace and at least
-// one replacement, atomically into the file. Returns the exit code.
+// one replacement, atomically into the file, with the document's rules: line ends and the
+// template's newline escapes become the newline a load would choose, counted over the whole
+// file first; that first pass also refuses a NUL anywhere before anything is written.
+// Returns the exit code.
 int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
                     const std::u16string& Search, const std::u16string& Replacement,
                     uint8_t Options, bool InPlace, TyInPlaceWrite Mode) {
@@ -85,17 +87,20 @@ int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
   target.DisplayName = Path;
   target.Format = Format;
   CyProgressBar bar(Path);
-  const auto replacer = CreateReplacer(Search, Replacement, Options, Format.Newline);
+  const TyJobContext job = JobFor(&bar);
   int64_t count = 0;
   try {
     // Standard output cannot be taken back: bytes that are not UTF-8 are refused before the
     // first byte goes out. In place, the temporary file is simply dropped.
-    if (!InPlace) CheckUTF8File(Path);
+    if (!InPlace) CheckUTF8File(Path, job);
+    target.Format.Newline = ScanUTF8FileNewline(Path, job);
+    const auto replacer = CreateReplacer(Search, Replacement, Options, target.Format.Newline);
     const bool written = WriteStreamed(
         target, InPlace,
         [&](CyTextFileWriter& Out) {
-          count = ReplaceAllUTF8File(Path, *replacer,
-                                     [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); });
+          count = ReplaceAllUTF8File(
+              Path, *replacer, target.Format.Newline,
+              [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); }, int64_t{1} << 18, job);
           // Nothing replaced: the file keeps its bytes and its time stamp.
           if (InPlace && count == 0) throw TyNothingReplaced{};
         },
@@ -144,7 +149,7 @@ int runReplace(const TyReplaceArgs& Args) {
       continue;
     }
     CyProgressBar bar(path);
-    std::unique_ptr<TyInputFile> input = LoadInputFile(path);
+    std::unique_ptr<TyInputFile> input = LoadInputFile(path, JobFor(&bar));
     if (!input) {
       exitCode = kExitUsage;
       continue;

@@ -34,7 +34,7 @@ int runTokens(const std::string& Path) {
   std::unique_ptr<TyInputFile> input;
   {
     CyProgressBar bar(Path);
-    input = LoadInputFile(Path);
+    input = LoadInputFile(Path, JobFor(&bar));
   }
   if (!input) return kExitUsage;
   const TxTextList& list = input->List;

@@ -29,4 +29,12 @@ class CyShouldNeverHappenException : public CyException {
       : CyException("Internal error: " + where, kCode) {}
 };
 
+// A job ended early because its caller asked it to stop (TyJobContext::StopToken). Nothing
+// the job would have written was written; front ends report it and go on.
+class CyCancelledException : public CyException {
+ public:
+  static constexpr int kCode = -2;
+  CyCancelledException() : CyException("Cancelled.", kCode) {}
+};
+
 }  // namespace xylem

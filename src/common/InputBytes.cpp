@@ -13,7 +13,6 @@
 #include <mutex>
 
 #include "common/Exception.hpp"
-#include "common/Settings.hpp"
 
 namespace xylem {
 
@@ -112,7 +111,7 @@ void CyInputBytes::Release() {
   Mapped_ = false;
 }
 
-CyInputBytes CyInputBytes::FromPath(const std::string& Path) {
+CyInputBytes CyInputBytes::FromPath(const std::string& Path, uint64_t MaxStreamBytes) {
   const int fd = open(Path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) fail(Path, errno);
   struct TyClose {
@@ -131,10 +130,11 @@ CyInputBytes CyInputBytes::FromPath(const std::string& Path) {
                           "; only regular files, named pipes and standard input can be read.",
                       kErrorNotAFile);
   }
-  return FromDescriptor(fd, Path);
+  return FromDescriptor(fd, Path, MaxStreamBytes);
 }
 
-CyInputBytes CyInputBytes::FromDescriptor(int Descriptor, const std::string& Name) {
+CyInputBytes CyInputBytes::FromDescriptor(int Descriptor, const std::string& Name,
+                                          uint64_t MaxStreamBytes) {
   CyInputBytes input;
   struct stat info {};
   if (fstat(Descriptor, &info) != 0) fail(Name, errno);
@@ -154,7 +154,7 @@ CyInputBytes CyInputBytes::FromDescriptor(int Descriptor, const std::string& Nam
     return input;
   }
   // A stream: read until its end, doubling the buffer, never past the limit.
-  const uint64_t limit = CySettings::Get().MaxStreamBytes;
+  const uint64_t limit = MaxStreamBytes;
   size_t capacity = 0, size = 0;
   std::unique_ptr<uint8_t[]> buffer;
   for (;;) {

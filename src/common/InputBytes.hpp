@@ -1,7 +1,7 @@
 #pragma once
 // The bytes of an input, however it arrives: a regular file is mapped (no copy); a named pipe,
 // or standard input of any kind but a regular file, is read to its end as a stream, up to
-// CySettings::MaxStreamBytes; anything else (a directory, a device, a socket) is refused.
+// MaxStreamBytes; anything else (a directory, a device, a socket) is refused.
 //
 // A mapped file can shrink while it is read, and touching a page beyond its new end raises
 // SIGBUS. Code that reads mapped bytes does so inside ReadMapped, which turns that signal into
@@ -19,15 +19,21 @@ inline constexpr int kErrorFileRead = 23;     // cannot be opened or read, or ch
 inline constexpr int kErrorStreamLimit = 24;  // a stream longer than MaxStreamBytes
 inline constexpr int kErrorNotAFile = 25;     // a directory, device or socket
 
+// The default of the setting MaxStreamBytes: a stream has no size to check beforehand, and
+// /dev/zero never ends.
+inline constexpr uint64_t kDefaultMaxStreamBytes = uint64_t{4} << 30;
+
 class CyInputBytes {
  public:
   // Opens Path (following links). Throws CyException kErrorFileRead when it cannot be opened,
   // kErrorNotAFile for anything but a regular file or a named pipe, kErrorStreamLimit when a
   // pipe delivers more than MaxStreamBytes. Opening a pipe waits for its writer.
-  static CyInputBytes FromPath(const std::string& Path);
+  static CyInputBytes FromPath(const std::string& Path,
+                               uint64_t MaxStreamBytes = kDefaultMaxStreamBytes);
   // Reads Descriptor (not closed here): mapped when it is a regular file, otherwise read as a
   // stream whatever it is. Name is used in messages.
-  static CyInputBytes FromDescriptor(int Descriptor, const std::string& Name);
+  static CyInputBytes FromDescriptor(int Descriptor, const std::string& Name,
+                                     uint64_t MaxStreamBytes = kDefaultMaxStreamBytes);
 
   CyInputBytes(CyInputBytes&&) noexcept;
   CyInputBytes& operator=(CyInputBytes&&) noexcept;

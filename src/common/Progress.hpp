@@ -1,10 +1,12 @@
 #pragma once
-// Progress of the one long job a front end runs (load, check, format, replace of a big file),
-// for a progress bar. Work announces a stage with its total and advances it from any thread;
-// a front end polls a snapshot from its own thread. Reporting is two relaxed atomic operations,
-// cheap enough to call every few thousand lines, never per token.
+// A progress sink that keeps the current stage and its counts for a poller on another thread
+// (a progress bar, a test). Advance is one relaxed atomic add, cheap enough to call every few
+// thousand lines.
 
+#include <atomic>
 #include <cstdint>
+
+#include "common/JobContext.hpp"
 
 namespace xylem {
 
@@ -15,15 +17,21 @@ struct TyProgressSnapshot {
   uint32_t Generation = 0;  // counts the stages begun, so a poller sees a stage change
 };
 
-class CyProgress {
+class CyProgressCounter : public IyProgressSink {
  public:
-  // Starts a stage (Stage: a string literal, such as "Checking") with Total units of work, Done
-  // at 0. Call from the thread that runs the job, between parallel parts.
-  static void Begin(const char* Stage, uint64_t Total);
-  // Adds Count units to the current stage's Done. Thread-safe.
-  static void Advance(uint64_t Count);
+  void Begin(const char* Stage, uint64_t Total) override;
+  void Advance(uint64_t Count) override;
   // The current stage and its counts; Done may run ahead of Total when estimates are rough.
-  static TyProgressSnapshot Snapshot();
+  // Thread-safe.
+  TyProgressSnapshot Snapshot() const;
+
+ private:
+  // The label is published after its counters; a poller that reads across a stage change
+  // shows one stale frame, never a torn label.
+  std::atomic<const char*> Stage_{""};
+  std::atomic<uint64_t> Done_{0};
+  std::atomic<uint64_t> Total_{0};
+  std::atomic<uint32_t> Generation_{0};
 };
 
 }  // namespace xylem

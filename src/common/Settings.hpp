@@ -1,9 +1,12 @@
 #pragma once
-// The program-wide settings that the core modules read. Front ends fill them from the command
-// line or a settings file before any work starts; the core only reads them.
+// The user's settings, owned by the front end: it fills them from the command line or a
+// settings file and hands what a job needs down per call (TyJobContext, formatting choices,
+// writer options). Core modules never read them.
 
 #include <cstdint>
 #include <string>
+
+#include "common/InputBytes.hpp"
 
 namespace xylem {
 
@@ -16,7 +19,7 @@ struct CySettings {
   std::string ApplicationName = "Xylem";
   // The most bytes read from a stream (standard input, a named pipe) before the read is
   // refused: a stream has no size to check beforehand, and /dev/zero never ends.
-  uint64_t MaxStreamBytes = uint64_t{4} << 30;
+  uint64_t MaxStreamBytes = kDefaultMaxStreamBytes;
 
   // Defaults of the XML formatting dialog, chosen to give what most users expect of a
   // one-line or badly indented document (the layout of xmllint --format): attributes on the
@@ -36,6 +39,9 @@ struct CySettings {
       u"xsl:text|pre|script|style|textarea|programlisting|screen|literallayout";
   // Elements formatted even inside a preserved one, joined by "|".
   std::u16string XMLFormatterWordsD;
+
+  // The piece count parallel stages get: 1 with ParallelProcessing off, else one per processor.
+  int getPieceCount() const;
 
   // The process's settings. Not thread-safe to change while a parallel stage runs.
   static CySettings& Get();

@@ -7,8 +7,6 @@
 #include <thread>
 #include <vector>
 
-#include "common/Settings.hpp"
-
 namespace xylem {
 
 namespace {
@@ -26,8 +24,6 @@ int CyTasks::ProcessorCount() {
   }
   return count;
 }
-
-int CyTasks::PieceCount() { return CySettings::Get().ParallelProcessing ? ProcessorCount() : 1; }
 
 void CyTasks::RunAll(int Count, const std::function<void(int)>& Task) {
   if (Count <= 0) return;

@@ -13,8 +13,6 @@
 
 #include "common/Exception.hpp"
 #include "common/InputBytes.hpp"
-#include "common/Progress.hpp"
-#include "common/Tasks.hpp"
 #include "common/Utf.hpp"
 #include "json/Exception.hpp"
 
@@ -59,13 +57,14 @@ const uint8_t* characterStart(const uint8_t* At, const uint8_t* End) {
 // Decodes [Begin, End) in stretches. With ReleaseInput (a file mapping), the pages of each
 // decoded stretch are handed back at once, so that input and text are not resident together.
 // Vanished is set when the input shrank under the decoder (a mapped file that changed).
-TyUTF8DecodeResult decodePiece(const uint8_t* Begin, const uint8_t* End, char16_t* Out,
-                               bool ReleaseInput, bool& Vanished) {
+TyUTF8DecodeResult decodePiece(const TyJobContext& Job, const uint8_t* Begin, const uint8_t* End,
+                               char16_t* Out, bool ReleaseInput, bool& Vanished) {
   constexpr size_t kStretch = size_t{4} << 20;
   const uintptr_t page = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
   TyUTF8DecodeResult total;
   const uint8_t* at = Begin;
   while (at < End) {
+    Job.ThrowIfStopped();
     const uint8_t* stop = End;
     TyUTF8DecodeResult part;
     if (!ReadMapped([&] {
@@ -86,7 +85,7 @@ TyUTF8DecodeResult decodePiece(const uint8_t* Begin, const uint8_t* End, char16_
       const uintptr_t last = reinterpret_cast<uintptr_t>(stop) / page * page;
       if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
     }
-    CyProgress::Advance(static_cast<uint64_t>(stop - at));
+    Job.Advance(static_cast<uint64_t>(stop - at));
     at = stop;
   }
   return total;
@@ -136,11 +135,12 @@ CyJSONMemory CyJSONMemory::FromString(std::u16string_view Text) {
   return Adopt(std::move(text), Text.size());
 }
 
-CyJSONMemory CyJSONMemory::FromBytes(const void* Data, size_t Count) {
-  return Decode(Data, Count, false);
+CyJSONMemory CyJSONMemory::FromBytes(const void* Data, size_t Count, const TyJobContext& Job) {
+  return Decode(Data, Count, false, Job);
 }
 
-CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseInput) {
+CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseInput,
+                                  const TyJobContext& Job) {
   const auto* bytes = static_cast<const uint8_t*>(Data);
   uint8_t head[3] = {0, 0, 0};
   if (!ReadMapped([&] { std::memcpy(head, bytes, std::min<size_t>(Count, 3)); }))
@@ -153,9 +153,9 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
 
   // UTF-8 never takes more UTF-16 units than bytes, so piece k can decode in place at its own
   // byte offset without touching piece k + 1; the pieces are then closed up in order.
-  CyProgress::Begin("Decoding", Count);
+  Job.Begin("Decoding", Count);
   auto text = allocateText(Count);
-  const int pieces = Count < kParallelDecodeMinimum ? 1 : CyTasks::PieceCount();
+  const int pieces = Count < kParallelDecodeMinimum ? 1 : Job.ResolvePieceCount(0);
   std::vector<size_t> starts(static_cast<size_t>(pieces) + 1);
   for (int k = 1; k < pieces; ++k) {
     const uint8_t* at = bytes + Count / static_cast<size_t>(pieces) * static_cast<size_t>(k);
@@ -164,10 +164,11 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
   starts[static_cast<size_t>(pieces)] = Count;
   std::vector<TyUTF8DecodeResult> results(static_cast<size_t>(pieces));
   std::unique_ptr<bool[]> vanished(new bool[static_cast<size_t>(pieces)]());
-  CyTasks::RunAll(pieces, [&](int k) {
+  Job.RunAll(pieces, [&](int k) {
     const size_t begin = starts[static_cast<size_t>(k)], end = starts[static_cast<size_t>(k) + 1];
-    results[static_cast<size_t>(k)] = decodePiece(bytes + begin, bytes + end, text.get() + begin,
-                                                  ReleaseInput, vanished[static_cast<size_t>(k)]);
+    results[static_cast<size_t>(k)] =
+        decodePiece(Job, bytes + begin, bytes + end, text.get() + begin, ReleaseInput,
+                    vanished[static_cast<size_t>(k)]);
   });
   for (int k = 0; k < pieces; ++k)
     if (vanished[static_cast<size_t>(k)]) raiseFileChanged();
@@ -198,16 +199,17 @@ CyJSONMemory CyJSONMemory::Decode(const void* Data, size_t Count, bool ReleaseIn
   return Adopt(std::move(text), written);
 }
 
-CyJSONMemory CyJSONMemory::FromFile(const std::string& Path) {
+CyJSONMemory CyJSONMemory::FromFile(const std::string& Path, const TyJobContext& Job,
+                                    uint64_t MaxStreamBytes) {
   // Mapping saves a copy of the bytes and lets the decoder read them straight from the cache.
-  const CyInputBytes input = CyInputBytes::FromPath(Path);
-  return Decode(input.getData(), input.getSize(), input.IsMapped());
+  const CyInputBytes input = CyInputBytes::FromPath(Path, MaxStreamBytes);
+  return Decode(input.getData(), input.getSize(), input.IsMapped(), Job);
 }
 
-CyJSONMemory CyJSONMemory::FromStream(std::istream& Stream) {
+CyJSONMemory CyJSONMemory::FromStream(std::istream& Stream, const TyJobContext& Job) {
   const std::vector<char> bytes{std::istreambuf_iterator<char>(Stream),
                                 std::istreambuf_iterator<char>()};
-  return FromBytes(bytes.data(), bytes.size());
+  return FromBytes(bytes.data(), bytes.size(), Job);
 }
 
 }  // namespace xylem

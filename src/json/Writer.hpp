@@ -4,15 +4,14 @@
 #include <iosfwd>
 #include <string>
 
-#include "common/Settings.hpp"
 #include "json/TextOutputStream.hpp"
 #include "json/Tree.hpp"
 
 namespace xylem {
 
 struct TyJSONWriterOptions {
-  // One level of indentation; the program-wide setting when the options are made.
-  std::u16string IndentationUnit = CySettings::Get().IndentationUnit;
+  // One level of indentation; front ends fill in the user's choice.
+  std::u16string IndentationUnit = u"    ";
   // The line end written after "[", "{", "," and each last item or member.
   std::u16string Newline = u"\n";
   // Encoding for byte-stream destinations (1200 UTF-16LE, 1201 UTF-16BE, 65001 UTF-8).

@@ -15,9 +15,6 @@
 
 #include "common/Exception.hpp"
 #include "common/InputBytes.hpp"
-#include "common/Progress.hpp"
-#include "common/Settings.hpp"
-#include "common/Tasks.hpp"
 #include "common/Utf.hpp"
 #include "text/TextListLoader.hpp"
 
@@ -25,7 +22,111 @@ namespace xylem {
 
 namespace {
 
-// A piece held bytes that are not UTF-8; the caller finds the first for the message.
+// The census reads this many bytes at a time.
+constexpr size_t kScanStep = size_t{1} << 20;
+
+// Bytes of a text in memory, handed out as the file reader does.
+class CyMemoryBytes {
+ public:
+  CyMemoryBytes(const uint8_t* Data, size_t Size) : Data_(Data), Size_(Size) {}
+  // At most Want bytes from the current position; AtEnd when they are the text's last.
+  const uint8_t* Fetch(size_t Want, size_t& Got, bool& AtEnd) {
+    Got = std::min(Want, Size_ - Consumed_);
+    AtEnd = Consumed_ + Got == Size_;
+    return Data_ + Consumed_;
+  }
+  void Consume(size_t Count) { Consumed_ += Count; }
+
+ private:
+  const uint8_t* Data_;
+  size_t Size_;
+  size_t Consumed_ = 0;
+};
+
+// Bytes of a file, read piece by piece: the bytes of a character cut at a piece's end wait for
+// the next Fetch.
+class CyFileBytes {
+ public:
+  explicit CyFileBytes(const std::string& Path) : Path_(Path) {
+    Handle_ = ::open(Path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (Handle_ < 0) Fail();
+  }
+  ~CyFileBytes() { ::close(Handle_); }
+  CyFileBytes(const CyFileBytes&) = delete;
+  CyFileBytes& operator=(const CyFileBytes&) = delete;
+
+  // The file's size, 0 when it is not a regular file (a pipe).
+  uint64_t getSize() const {
+    struct stat info {};
+    return ::fstat(Handle_, &info) == 0 && S_ISREG(info.st_mode)
+               ? static_cast<uint64_t>(info.st_size)
+               : 0;
+  }
+  const uint8_t* Fetch(size_t Want, size_t& Got, bool& AtEnd) {
+    if (Bytes_.size() < Want) Bytes_.resize(Want);
+    while (!AtEnd_ && Held_ < Want) {
+      const ssize_t got = ::read(Handle_, Bytes_.data() + Held_, Want - Held_);
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) Fail();
+      if (got == 0) AtEnd_ = true;
+      Held_ += static_cast<size_t>(got);
+    }
+    Got = std::min(Held_, Want);
+    AtEnd = AtEnd_ && Got == Held_;
+    return Bytes_.data();
+  }
+  void Consume(size_t Count) {
+    std::memmove(Bytes_.data(), Bytes_.data() + Count, Held_ - Count);
+    Held_ -= Count;
+  }
+
+ private:
+  [[noreturn]] void Fail() const {
+    throw CyException("Cannot read " + Path_ + ": " + std::strerror(errno) + ".", 2);
+  }
+
+  std::string Path_;
+  int Handle_ = -1;
+  std::vector<uint8_t> Bytes_;
+  size_t Held_ = 0;
+  bool AtEnd_ = false;
+};
+
+// Counts line ends as a load does. CR, LF and NUL bytes never occur inside a multi-byte UTF-8
+// sequence, so the bytes are counted as they are, without decoding.
+template <typename TyBytes>
+std::u16string ScanNewline(TyBytes& Bytes, const TyJobContext& Job) {
+  int64_t lf = 0, cr = 0, pairs = 0;
+  bool crBefore = false;  // the previous piece ended with a CR
+  for (;;) {
+    Job.ThrowIfStopped();
+    size_t got = 0;
+    bool atEnd = false;
+    const uint8_t* data = Bytes.Fetch(kScanStep, got, atEnd);
+    if (got == 0) break;
+    const uint8_t* const end = data + got;
+    if (std::memchr(data, 0, got)) ThrowBinaryFile(Job.ApplicationName);
+    if (crBefore && *data == '\n') ++pairs;
+    for (const void* at = data;
+         (at = std::memchr(at, '\n', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
+         at = static_cast<const uint8_t*>(at) + 1)
+      ++lf;
+    for (const void* at = data;
+         (at = std::memchr(at, '\r', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
+         at = static_cast<const uint8_t*>(at) + 1) {
+      ++cr;
+      const auto* next = static_cast<const uint8_t*>(at) + 1;
+      if (next < end && *next == '\n') ++pairs;
+    }
+    crBefore = end[-1] == '\r';
+    Bytes.Consume(got);
+    Job.Advance(got);
+    if (atEnd) break;
+  }
+  return CyTextListLoaderPieces::ChooseNewline(lf - pairs, cr - pairs, pairs);
+}
+
+// A piece held bytes that are not UTF-8 (or a NUL); the caller finds the first for the message.
 struct TyNotUTF8 {};
 
 // Decodes [Data, Data + Size) except a last UTF-8 sequence that is cut short (all of it when
@@ -49,6 +150,61 @@ size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Targe
   return end;
 }
 
+// The replacer's source: decoded pieces with every line end (CR LF, lone CR, lone LF) made the
+// document's newline, as loading into lines and joining them with it would give.
+template <typename TyBytes>
+class CyDocumentSource {
+ public:
+  CyDocumentSource(TyBytes& Bytes, std::u16string_view Newline, const TyJobContext& Job)
+      : Bytes_(Bytes), Newline_(Newline), Job_(Job) {}
+
+  int64_t operator()(char16_t* Target, int64_t Capacity) {
+    // A unit becomes at most two (a lone LF or CR becoming CR LF): half the room in bytes,
+    // which never decode to more units.
+    const auto budget = static_cast<size_t>(Capacity / 2);
+    if (Decoded_.size() < budget) Decoded_.resize(budget);
+    int64_t produced = 0;
+    while (produced == 0) {  // a piece holding only the LF of a split CR LF gives nothing
+      Job_.ThrowIfStopped();
+      size_t got = 0;
+      bool atEnd = false;
+      const uint8_t* data = Bytes_.Fetch(budget, got, atEnd);
+      if (got == 0) return 0;
+      int64_t written = 0;
+      const size_t used = DecodePiece(data, got, atEnd, Decoded_.data(), written);
+      Bytes_.Consume(used);
+      Job_.Advance(used);
+      produced = Normalise(Decoded_.data(), written, Target);
+    }
+    return produced;
+  }
+
+ private:
+  int64_t Normalise(const char16_t* From, int64_t Count, char16_t* Target) {
+    char16_t* out = Target;
+    for (const char16_t* const end = From + Count; From < end; ++From) {
+      const char16_t unit = *From;
+      if (SkipLF_) {
+        SkipLF_ = false;
+        if (unit == u'\n') continue;  // the second half of CR LF
+      }
+      if (unit == u'\r' || unit == u'\n') {
+        SkipLF_ = unit == u'\r';
+        out = std::copy(Newline_.begin(), Newline_.end(), out);
+      } else {
+        *out++ = unit;
+      }
+    }
+    return out - Target;
+  }
+
+  TyBytes& Bytes_;
+  std::u16string_view Newline_;
+  const TyJobContext& Job_;
+  std::u16string Decoded_;
+  bool SkipLF_ = false;  // the last unit handed on was a CR
+};
+
 // Encodes each replaced piece and hands it to Write.
 class TyUTF8Encoder {
  public:
@@ -63,12 +219,28 @@ class TyUTF8Encoder {
   std::string Bytes_;
 };
 
+template <typename TyBytes>
+int64_t ReplaceStream(TyBytes& Bytes, CyReplacer& Replacer, std::u16string_view Newline,
+                      const TyUTF8Sink& Write, int64_t PieceSize, const TyJobContext& Job) {
+  CyDocumentSource<TyBytes> source(Bytes, Newline, Job);
+  TyUTF8Encoder encoder(Write);
+  int64_t count = 0;
+  // Ten units at least, so that every piece holds a whole character with its line ends doubled.
+  Replacer.ReplaceAllStreamed(std::ref(source), std::ref(encoder), count,
+                              std::max<int64_t>(10, PieceSize));
+  return count;
+}
+
+[[noreturn]] void throwChanged(const char* What) {
+  throw CyException(std::string("The file changed while it was being read; ") + What, 23);
+}
+
 }  // namespace
 
-void CheckUTF8(const uint8_t* Data, size_t Size) {
+void CheckUTF8(const uint8_t* Data, size_t Size, const TyJobContext& Job) {
   // One piece per task, each decoded in stretches into a scratch buffer of its own.
   constexpr size_t kStretch = size_t{1} << 20;
-  const int pieces = Size < 4 * kStretch ? 1 : CyTasks::PieceCount();
+  const int pieces = Size < 4 * kStretch ? 1 : Job.ResolvePieceCount(0);
   struct TyPiece {
     size_t Begin = 0, End = 0;
     size_t FirstNul = SIZE_MAX, FirstError = SIZE_MAX;
@@ -81,15 +253,17 @@ void CheckUTF8(const uint8_t* Data, size_t Size) {
     parts[static_cast<size_t>(k)].End =
         k + 1 == pieces ? Size : Size / static_cast<size_t>(pieces) * static_cast<size_t>(k + 1);
   }
-  CyTasks::RunAll(pieces, [&](int k) {
+  Job.RunAll(pieces, [&](int k) {
     TyPiece& part = parts[static_cast<size_t>(k)];
     std::unique_ptr<char16_t[]> scratch = std::make_unique_for_overwrite<char16_t[]>(kStretch + 4);
     char16_t* const out = scratch.get();
-    if (!ReadMapped([&] {
-          size_t at = part.Begin;
-          // A piece starts at a character's first byte (the one before it owns the rest).
-          while (at < part.End && at > 0 && (Data[at] & 0xC0) == 0x80) ++at;
-          while (at < part.End) {
+    size_t at = part.Begin;
+    while (at < part.End) {
+      Job.ThrowIfStopped();
+      if (!ReadMapped([&] {
+            // A piece starts at a character's first byte (the one before it owns the rest).
+            while (at < part.End && at > 0 && at == part.Begin && (Data[at] & 0xC0) == 0x80) ++at;
+            if (at >= part.End) return;
             size_t stop = std::min(part.End, at + kStretch);
             // A character that starts in the stretch ends in it (it may run past the piece).
             while (stop < Size && (Data[stop] & 0xC0) == 0x80 && stop - at < kStretch + 3) ++stop;
@@ -100,17 +274,19 @@ void CheckUTF8(const uint8_t* Data, size_t Size) {
               part.FirstNul = at + static_cast<size_t>(static_cast<const uint8_t*>(
                                                            std::memchr(Data + at, 0, stop - at)) -
                                                        (Data + at));
+              at = part.End;
               return;
             }
             at = stop;
-          }
-        }))
-      part.Vanished = true;
+          })) {
+        part.Vanished = true;
+        return;
+      }
+    }
   });
   size_t nul = SIZE_MAX, error = SIZE_MAX;
   for (const TyPiece& part : parts) {
-    if (part.Vanished)
-      throw CyException("The file changed while it was being read; nothing was written.", 23);
+    if (part.Vanished) throwChanged("nothing was written.");
     nul = std::min(nul, part.FirstNul);
     error = std::min(error, part.FirstError);
   }
@@ -123,87 +299,52 @@ void CheckUTF8(const uint8_t* Data, size_t Size) {
         position = PositionOfUTF8Byte(Data, bad);
         byte = Data[bad];
       }))
-    throw CyException("The file changed while it was being read; nothing was written.", 23);
-  if (nul != SIZE_MAX) ThrowBinaryFile(position, static_cast<int64_t>(bad));
+    throwChanged("nothing was written.");
+  if (nul != SIZE_MAX) ThrowBinaryFile(Job.ApplicationName, position, static_cast<int64_t>(bad));
   ThrowUndecodable(position, static_cast<int64_t>(bad), byte, "UTF-8");
 }
 
-void CheckUTF8File(const std::string& Path) {
-  const CyInputBytes input = CyInputBytes::FromPath(Path);
-  CheckUTF8(input.getData(), input.getSize());
+void CheckUTF8File(const std::string& Path, const TyJobContext& Job, uint64_t MaxStreamBytes) {
+  const CyInputBytes input = CyInputBytes::FromPath(Path, MaxStreamBytes);
+  CheckUTF8(input.getData(), input.getSize(), Job);
+}
+
+std::u16string ScanUTF8Newline(const uint8_t* Data, size_t Size, const TyJobContext& Job) {
+  CyMemoryBytes bytes(Data, Size);
+  Job.Begin("Scanning", Size);
+  return ScanNewline(bytes, Job);
+}
+
+std::u16string ScanUTF8FileNewline(const std::string& Path, const TyJobContext& Job) {
+  CyFileBytes bytes(Path);
+  Job.Begin("Scanning", bytes.getSize());
+  return ScanNewline(bytes, Job);
 }
 
 int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
-                       const TyUTF8Sink& Write, int64_t PieceSize) {
-  size_t consumed = 0;
-  CyProgress::Begin("Replacing", Size);
-  auto source = [&](char16_t* Target, int64_t Capacity) -> int64_t {
-    if (consumed >= Size) return 0;
-    // UTF-16 never needs more units than UTF-8 has bytes.
-    const size_t size = std::min(Size - consumed, static_cast<size_t>(Capacity));
-    int64_t written = 0;
-    const size_t used =
-        DecodePiece(Data + consumed, size, consumed + size == Size, Target, written);
-    consumed += used;
-    CyProgress::Advance(used);
-    return written;
-  };
-  TyUTF8Encoder encoder(Write);
-  int64_t count = 0;
+                       std::u16string_view Newline, const TyUTF8Sink& Write, int64_t PieceSize,
+                       const TyJobContext& Job) {
+  CyMemoryBytes bytes(Data, Size);
+  Job.Begin("Replacing", Size);
   try {
-    // Four bytes at least, so that every piece holds a whole character.
-    Replacer.ReplaceAllStreamed(source, std::ref(encoder), count, std::max<int64_t>(4, PieceSize));
+    return ReplaceStream(bytes, Replacer, Newline, Write, PieceSize, Job);
   } catch (const TyNotUTF8&) {
-    CheckUTF8(Data, Size);  // raises with the first bad byte's position
+    CheckUTF8(Data, Size, Job);  // raises with the first bad byte's position
     throw CyShouldNeverHappenException("ReplaceAllUTF8: a piece was not UTF-8, the whole is");
   }
-  return count;
 }
 
-int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer, const TyUTF8Sink& Write,
-                           int64_t PieceSize) {
-  const int fd = ::open(Path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw CyException("Cannot read " + Path + ": " + std::strerror(errno) + ".", 2);
-  struct TyClose {
-    int Handle;
-    ~TyClose() { ::close(Handle); }
-  } close{fd};
-  struct stat info {};
-  CyProgress::Begin("Replacing", ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)
-                                     ? static_cast<uint64_t>(info.st_size)
-                                     : 0);
-  // Read piece by piece: a few bytes of a character cut at a piece's end wait for the next.
-  std::vector<uint8_t> bytes;
-  size_t held = 0;
-  bool atEnd = false;
-  auto source = [&](char16_t* Target, int64_t Capacity) -> int64_t {
-    const size_t want = static_cast<size_t>(Capacity);
-    if (bytes.size() < want) bytes.resize(want);
-    while (!atEnd && held < want) {
-      const ssize_t got = ::read(fd, bytes.data() + held, want - held);
-      if (got < 0 && errno == EINTR) continue;
-      if (got < 0) throw CyException("Cannot read " + Path + ": " + std::strerror(errno) + ".", 2);
-      if (got == 0) atEnd = true;
-      held += static_cast<size_t>(got);
-      CyProgress::Advance(static_cast<uint64_t>(got));
-    }
-    if (held == 0) return 0;
-    int64_t written = 0;
-    const size_t used = DecodePiece(bytes.data(), held, atEnd, Target, written);
-    std::memmove(bytes.data(), bytes.data() + used, held - used);
-    held -= used;
-    return written;
-  };
-  TyUTF8Encoder encoder(Write);
-  int64_t count = 0;
+int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer,
+                           std::u16string_view Newline, const TyUTF8Sink& Write, int64_t PieceSize,
+                           const TyJobContext& Job) {
+  CyFileBytes bytes(Path);
+  Job.Begin("Replacing", bytes.getSize());
   try {
-    // Four bytes at least, so that every piece holds a whole character.
-    Replacer.ReplaceAllStreamed(source, std::ref(encoder), count, std::max<int64_t>(4, PieceSize));
+    return ReplaceStream(bytes, Replacer, Newline, Write, PieceSize, Job);
   } catch (const TyNotUTF8&) {
-    CheckUTF8File(Path);  // raises with the first bad byte's position
-    throw CyException("The file \"" + Path + "\" changed while it was being read.", 23);
+    CheckUTF8File(Path, Job);  // raises with the first bad byte's position
+    throwChanged("nothing was written.");
   }
-  return count;
 }
 
 }  // namespace xylem

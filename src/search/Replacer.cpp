@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "text/PageMemory.hpp"
 
@@ -26,159 +27,106 @@ bool CyReplacer::Replace(const char16_t* Text, int64_t Length, int64_t From, int
                          std::span<int64_t> Markers, int64_t& DeltaCharCount,
                          int64_t& MaxDeltaCharCount, int64_t& ReplaceCount) {
   CyFIFOUTF16 tail(true);
-  return Pass(Text, nullptr, Length, From, To, Markers, tail, DeltaCharCount, MaxDeltaCharCount,
-              ReplaceCount);
+  return Replace(Text, Length, From, To, Markers, tail, DeltaCharCount, MaxDeltaCharCount,
+                 ReplaceCount);
 }
 
 bool CyReplacer::Replace(const char16_t* Text, int64_t Length, int64_t From, int64_t To,
                          std::span<int64_t> Markers, CyFIFOUTF16& FIFO, int64_t& DeltaCharCount,
                          int64_t& MaxDeltaCharCount, int64_t& ReplaceCount) {
-  return Pass(Text, nullptr, Length, From, To, Markers, FIFO, DeltaCharCount, MaxDeltaCharCount,
-              ReplaceCount);
+  if (!NeedsLookBehind() || From < 0 || From > Length || From > To || To > Length)
+    return Pass(nullptr, const_cast<char16_t*>(Text), Length, From, To, Markers, FIFO, nullptr,
+                Length, DeltaCharCount, MaxDeltaCharCount, ReplaceCount);
+  // Look-behind writes replaced text in front of the search point: into a copy, as the input
+  // is only read.
+  CyReplaceBuffer copy(Length);
+  std::memcpy(copy.getText(), Text, static_cast<size_t>(Length) * 2);
+  return ReplaceConsuming(copy, From, To, Markers, FIFO, DeltaCharCount, MaxDeltaCharCount,
+                          ReplaceCount);
 }
 
 bool CyReplacer::ReplaceConsuming(CyReplaceBuffer& Text, int64_t From, int64_t To,
                                   std::span<int64_t> Markers, CyFIFOUTF16& FIFO,
                                   int64_t& DeltaCharCount, int64_t& MaxDeltaCharCount,
                                   int64_t& ReplaceCount) {
-  return Pass(Text.getText(), &Text, Text.getLength(), From, To, Markers, FIFO, DeltaCharCount,
-              MaxDeltaCharCount, ReplaceCount);
+  return Pass(nullptr, Text.getText(), Text.getLength(), From, To, Markers, FIFO, nullptr,
+              Text.getLength(), DeltaCharCount, MaxDeltaCharCount, ReplaceCount);
 }
 
-bool CyReplacer::Pass(const char16_t* Text, CyReplaceBuffer* Writable, int64_t Length, int64_t From,
-                      int64_t To, std::span<int64_t> Markers, CyFIFOUTF16& Out,
-                      int64_t& DeltaCharCount, int64_t& MaxDeltaCharCount, int64_t& ReplaceCount) {
+bool CyReplacer::ReplaceAllStreamed(const TySource& Source, const TySink& Sink,
+                                    int64_t& ReplaceCount, int64_t PieceSize) {
+  CyFIFOUTF16 out;
+  int64_t delta = 0, maxDelta = 0;
+  return Pass(&Source, nullptr, 0, 0, std::numeric_limits<int64_t>::max(), {}, out, &Sink,
+              PieceSize, delta, maxDelta, ReplaceCount);
+}
+
+bool CyReplacer::Pass(const TySource* Source, char16_t* Whole, int64_t Length, int64_t From,
+                      int64_t To, std::span<int64_t> Markers, CyFIFOUTF16& Out, const TySink* Sink,
+                      int64_t PieceSize, int64_t& DeltaCharCount, int64_t& MaxDeltaCharCount,
+                      int64_t& ReplaceCount) {
   DeltaCharCount = 0;
   MaxDeltaCharCount = 0;
   ReplaceCount = 0;
-  if (From < 0 || From > Length || From > To || To > Length) return false;
+  if (!Source && (From < 0 || From > Length || From > To || To > Length)) return false;
 
   const bool lookBehind = NeedsLookBehind();
-  // The window: the look-behind must see replaced text, but the input is read-only, so from the
-  // first replacement on the search runs in a copy of the rest of the text with kLookBehind
-  // spare units in front; offset x of the input lives at window[x - windowOrigin].
-  std::unique_ptr<char16_t[]> copy;
-  char16_t* window = Writable != nullptr ? Writable->getText() : nullptr;
-  int64_t windowOrigin = 0;
-
-  const int64_t writtenBefore = Out.getWrittenCount();
-  Out.Write(Text, From);
-  int64_t position = From;
-  bool notEmptyAtStart = false;
-  for (;;) {
-    int64_t start = 0;
-    int64_t end = 0;
-    bool found = false;
-    if (!lookBehind) {
-      found =
-          FindNext(Text, Length, position, notEmptyAtStart, false, false, start, end) == srMatch;
-    } else if (ReplaceCount == 0) {
-      // Nothing replaced yet: the input in front of the search point is the right look-behind.
-      const int64_t k = std::min(kLookBehind, position);
-      found = FindNext(Text + position - k, Length - position + k, k, notEmptyAtStart, position > k,
-                       false, start, end) == srMatch;
-      start += position - k;
-      end += position - k;
-    } else {
-      if (window == nullptr) {
-        copy.reset(new char16_t[static_cast<size_t>(kLookBehind + Length - position + 1)]);
-        window = copy.get() + kLookBehind;
-        windowOrigin = position;
-        std::memcpy(window, Text + position, static_cast<size_t>(Length - position) * 2);
-        window[Length - position] = 0;
-      }
-      // The tail of the output is the replaced text just in front of the search point; it goes
-      // where the input used to be, which the pass never reads again.
-      const int64_t k =
-          std::min({kLookBehind, Out.getWrittenCount() - writtenBefore, Out.getCount()});
-      char16_t* subject = window + (position - windowOrigin) - k;
-      Out.CopyTail(k, subject);
-      // "^" is a look-behind as well: the window's first unit is a line start only when the whole
-      // replaced text in front of the search point fits into it.
-      found = FindNext(subject, Length - position + k, k, notEmptyAtStart,
-                       k < Out.getWrittenCount() - writtenBefore, false, start, end) == srMatch;
-      start += position - k;
-      end += position - k;
-    }
-    if (!found || start >= To) break;
-    start = std::max(start, position);
-    end = std::max(end, start);
-
-    Out.Write(Text + position, start - position);
-    const int64_t before = Out.getWrittenCount();
-    WriteReplacement(Out);
-    const int64_t replacementLength = Out.getWrittenCount() - before;
-    const int64_t change = replacementLength - (end - start);
-    // Markers are already in replaced coordinates up to here: the match sits at
-    // [start + DeltaCharCount, end + DeltaCharCount) of the replaced text.
-    const int64_t newStart = start + DeltaCharCount;
-    const int64_t newEnd = end + DeltaCharCount;
-    for (int64_t& marker : Markers) {
-      if (marker > newEnd) {
-        marker += change;
-      } else if (marker > newStart) {
-        marker = newStart + replacementLength;
-      }
-    }
-    DeltaCharCount += change;
-    MaxDeltaCharCount = std::max(MaxDeltaCharCount, DeltaCharCount);
-    ++ReplaceCount;
-    position = end;
-    notEmptyAtStart = start == end;
-  }
-  Out.Write(Text + position, Length - position);
-  return ReplaceCount > 0;
-}
-
-bool CyReplacer::ReplaceAllStreamed(const std::function<int64_t(char16_t*, int64_t)>& Source,
-                                    const std::function<void(std::u16string_view)>& Sink,
-                                    int64_t& ReplaceCount, int64_t PieceSize) {
   // At least two units, so a Source can always hand over a whole surrogate pair.
   const int64_t kPiece = std::max<int64_t>(2, PieceSize);
-  ReplaceCount = 0;
-  const bool lookBehind = NeedsLookBehind();
-  int64_t capacity = 2 * kPiece;
-  std::unique_ptr<char16_t[]> buffer(new char16_t[static_cast<size_t>(kLookBehind + capacity)]);
-  // The text of the current piece starts at buffer + kLookBehind; `front` units of original
-  // text in front of it are kept for searchers that look one unit back (whole words).
+  // The current piece of text starts at `text`, offset `origin` of the whole text; kLookBehind
+  // writable units lie in front of it. A whole text is the one piece, read in place. Pieces
+  // from a Source go into `buffer`, `front` units of original text kept in front of them for
+  // searchers that look one unit back (whole words).
+  std::unique_ptr<char16_t[]> buffer;
+  int64_t capacity = 0;
+  char16_t* text = Whole;
+  int64_t available = Length;
+  int64_t origin = 0;
   int64_t front = 0;
-  int64_t available = 0;
-  int64_t position = 0;
-  bool final = false;
-  bool needMore = true;
+  bool final = Source == nullptr;
+  bool needMore = !final;
+  if (Source) {
+    capacity = 2 * kPiece;
+    buffer.reset(new char16_t[static_cast<size_t>(kLookBehind + capacity)]);
+    text = buffer.get() + kLookBehind;
+    available = 0;
+  }
+  const int64_t writtenBefore = Out.getWrittenCount();
+  Out.Write(text, From);
+  int64_t position = From;
   bool notEmptyAtStart = false;
-  CyFIFOUTF16 out;
-  auto text = [&] { return buffer.get() + kLookBehind; };
 
   for (;;) {
     if (!final && (needMore || available - position < kPiece)) {
       // Move the open rest (and up to kLookBehind units in front of it) to the start.
       const int64_t keep = std::min(kLookBehind, position + front);
-      std::memmove(buffer.get() + kLookBehind - keep, text() + position - keep,
+      std::memmove(text - keep, text + position - keep,
                    static_cast<size_t>(available - position + keep) * 2);
       available -= position;
+      origin += position;
       position = 0;
       front = keep;
       if (available + kPiece > capacity) {
         capacity = 2 * (available + kPiece);
         std::unique_ptr<char16_t[]> grown(
             new char16_t[static_cast<size_t>(kLookBehind + capacity)]);
-        std::memcpy(grown.get() + kLookBehind - front, text() - front,
+        std::memcpy(grown.get() + kLookBehind - front, text - front,
                     static_cast<size_t>(front + available) * 2);
         buffer = std::move(grown);
+        text = buffer.get() + kLookBehind;
       }
-      const int64_t read = Source(text() + available, kPiece);
+      const int64_t read = (*Source)(text + available, kPiece);
       available += read;
       final = read == 0;
       needMore = false;
       // Hand on all but the tail the next window needs.
-      if (out.getCount() > std::max(kPiece, 2 * CyFIFOUTF16::kKeptTail)) {
-        const std::u16string_view done = out.getView();
+      if (Sink && Out.getCount() > std::max(kPiece, 2 * CyFIFOUTF16::kKeptTail)) {
+        const std::u16string_view done = Out.getView();
         size_t cut = done.size() - static_cast<size_t>(CyFIFOUTF16::kKeptTail);
         if ((done[cut] & 0xFC00) == 0xDC00 && (done[cut - 1] & 0xFC00) == 0xD800)
           --cut;  // pairs stay whole
-        Sink(done.substr(0, cut));
-        out.Consume(static_cast<int64_t>(cut));
+        (*Sink)(done.substr(0, cut));
+        Out.Consume(static_cast<int64_t>(cut));
       }
       continue;
     }
@@ -187,15 +135,19 @@ bool CyReplacer::ReplaceAllStreamed(const std::function<int64_t(char16_t*, int64
     bool notAtTextStart = false;
     char16_t* subject = nullptr;
     if (lookBehind) {
-      // As in the one-buffer pass: look-behind sees the replaced text in front of the point.
-      k = std::min(kLookBehind, std::min(out.getWrittenCount(), out.getCount()));
-      subject = text() + position - k;
-      out.CopyTail(k, subject);
+      // Look-behind must see the replaced text in front of the search point: the output's tail
+      // goes where the input used to be, which the pass never reads again. "^" is a
+      // look-behind as well: the window's first unit is a line start only when the whole
+      // replaced text in front of the search point fits into it.
+      const int64_t written = Out.getWrittenCount() - writtenBefore;
+      k = std::min({kLookBehind, written, Out.getCount()});
+      subject = text + position - k;
+      Out.CopyTail(k, subject);
       front = 0;  // the original text in front is overwritten now
-      notAtTextStart = k < out.getWrittenCount();
+      notAtTextStart = k < written;
     } else {
       k = std::min(kLookBehind, position + front);
-      subject = text() + position - k;
+      subject = text + position - k;
     }
     int64_t start = 0;
     int64_t end = 0;
@@ -203,29 +155,46 @@ bool CyReplacer::ReplaceAllStreamed(const std::function<int64_t(char16_t*, int64
                                      notAtTextStart, !final, start, end);
     start += position - k;
     end += position - k;
-    // As in the one-buffer pass, a match must start before the end of the text.
-    if (result == srMatch && final && start >= available) result = srNone;
+    // A match must start before To and before the end of the text.
+    if (result == srMatch && (origin + start >= To || (final && start >= available)))
+      result = srNone;
     if (result == srMatch) {
       start = std::max(start, position);
       end = std::max(end, start);
-      out.Write(text() + position, start - position);
-      WriteReplacement(out);
+      Out.Write(text + position, start - position);
+      const int64_t before = Out.getWrittenCount();
+      WriteReplacement(Out);
+      const int64_t replacementLength = Out.getWrittenCount() - before;
+      const int64_t change = replacementLength - (end - start);
+      // Markers are already in replaced coordinates up to here: the match sits at
+      // [start + DeltaCharCount, end + DeltaCharCount) of the replaced text.
+      const int64_t newStart = origin + start + DeltaCharCount;
+      const int64_t newEnd = origin + end + DeltaCharCount;
+      for (int64_t& marker : Markers) {
+        if (marker > newEnd) {
+          marker += change;
+        } else if (marker > newStart) {
+          marker = newStart + replacementLength;
+        }
+      }
+      DeltaCharCount += change;
+      MaxDeltaCharCount = std::max(MaxDeltaCharCount, DeltaCharCount);
       ++ReplaceCount;
       position = end;
       notEmptyAtStart = start == end;
     } else if (result == srNone) {
-      out.Write(text() + position, available - position);
+      Out.Write(text + position, available - position);
       position = available;
       if (final) break;
     } else {
       start = std::max(start, position);
-      out.Write(text() + position, start - position);
+      Out.Write(text + position, start - position);
       if (start > position) notEmptyAtStart = false;
       position = start;
       needMore = true;
     }
   }
-  Sink(out.getView());
+  if (Sink) (*Sink)(Out.getView());
   return ReplaceCount > 0;
 }
 

@@ -68,13 +68,14 @@ class CyReplacer {
                int64_t& ReplaceCount);
 
   // As above, and writes the whole replaced text (Text[0, From) unchanged, the replaced range,
-  // Text[To', Length) unchanged) into FIFO. Markers are offsets into Text on entry and into the
-  // replaced text on return: a marker at or before a match's start stays, one inside a match
+  // Text[To', Length) unchanged) into FIFO. This and every other form run the one pass
+  // (Pass); a whole text is simply its only piece. Markers are offsets into Text on entry and into
+  // the replaced text on return: a marker at or before a match's start stays, one inside a match
   // (after its start, up to its end) moves to the end of the replacement, one behind it moves
   // by the length change. DeltaCharCount is the total length change, MaxDeltaCharCount the
   // largest value the running change reached (never below 0). Text is only read; a
-  // regular-expression pass copies the rest of the text after its first replacement to give
-  // look-behind its window.
+  // regular-expression pass works in a copy of it, in front of whose search point it writes
+  // the replaced text for look-behind to see.
   bool Replace(const char16_t* Text, int64_t Length, int64_t From, int64_t To,
                std::span<int64_t> Markers, CyFIFOUTF16& FIFO, int64_t& DeltaCharCount,
                int64_t& MaxDeltaCharCount, int64_t& ReplaceCount);
@@ -92,9 +93,10 @@ class CyReplacer {
   // receives the replaced text in order, in pieces that never split a pair. Memory stays
   // bounded by PieceSize (units per refill; the default stays in cache, tests make it tiny) plus
   // the longest match still open at a piece's end. Returns ReplaceCount > 0.
-  bool ReplaceAllStreamed(const std::function<int64_t(char16_t* Target, int64_t Capacity)>& Source,
-                          const std::function<void(std::u16string_view Piece)>& Sink,
-                          int64_t& ReplaceCount, int64_t PieceSize = int64_t{1} << 18);
+  using TySource = std::function<int64_t(char16_t* Target, int64_t Capacity)>;
+  using TySink = std::function<void(std::u16string_view Piece)>;
+  bool ReplaceAllStreamed(const TySource& Source, const TySink& Sink, int64_t& ReplaceCount,
+                          int64_t PieceSize = int64_t{1} << 18);
 
  protected:
   // Whether matching looks at replaced text in front of the search point (regular expressions).
@@ -110,9 +112,14 @@ class CyReplacer {
   virtual void WriteReplacement(CyFIFOUTF16& Out) = 0;
 
  private:
-  bool Pass(const char16_t* Text, CyReplaceBuffer* Writable, int64_t Length, int64_t From,
-            int64_t To, std::span<int64_t> Markers, CyFIFOUTF16& Out, int64_t& DeltaCharCount,
-            int64_t& MaxDeltaCharCount, int64_t& ReplaceCount);
+  // The one replace loop. Its text is either Whole[0, Length) (Source null; kLookBehind
+  // writable units in front of it when NeedsLookBehind, as the pass writes replaced text
+  // there) or what Source hands over in pieces of PieceSize. Matches starting in [From, To) are
+  // replaced into Out; with a Sink, Out's settled front is handed to it as the pass goes and the
+  // rest at the end.
+  bool Pass(const TySource* Source, char16_t* Whole, int64_t Length, int64_t From, int64_t To,
+            std::span<int64_t> Markers, CyFIFOUTF16& Out, const TySink* Sink, int64_t PieceSize,
+            int64_t& DeltaCharCount, int64_t& MaxDeltaCharCount, int64_t& ReplaceCount);
 };
 
 }  // namespace xylem

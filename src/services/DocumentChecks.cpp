@@ -20,9 +20,9 @@ IyXMLErrsPtr errorsOf(std::vector<IyXMLErrPtr> Errors) {
 
 }  // namespace
 
-IyXMLErrsPtr CheckXMLDocument(TxTextList& List, int64_t& TotalDelta) {
+IyXMLErrsPtr CheckXMLDocument(TxTextList& List, int64_t& TotalDelta, const TyJobContext& Job) {
   // One pass over the text computes the line states and checks.
-  return CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(List, TotalDelta);
+  return CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(List, TotalDelta, 0, Job);
 }
 
 IyXMLErrsPtr CheckXSLTDocument(const TxTextList& List, CyXPathCheckerCachePool& Caches) {

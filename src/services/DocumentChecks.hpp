@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "common/JobContext.hpp"
 #include "diag/ErrList.hpp"
 #include "services/DocumentKind.hpp"
 #include "services/XPathCheckerCachePool.hpp"
@@ -15,8 +16,9 @@ class TxTextList;
 class CyJSONMemory;
 
 // XML well-formedness. Stores the line states while checking (in parallel pieces), so the list
-// changes only in its per-line caches; TotalDelta receives the document's total delta.
-IyXMLErrsPtr CheckXMLDocument(TxTextList& List, int64_t& TotalDelta);
+// changes only in its per-line caches; TotalDelta receives the document's total delta. Job:
+// pieces, threads, progress and cancellation of the check.
+IyXMLErrsPtr CheckXMLDocument(TxTextList& List, int64_t& TotalDelta, const TyJobContext& Job = {});
 
 // The syntax of every XPath-bearing attribute of an XSLT stylesheet (which must be
 // well-formed), errors placed on the failing token. Uses a cache leased from Caches.

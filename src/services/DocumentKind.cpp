@@ -37,7 +37,10 @@ TyDocumentKind DetectDocumentKind(std::string_view Path, const TxTextList& List)
   if (extension == ".xsl" || extension == ".xslt") return TyDocumentKind::dkXSLT;
   const std::u16string text = head(List);
   const size_t first = text.find_first_not_of(u" \t\r\n\uFEFF");
-  if (first == std::u16string::npos) return TyDocumentKind::dkText;
+  // Nothing but white space: as XML it has no root element, which `check` must say.
+  if (first == std::u16string::npos)
+    return extension.empty() || extension == ".xml" ? TyDocumentKind::dkXML
+                                                    : TyDocumentKind::dkText;
   const char16_t c = text[first];
   if (c == u'<') return isXSLT(text) ? TyDocumentKind::dkXSLT : TyDocumentKind::dkXML;
   if (c == u'{' || c == u'[') return TyDocumentKind::dkJSON;

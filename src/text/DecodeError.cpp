@@ -2,8 +2,6 @@
 
 #include <cstdio>
 
-#include "common/Settings.hpp"
-
 namespace xylem {
 
 namespace {
@@ -24,8 +22,9 @@ CyDecodeException CyDecodeException::ShiftedBy(int64_t Bytes) const {
   return CyDecodeException(message, getCode(), Reason_, Position_, offset);
 }
 
-void ThrowBinaryFile(TyTextPosition Position, int64_t ByteOffset) {
-  const std::string reason = CySettings::Get().ApplicationName +
+void ThrowBinaryFile(std::string_view ApplicationName, TyTextPosition Position,
+                     int64_t ByteOffset) {
+  const std::string reason = std::string(ApplicationName) +
                              " does not support binary files.\r\nUse another editor to edit "
                              "the file.";
   throw CyDecodeException(reason, kErrorBinaryFile, reason, Position, ByteOffset);

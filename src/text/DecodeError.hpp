@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
@@ -39,8 +40,10 @@ class CyDecodeException : public CyException {
 };
 
 // The binary-file refusal: code 17, "APP does not support binary files." and "Use another
-// editor to edit the file." joined by CR LF, with the position of the first NUL.
-[[noreturn]] void ThrowBinaryFile(TyTextPosition Position = {}, int64_t ByteOffset = -1);
+// editor to edit the file." joined by CR LF (APP: ApplicationName), with the position of the
+// first NUL.
+[[noreturn]] void ThrowBinaryFile(std::string_view ApplicationName, TyTextPosition Position = {},
+                                  int64_t ByteOffset = -1);
 // Bytes that do not decode: code 21, "Line L, position P (byte B): the byte 0xXX cannot be
 // decoded as ENCODING." (Detail replaces the part behind the colon when given).
 [[noreturn]] void ThrowUndecodable(TyTextPosition Position, int64_t ByteOffset, uint8_t Byte,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 
 #include "common/Exception.hpp"
 
@@ -106,12 +107,51 @@ bool CyEncodingSolver::SolveEncoding(const std::string& BOMEncoding,
   return true;
 }
 
+namespace {
+
+// The value of the first "encoding = 'name'" in a declaration that its grammar refused, when
+// it is a valid encoding name; empty otherwise.
+std::string LenientEncodingName(std::string_view Text) {
+  size_t at = Text.find("encoding");
+  if (at == std::string_view::npos) return {};
+  at += 8;
+  auto space = [&] {
+    while (at < Text.size() &&
+           (Text[at] == ' ' || Text[at] == '\t' || Text[at] == '\r' || Text[at] == '\n'))
+      ++at;
+  };
+  space();
+  if (at >= Text.size() || Text[at] != '=') return {};
+  ++at;
+  space();
+  if (at >= Text.size() || (Text[at] != '"' && Text[at] != '\'')) return {};
+  const size_t end = Text.find(Text[at], at + 1);
+  if (end == std::string_view::npos) return {};
+  const std::string name(Text.substr(at + 1, end - at - 1));
+  bool valid = !name.empty() && std::isalpha(static_cast<unsigned char>(name[0]));
+  for (char c : name)
+    valid =
+        valid && (std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' || c == '-');
+  return valid ? name : std::string();
+}
+
+}  // namespace
+
 bool CyXMLDeclEncodingDetector::DetectEncodingAndSkipBOM(CyRewindableInputStream& Stream,
                                                          bool& HasBOM, CyEncoding& Encoding,
                                                          bool& EncodingFixed) {
   TyDeclaration declaration;
   std::string mark;
-  if (!CyXMLDeclParser::ParseRewindableInputStream(Stream, declaration, mark, HasBOM)) return false;
+  try {
+    if (!CyXMLDeclParser::ParseRewindableInputStream(Stream, declaration, mark, HasBOM))
+      return false;
+  } catch (const CyDeclException&) {
+    // A malformed declaration is a well-formedness error, which the check reports with its
+    // position; the load goes on with the encoding the declaration names, if it names one.
+    const std::string encoding = LenientEncodingName(ReadDeclarationText(Stream, mark, HasBOM));
+    if (encoding.empty()) return false;
+    return CyEncodingSolver::SolveEncoding(mark, encoding, Encoding, EncodingFixed);
+  }
   return CyEncodingSolver::SolveEncoding(mark, declaration.Encoding, Encoding, EncodingFixed);
 }
 

@@ -58,8 +58,10 @@ class CyTextDeclEncodingDetector {
 class CyEncodingDetector {
  public:
   // The entry point of every load. BaseURL's extension selects the DTD rules and the binary
-  // extensions. Reads at most the first 1024 bytes; leaves the stream behind any mark. Throws
-  // CyDeclException for a malformed declaration and CyException for the solver's conflicts.
+  // extensions. Reads at most the first 1024 bytes; leaves the stream behind any mark. A
+  // malformed XML declaration is read for its encoding name only (the well-formedness check
+  // reports it); a malformed text declaration throws CyDeclException. Throws CyException for
+  // the solver's conflicts.
   static void DetectEncodingAndSkipBOM(std::string_view BaseURL, CyRewindableInputStream& Stream,
                                        bool& HasBOM, CyEncoding& Encoding, bool& EncodingFixed);
   // UTF-8, no mark, not fixed.

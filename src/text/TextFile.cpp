@@ -29,7 +29,7 @@ void skipMatchingMark(CyRewindableInputStream& Stream, const CyEncoding& Encodin
 std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
                           CyRewindableInputStream& Stream, CyUTF8ToCharErrorHandler* ErrorHandler,
                           CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM, int PieceCount,
-                          const std::function<void()>& AfterDecode) {
+                          const std::function<void()>& AfterDecode, const TyJobContext& Job) {
   // Detection reads at most a mark and a declaration's 1024 bytes: it works on a copy of the
   // head, so that only the loader reads the (possibly mapped) bytes, inside ReadMapped.
   uint8_t head[4096];
@@ -47,7 +47,8 @@ std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
   Stream.setPosition(mark);
   try {
     return CyTextListLoader::LoadTextList_PARALLEL(List, Stream.getCurrent(), Stream.getRemaining(),
-                                                   Encoding, ErrorHandler, PieceCount, AfterDecode);
+                                                   Encoding, ErrorHandler, PieceCount, AfterDecode,
+                                                   Job);
   } catch (const CyDecodeException& error) {
     throw error.ShiftedBy(static_cast<int64_t>(mark));  // offsets count from the file's start
   }
@@ -58,35 +59,40 @@ std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
 std::u16string TxTextList::LoadFromDataEncoded__PARALLEL__(const uint8_t* Data, size_t Size,
                                                            const CyEncoding& Encoding,
                                                            CyUTF8ToCharErrorHandler* ErrorHandler,
-                                                           int PieceCount) {
+                                                           int PieceCount,
+                                                           const TyJobContext& Job) {
   return CyTextListLoader::LoadTextList_PARALLEL(*this, Data, Size, Encoding, ErrorHandler,
-                                                 PieceCount);
+                                                 PieceCount, {}, Job);
 }
 
 std::u16string TxTextList::LoadFromBufferedInputStreamEncoded__PARALLEL__(
     const std::string& BaseURL, CyBufferedInputStream& BufferedInputStream,
     CyUTF8ToCharErrorHandler* ErrorHandler, CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM,
-    int PieceCount) {
+    int PieceCount, const TyJobContext& Job) {
   return loadStream(*this, BaseURL, BufferedInputStream, ErrorHandler, Encoding, EncodingFixed,
-                    HasBOM, PieceCount, {});
+                    HasBOM, PieceCount, {}, Job);
 }
 
 std::u16string TxTextList::LoadFromURL__PARALLEL__(const std::string& Path,
                                                    CyUTF8ToCharErrorHandler* ErrorHandler,
                                                    CyEncoding& Encoding, bool& EncodingFixed,
-                                                   bool& HasBOM, int PieceCount) {
-  CyInputBytes file = CyInputBytes::FromPath(Path);
+                                                   bool& HasBOM, int PieceCount,
+                                                   const TyJobContext& Job,
+                                                   uint64_t MaxStreamBytes) {
+  CyInputBytes file = CyInputBytes::FromPath(Path, MaxStreamBytes);
   CyRewindableInputStream stream(file.getData(), file.getSize());
-  return loadStream(*this, Path, stream, ErrorHandler, Encoding, EncodingFixed, HasBOM, PieceCount,
-                    [&file] { file.Release(); });
+  return loadStream(
+      *this, Path, stream, ErrorHandler, Encoding, EncodingFixed, HasBOM, PieceCount,
+      [&file] { file.Release(); }, Job);
 }
 
 std::u16string TxTextList::LoadFromDataDecoded__PARALLEL__(std::u16string_view DataDecoded,
-                                                           int PieceCount) {
+                                                           int PieceCount,
+                                                           const TyJobContext& Job) {
   CyTextOwner* owner = CyTextOwner::CreateBuffer(DataDecoded.size());
   if (!DataDecoded.empty())
     std::memcpy(owner->getBuffer(), DataDecoded.data(), DataDecoded.size() * sizeof(char16_t));
-  return CyTextListLoader::LoadDecoded_PARALLEL(*this, owner, DataDecoded.size(), PieceCount);
+  return CyTextListLoader::LoadDecoded_PARALLEL(*this, owner, DataDecoded.size(), PieceCount, Job);
 }
 
 std::string TxTextList::getEncoded(const CyEncoding& Encoding, bool WithBOM,
@@ -110,9 +116,9 @@ TyTextFileFormat LoadTextFile(const std::string& Path, TxTextList& List,
   TyTextFileFormat format;
   format.EncodingFixed = Options.Encoding.has_value();
   if (Options.Encoding) format.Encoding = *Options.Encoding;
-  format.Newline =
-      List.LoadFromURL__PARALLEL__(Path, Options.ErrorHandler, format.Encoding,
-                                   format.EncodingFixed, format.HasBOM, Options.PieceCount);
+  format.Newline = List.LoadFromURL__PARALLEL__(
+      Path, Options.ErrorHandler, format.Encoding, format.EncodingFixed, format.HasBOM,
+      Options.PieceCount, Options.Job ? *Options.Job : TyJobContext{}, Options.MaxStreamBytes);
   return format;
 }
 
@@ -124,7 +130,7 @@ TyTextFileFormat LoadTextBytes(std::string_view Bytes, std::string_view BaseURL,
   CyRewindableInputStream stream(reinterpret_cast<const uint8_t*>(Bytes.data()), Bytes.size());
   format.Newline = List.LoadFromBufferedInputStreamEncoded__PARALLEL__(
       std::string(BaseURL), stream, Options.ErrorHandler, format.Encoding, format.EncodingFixed,
-      format.HasBOM, Options.PieceCount);
+      format.HasBOM, Options.PieceCount, Options.Job ? *Options.Job : TyJobContext{});
   return format;
 }
 

@@ -12,7 +12,7 @@
 // error handler in mode 1), both CyDecodeException with the first bad byte's position; 18
 // malformed declaration (CyDeclException, with a position), 19 mark/declaration conflict, 20
 // unsupported encoding, 22 a character the target encoding cannot represent, 23 the file cannot
-// be read (or shrank while it was read), 24 a stream longer than CySettings::MaxStreamBytes, 25
+// be read (or shrank while it was read), 24 a stream longer than MaxStreamBytes, 25
 // not a regular file or named pipe, 6009 the file cannot be written.
 // A failed load leaves the list as it was; a failed save leaves the target file as it was.
 
@@ -44,8 +44,12 @@ struct TyTextFileLoadOptions {
   std::optional<CyEncoding> Encoding;
   // Receives the count of invalid sequences; counting only when null.
   CyUTF8ToCharErrorHandler* ErrorHandler = nullptr;
-  // Pieces of the parallel load; 0 means one per processor (or 1 with parallel processing off).
+  // Pieces of the parallel load; 0 means the job's piece count.
   int PieceCount = 0;
+  // Pieces, progress, cancellation and threads of the load; null: a default context.
+  const TyJobContext* Job = nullptr;
+  // The most bytes read from a named pipe (a stream has no size to check beforehand).
+  uint64_t MaxStreamBytes = kDefaultMaxStreamBytes;
 };
 
 // Loads the file at Path into List (replacing its content) and returns its format. A regular

@@ -35,7 +35,7 @@ void releaseTexts(TxItem* Items, int64_t Count) {
 
 void CyTextItemsCrusher::Crush_PARALLEL(TxItem* TextItems, int64_t TextItemsCount, int PieceCount) {
   if (TextItemsCount <= 0) return;
-  int pieces = PieceCount > 0 ? PieceCount : CyTasks::PieceCount();
+  int pieces = PieceCount > 0 ? PieceCount : CyTasks::ProcessorCount();
   if (TextItemsCount < kParallelCrushMinimum) pieces = 1;
   std::vector<int64_t> starts(static_cast<size_t>(pieces) + 1);
   int64_t at = 0;
@@ -91,7 +91,9 @@ void TxTextItems::Allocate(int64_t Count) {
 }
 
 void TxTextItems::Abandon() {
-  Block_.Zero(0, Block_.getCapacity());
+  // Given back rather than zero-filled: a fill may stop (cancelled) with most of a huge block
+  // not even faulted in.
+  Block_.ResetUninitialized(0);
   Count_ = 0;
 }
 

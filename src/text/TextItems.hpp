@@ -81,8 +81,8 @@ class TxTextItems {
   // Drops all lines and leaves Count records with undefined contents, which the caller must
   // write completely (the loader's parallel fill) or hand to Abandon.
   void Allocate(int64_t Count);
-  // Forgets every record without releasing texts and zero-fills the block: the way out of an
-  // Allocate whose fill did not complete.
+  // Forgets every record without releasing texts and gives the block back: the way out of an
+  // Allocate whose fill did not complete (failed or cancelled).
   void Abandon();
   // The record block's address range, for a parallel stage to fault in its own part.
   TxItem* getBlock() const { return data(); }
@@ -128,7 +128,7 @@ class TxTextItems {
 class CyTextItemsCrusher {
  public:
   // Frees the texts of Count records from TextItems (raw records, not 1-based lines).
-  // PieceCount 0 means CyTasks::PieceCount(); small ranges run on the calling thread.
+  // PieceCount 0 means one per processor; small ranges run on the calling thread.
   static void Crush_PARALLEL(TxItem* TextItems, int64_t TextItemsCount, int PieceCount = 0);
 };
 

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "common/InputBytes.hpp"
+#include "common/JobContext.hpp"
 #include "text/Converter.hpp"
 #include "text/Encoding.hpp"
 #include "text/InputStream.hpp"
@@ -27,8 +29,6 @@ using TxCreateUniqueIDEvent = std::function<int64_t(int64_t Count)>;
 // need identities without keeping a generator of their own. Thread-safe.
 int64_t CreateProcessUniqueIDs(int64_t Count);
 
-// Code of the error that refuses binary content.
-
 class TxTextList {
  public:
   TxTextList() = default;
@@ -37,7 +37,9 @@ class TxTextList {
 
   // ---- Loading. Each replaces the whole content and returns the document's newline. On any
   // failure (binary content, a NUL, an unsupported encoding, a declaration error) the list
-  // keeps its previous content. PieceCount 0 means CyTasks::PieceCount(); tests pass others.
+  // keeps its previous content. PieceCount 0 means Job.PieceCount; tests pass others. Job also
+  // takes the progress and may cancel the load (CyCancelledException; see
+  // CyTextListLoader::LoadTextList_PARALLEL).
 
   // Loads Size bytes that lie behind any byte-order mark, in Encoding (UTF-8 and UTF-16LE are
   // split and decoded in parallel; others are decoded sequentially first). Invalid sequences
@@ -46,7 +48,7 @@ class TxTextList {
   std::u16string LoadFromDataEncoded__PARALLEL__(const uint8_t* Data, size_t Size,
                                                  const CyEncoding& Encoding,
                                                  CyUTF8ToCharErrorHandler* ErrorHandler = nullptr,
-                                                 int PieceCount = 0);
+                                                 int PieceCount = 0, const TyJobContext& Job = {});
   // Loads the stream from its start. When EncodingFixed is false on entry the encoding is
   // detected (BaseURL's extension selects the DTD rules) and Encoding, EncodingFixed and
   // HasBOM are set; otherwise Encoding is used as given and only a matching byte-order mark
@@ -54,18 +56,21 @@ class TxTextList {
   std::u16string LoadFromBufferedInputStreamEncoded__PARALLEL__(
       const std::string& BaseURL, CyBufferedInputStream& BufferedInputStream,
       CyUTF8ToCharErrorHandler* ErrorHandler, CyEncoding& Encoding, bool& EncodingFixed,
-      bool& HasBOM, int PieceCount = 0);
-  // Reads the file at Path (one mapping, no copy) and loads it as the stream overload does.
-  // Throws CyException when the file cannot be read.
+      bool& HasBOM, int PieceCount = 0, const TyJobContext& Job = {});
+  // Reads the file at Path (a regular file mapped, no copy; a named pipe read as a stream of
+  // at most MaxStreamBytes) and loads it as the stream overload does. Throws CyException when
+  // the file cannot be read.
   std::u16string LoadFromURL__PARALLEL__(const std::string& Path,
                                          CyUTF8ToCharErrorHandler* ErrorHandler,
                                          CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM,
-                                         int PieceCount = 0);
+                                         int PieceCount = 0, const TyJobContext& Job = {},
+                                         uint64_t MaxStreamBytes = kDefaultMaxStreamBytes);
   // Loads text that is already UTF-16 (copied once into the list's own buffer).
   std::u16string LoadFromDataDecoded__PARALLEL__(std::u16string_view DataDecoded,
-                                                 int PieceCount = 0);
-  std::u16string LoadFromText__PARALLEL__(std::u16string_view Text, int PieceCount = 0) {
-    return LoadFromDataDecoded__PARALLEL__(Text, PieceCount);
+                                                 int PieceCount = 0, const TyJobContext& Job = {});
+  std::u16string LoadFromText__PARALLEL__(std::u16string_view Text, int PieceCount = 0,
+                                          const TyJobContext& Job = {}) {
+    return LoadFromDataDecoded__PARALLEL__(Text, PieceCount, Job);
   }
 
   // ---- Saving.

@@ -8,9 +8,6 @@
 
 #include "common/Exception.hpp"
 #include "common/InputBytes.hpp"
-#include "common/Progress.hpp"
-#include "common/Settings.hpp"
-#include "common/Tasks.hpp"
 #include "text/PageMemory.hpp"
 
 #if defined(__SSE2__)
@@ -30,10 +27,6 @@ namespace {
 
 // Progress is reported in steps of this many units (bytes or code units), never per line.
 constexpr size_t kProgressStep = size_t{1} << 16;
-
-int resolvePieceCount(int PieceCount) {
-  return PieceCount > 0 ? PieceCount : CyTasks::PieceCount();
-}
 
 // Fills Bounds (sized Count + 1 by the caller, only ever shrunk here, so that a mapped input
 // can be read inside ReadMapped).
@@ -98,7 +91,7 @@ std::vector<size_t> CyTextListLoader::SplitBoundaries(const char16_t* Data, size
   return splitBoundaries(Data, Size, Count);
 }
 
-void CyTextListLoaderPiece::CountNewlines() {
+void CyTextListLoaderPiece::CountNewlines(const TyJobContext& Job) {
   const char16_t* at = DataPartUTF16.Start;
   const char16_t* const end = DataPartUTF16.End;
   int64_t lf = 0, cr = 0, pairs = 0;
@@ -116,7 +109,8 @@ void CyTextListLoaderPiece::CountNewlines() {
   while (end - at >= 9) {
     __m128i lfLanes = vZero, crLanes = vZero, pairLanes = vZero, nulLanes = vZero;
     const char16_t* const stop = at + std::min<ptrdiff_t>((end - at - 1) / 8, 8192) * 8;
-    CyProgress::Advance(static_cast<uint64_t>(stop - at));
+    Job.ThrowIfStopped();
+    Job.Advance(static_cast<uint64_t>(stop - at));
     for (; at < stop; at += 8) {
       const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
       const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + 1));
@@ -136,7 +130,7 @@ void CyTextListLoaderPiece::CountNewlines() {
     pairs += sumLanes(pairLanes);
   }
 #endif
-  CyProgress::Advance(static_cast<uint64_t>(end - at));
+  Job.Advance(static_cast<uint64_t>(end - at));
   for (; at < end; ++at) {
     const char16_t unit = *at;
     if (unit == 0) {
@@ -195,13 +189,16 @@ inline void writeRecord(TxItem* Target, const TxItem& Source) {
 
 }  // namespace
 
-int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner) {
+int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner, const TyJobContext& Job) {
   char16_t* at = DataPartUTF16.Start;
   char16_t* const end = DataPartUTF16.End;
   TxItem* item = TextList->getItems(TextListOffset + 1);
   TxItem* const first = item;
-  // Take the page faults of this piece's records here, in parallel with the other pieces.
-  CyPageMemory::Populate(item, static_cast<size_t>(NewlineCount + (Last ? 1 : 0)) * sizeof(TxItem));
+  // Take the page faults of this piece's records here, in parallel with the other pieces, a
+  // block ahead of the writing (so that a stop is seen between blocks).
+  TxItem* const records = item + NewlineCount + (Last ? 1 : 0);
+  TxItem* populated = item;
+  constexpr int64_t kPopulateRecords = 16384;
   TxItem record;
   std::memset(static_cast<void*>(&record), 0, sizeof(record));
   record.SetFresh(TextListUniqueID);
@@ -212,8 +209,14 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner) {
   while (true) {
     char16_t* lineEnd = const_cast<char16_t*>(findLineEnd(at, end));
     if (lineEnd == end) break;
+    if (item == populated) {
+      TxItem* const next = std::min(records, populated + kPopulateRecords);
+      CyPageMemory::Populate(populated, static_cast<size_t>(next - populated) * sizeof(TxItem));
+      populated = next;
+    }
     if (static_cast<size_t>(lineEnd - reported) >= kProgressStep) {
-      CyProgress::Advance(static_cast<uint64_t>(lineEnd - reported));
+      Job.ThrowIfStopped();
+      Job.Advance(static_cast<uint64_t>(lineEnd - reported));
       reported = lineEnd;
     }
     at = lineEnd + 1;
@@ -230,23 +233,24 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner) {
     record.TextUTF16.Length = static_cast<size_t>(end - lineStart);
     writeRecord(item++, record);
   }
-  CyProgress::Advance(static_cast<uint64_t>(end - reported));
+  Job.Advance(static_cast<uint64_t>(end - reported));
 #if defined(__SSE2__)
   _mm_sfence();  // streamed records are visible before the caller joins this task
 #endif
   return item - first;
 }
 
-void CyTextListLoaderPieces::CountNewlines_PARALLEL() {
-  CyTasks::RunAll(static_cast<int>(Pieces.size()),
-                  [this](int Piece) { Pieces[static_cast<size_t>(Piece)].CountNewlines(); });
+void CyTextListLoaderPieces::CountNewlines_PARALLEL(const TyJobContext& Job) {
+  Job.RunAll(static_cast<int>(Pieces.size()),
+             [&](int Piece) { Pieces[static_cast<size_t>(Piece)].CountNewlines(Job); });
   for (const auto& piece : Pieces) {
     if (!piece.Binary) continue;
     // The failure path: find the NUL again for its position.
     const char16_t* const start = Pieces.front().DataPartUTF16.Start;
     const char16_t* nul = piece.DataPartUTF16.Start;
     while (*nul != 0) ++nul;
-    ThrowBinaryFile(PositionOfUTF16Unit(start, static_cast<size_t>(nul - start)));
+    ThrowBinaryFile(Job.ApplicationName,
+                    PositionOfUTF16Unit(start, static_cast<size_t>(nul - start)));
   }
 }
 
@@ -257,10 +261,15 @@ std::u16string CyTextListLoaderPieces::DetectOS_NOT_PARALLEL() const {
     cr += piece.NewlineCount13;
     pairs += piece.NewlineCount1310;
   }
+  return ChooseNewline(lf, cr, pairs);
+}
+
+std::u16string CyTextListLoaderPieces::ChooseNewline(int64_t LoneLF, int64_t LoneCR,
+                                                     int64_t Pairs) {
   // Lone CR is tested before lone LF on purpose: more lone CRs than pairs make a CR file even
   // when lone LFs outnumber both.
-  if (cr > pairs) return u"\r";
-  if (lf > pairs) return u"\n";
+  if (LoneCR > Pairs) return u"\r";
+  if (LoneLF > Pairs) return u"\n";
   return u"\r\n";
 }
 
@@ -271,7 +280,8 @@ void CyTextListLoaderPieces::AllocateTextList_NOT_PARALLEL(TxTextList& List) {
   List.getTextItems().Allocate(lines);
 }
 
-void CyTextListLoaderPieces::FillTextList_PARALLEL(TxTextList& List, CyTextOwner* Owner) {
+void CyTextListLoaderPieces::FillTextList_PARALLEL(TxTextList& List, CyTextOwner* Owner,
+                                                   const TyJobContext& Job) {
   int64_t offset = 0;
   for (auto& piece : Pieces) {
     piece.TextList = &List;
@@ -283,41 +293,46 @@ void CyTextListLoaderPieces::FillTextList_PARALLEL(TxTextList& List, CyTextOwner
   // Every record holds a reference to the one buffer; taken in one step, not per line.
   Owner->AddRef(static_cast<size_t>(List.getCount()));
   std::vector<int64_t> written(Pieces.size());
-  CyTasks::RunAll(static_cast<int>(Pieces.size()), [&](int Piece) {
-    written[static_cast<size_t>(Piece)] = Pieces[static_cast<size_t>(Piece)].FillTextList(Owner);
-  });
-  for (size_t i = 0; i < Pieces.size(); ++i) {
-    if (written[i] != Pieces[i].NewlineCount + (Pieces[i].Last ? 1 : 0)) {
-      Owner->Release(static_cast<size_t>(List.getCount()));
-      List.getTextItems().Abandon();
-      throw CyShouldNeverHappenException("FillTextList: line count differs from the count stage");
-    }
+  try {
+    Job.RunAll(static_cast<int>(Pieces.size()), [&](int Piece) {
+      written[static_cast<size_t>(Piece)] =
+          Pieces[static_cast<size_t>(Piece)].FillTextList(Owner, Job);
+    });
+    for (size_t i = 0; i < Pieces.size(); ++i)
+      if (written[i] != Pieces[i].NewlineCount + (Pieces[i].Last ? 1 : 0))
+        throw CyShouldNeverHappenException("FillTextList: line count differs from the count stage");
+  } catch (...) {
+    Owner->Release(static_cast<size_t>(List.getCount()));
+    List.getTextItems().Abandon();
+    throw;
   }
 }
 
 std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyDataPartUTF8>& Parts,
                                                            const uint8_t* Data, char16_t* Buffer,
-                                                           CyUTF8ToCharErrorHandler& ErrorHandler) {
+                                                           CyUTF8ToCharErrorHandler& ErrorHandler,
+                                                           const TyJobContext& Job) {
   std::vector<CyUTFDecoderWorkerParam> params(Parts.size());
   for (size_t i = 0; i < Parts.size(); ++i) {
     params[i].Source = Parts[i];
     params[i].Target = Buffer + (Parts[i].Start - Data);
   }
-  CyTasks::RunAll(static_cast<int>(params.size()), [&](int Param) {
+  Job.RunAll(static_cast<int>(params.size()), [&](int Param) {
     CyUTFDecoderWorkerParam& param = params[static_cast<size_t>(Param)];
-    CyPageMemory::Populate(
-        param.Target,
-        static_cast<size_t>(param.Source.End - param.Source.Start) * sizeof(char16_t));
     // In stretches that end before a character's first byte, for the progress bar: a
     // sequence cut by a stretch would be cut by the next byte anyway, so errors count the same.
     constexpr size_t kStretch = size_t{1} << 20;
     const uint8_t* at = param.Source.Start;
     const uint8_t* const end = param.Source.End;
     while (at < end) {
+      Job.ThrowIfStopped();
       const uint8_t* stop = static_cast<size_t>(end - at) > kStretch ? at + kStretch : end;
       TyUTF8DecodeResult part;
       if (!ReadMapped([&] {
             while (stop < end && (*stop & 0xC0) == 0x80) ++stop;
+            // Faulted in stretch by stretch, so that a stop is seen between stretches.
+            CyPageMemory::Populate(param.Target + param.Result.Written,
+                                   static_cast<size_t>(stop - at) * sizeof(char16_t));
             part = DecodeUTF8(at, stop, param.Target + param.Result.Written);
           })) {
         param.Vanished = true;
@@ -327,7 +342,7 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
         param.Result.FirstError = static_cast<size_t>(at - param.Source.Start) + part.FirstError;
       param.Result.Written += part.Written;
       param.Result.ErrorCount += part.ErrorCount;
-      CyProgress::Advance(static_cast<uint64_t>(stop - at));
+      Job.Advance(static_cast<uint64_t>(stop - at));
       if (part.NulFound) {
         param.Result.NulFound = true;
         break;
@@ -353,7 +368,7 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
           position = PositionOfUTF8Byte(Data, static_cast<size_t>(nul - Data));
         }))
       throwFileChanged();
-    ThrowBinaryFile(position, nul - Data);
+    ThrowBinaryFile(Job.ApplicationName, position, nul - Data);
   }
   if (errors > 0 && ErrorHandler.getMode() == 1) {
     for (const CyUTFDecoderWorkerParam& param : params) {
@@ -383,41 +398,46 @@ struct TyOwnerReference {
   }
 };
 
-std::u16string loadPieces(TxTextList& List, CyTextListLoaderPieces& Pieces, CyTextOwner* Owner) {
-  Pieces.CountNewlines_PARALLEL();
+std::u16string loadPieces(TxTextList& List, CyTextListLoaderPieces& Pieces, CyTextOwner* Owner,
+                          const TyJobContext& Job) {
+  Pieces.CountNewlines_PARALLEL(Job);
   std::u16string newline = Pieces.DetectOS_NOT_PARALLEL();
+  Job.ThrowIfStopped();  // the last point at which the list keeps its content
   Pieces.AllocateTextList_NOT_PARALLEL(List);
-  Pieces.FillTextList_PARALLEL(List, Owner);
+  Pieces.FillTextList_PARALLEL(List, Owner, Job);
   return newline;
 }
 
 }  // namespace
 
 std::u16string CyTextListLoader::LoadDecoded_PARALLEL(TxTextList& List, CyTextOwner* Owner,
-                                                      size_t Units, int PieceCount) {
+                                                      size_t Units, int PieceCount,
+                                                      const TyJobContext& Job) {
   // Counting the line ends and filling the records each walk the text once.
-  CyProgress::Begin("Loading", 2 * static_cast<uint64_t>(Units));
+  Job.Begin("Loading", 2 * static_cast<uint64_t>(Units));
   TyOwnerReference reference{Owner};
   char16_t* data = Owner->getBuffer();
   data[Units] = u'\0';
-  const std::vector<size_t> bounds = SplitBoundaries(data, Units, resolvePieceCount(PieceCount));
+  const std::vector<size_t> bounds =
+      SplitBoundaries(data, Units, Job.ResolvePieceCount(PieceCount));
   CyTextListLoaderPieces pieces;
   pieces.Pieces.resize(bounds.size() - 1);
   for (size_t i = 0; i + 1 < bounds.size(); ++i)
     pieces.Pieces[i].DataPartUTF16 = {data + bounds[i], data + bounds[i + 1]};
-  return loadPieces(List, pieces, Owner);
+  return loadPieces(List, pieces, Owner, Job);
 }
 
 std::u16string CyTextListLoader::LoadTextList_PARALLEL(TxTextList& List, const uint8_t* Data,
                                                        size_t Size, const CyEncoding& Encoding,
                                                        CyUTF8ToCharErrorHandler* ErrorHandler,
                                                        int PieceCount,
-                                                       const std::function<void()>& AfterDecode) {
-  if (Encoding.IsBinary()) ThrowBinaryFile();
+                                                       const std::function<void()>& AfterDecode,
+                                                       const TyJobContext& Job) {
+  if (Encoding.IsBinary()) ThrowBinaryFile(Job.ApplicationName);
   CyUTF8ToCharErrorHandler counting(2);
   CyUTF8ToCharErrorHandler& handler = ErrorHandler ? *ErrorHandler : counting;
   if (Encoding.getCodePage() != kCodePageUTF8) {
-    CyProgress::Begin("Decoding", 0);  // one sequential conversion: no steps to count
+    Job.Begin("Decoding", 0);  // one sequential conversion: no steps to count
     // The converters read a private copy: they cannot run inside ReadMapped.
     std::unique_ptr<uint8_t[]> copy = std::make_unique_for_overwrite<uint8_t[]>(Size + 1);
     if (!ReadMapped([&] { std::memcpy(copy.get(), Data, Size); })) throwFileChanged();
@@ -441,25 +461,25 @@ std::u16string CyTextListLoader::LoadTextList_PARALLEL(TxTextList& List, const u
     handler.ReportErrors(decoded.ErrorCount);
     copy.reset();
     reference.Owner = nullptr;
-    return LoadDecoded_PARALLEL(List, decoded.Owner, decoded.Units, PieceCount);
+    return LoadDecoded_PARALLEL(List, decoded.Owner, decoded.Units, PieceCount, Job);
   }
   // Decoding, counting the line ends and filling the records each walk the text once; a
   // character takes no more code units than bytes, so the total is reached or nearly.
-  CyProgress::Begin("Loading", 3 * static_cast<uint64_t>(Size));
-  const std::vector<size_t> bounds = SplitBoundaries(Data, Size, resolvePieceCount(PieceCount));
+  Job.Begin("Loading", 3 * static_cast<uint64_t>(Size));
+  const std::vector<size_t> bounds = SplitBoundaries(Data, Size, Job.ResolvePieceCount(PieceCount));
   std::vector<CyDataPartUTF8> parts(bounds.size() - 1);
   for (size_t i = 0; i + 1 < bounds.size(); ++i)
     parts[i] = {Data + bounds[i], Data + bounds[i + 1]};
   // UTF-8 never needs more code units than bytes, so the one buffer is sized by the input.
   TyOwnerReference reference{CyTextOwner::CreateBuffer(Size)};
   const std::vector<CyDataPartUTF16> decoded =
-      CyUTF8DecoderParallel::Decode(parts, Data, reference.Owner->getBuffer(), handler);
+      CyUTF8DecoderParallel::Decode(parts, Data, reference.Owner->getBuffer(), handler, Job);
   if (AfterDecode) AfterDecode();
   *decoded.back().End = u'\0';
   CyTextListLoaderPieces pieces;
   pieces.Pieces.resize(decoded.size());
   for (size_t i = 0; i < decoded.size(); ++i) pieces.Pieces[i].DataPartUTF16 = decoded[i];
-  return loadPieces(List, pieces, reference.Owner);
+  return loadPieces(List, pieces, reference.Owner, Job);
 }
 
 }  // namespace xylem

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "common/Utf.hpp"
 #include "text/Converter.hpp"
 #include "text/DecodeError.hpp"
@@ -43,11 +44,12 @@ class CyTextListLoaderPiece {
   int64_t TextListOffset = 0;    // lines before this piece
   int64_t TextListUniqueID = 0;  // first identity reserved for its lines
 
-  // Counts the line ends of the range; stops at once with Binary set at a NUL.
-  void CountNewlines();
+  // Counts the line ends of the range; stops at once with Binary set at a NUL. Reports
+  // progress to Job and polls its stop token every 64 K units.
+  void CountNewlines(const TyJobContext& Job = {});
   // Fills records TextListOffset + 1 onward from the range, each a slice of Owner's buffer.
-  // Returns the number of records written.
-  int64_t FillTextList(CyTextOwner* Owner);
+  // Returns the number of records written. Progress and stop polling as CountNewlines.
+  int64_t FillTextList(CyTextOwner* Owner, const TyJobContext& Job = {});
 };
 
 class CyTextListLoaderPieces {
@@ -56,13 +58,17 @@ class CyTextListLoaderPieces {
 
   // Runs CountNewlines on every piece in parallel. Throws the binary-file error for the first
   // piece (in order) that met a NUL.
-  void CountNewlines_PARALLEL();
-  // The newline from the summed counts: lone CR beats pairs first, then lone LF; ties "\r\n".
+  void CountNewlines_PARALLEL(const TyJobContext& Job = {});
+  // The newline from the summed counts (ChooseNewline).
   std::u16string DetectOS_NOT_PARALLEL() const;
+  // The document's newline from its line-end counts: lone CR beats pairs first, then lone LF;
+  // ties "\r\n". Every route that turns a file into a document chooses with this.
+  static std::u16string ChooseNewline(int64_t LoneLF, int64_t LoneCR, int64_t Pairs);
   // Clears List and sizes it to all line ends + 1 records.
   void AllocateTextList_NOT_PARALLEL(TxTextList& List);
-  // Hands out offsets and identity blocks in piece order, then fills in parallel.
-  void FillTextList_PARALLEL(TxTextList& List, CyTextOwner* Owner);
+  // Hands out offsets and identity blocks in piece order, then fills in parallel. When a task
+  // fails (cancelled) List is left empty.
+  void FillTextList_PARALLEL(TxTextList& List, CyTextOwner* Owner, const TyJobContext& Job = {});
 };
 
 // Decodes UTF-8 parts in parallel into one buffer: part i lands at the same offset in code
@@ -81,7 +87,8 @@ class CyUTF8DecoderParallel {
   // vanished (a mapped file that shrank). Data is read inside ReadMapped.
   static std::vector<CyDataPartUTF16> Decode(const std::vector<CyDataPartUTF8>& Parts,
                                              const uint8_t* Data, char16_t* Buffer,
-                                             CyUTF8ToCharErrorHandler& ErrorHandler);
+                                             CyUTF8ToCharErrorHandler& ErrorHandler,
+                                             const TyJobContext& Job = {});
 };
 
 class CyTextListLoader {
@@ -92,17 +99,20 @@ class CyTextListLoader {
   // counted by ErrorHandler, or refused in its mode 1 (CyDecodeException, code 21, with the
   // position of the first bad byte); a NUL fails with code 17 and its position. AfterDecode, when
   // given, runs once the input bytes are no longer needed (a mapped file can be unmapped before the
-  // records are allocated). PieceCount 0 means CyTasks::PieceCount(). List is unchanged when this
-  // throws.
+  // records are allocated). PieceCount 0 means Job.PieceCount. Progress goes to Job ("Loading");
+  // its stop token is polled every 64 K units and ends the load with CyCancelledException. List is
+  // unchanged when this throws, except when cancelled while the records are filled: it is then
+  // left empty.
   static std::u16string LoadTextList_PARALLEL(TxTextList& List, const uint8_t* Data, size_t Size,
                                               const CyEncoding& Encoding,
                                               CyUTF8ToCharErrorHandler* ErrorHandler,
                                               int PieceCount,
-                                              const std::function<void()>& AfterDecode = {});
+                                              const std::function<void()>& AfterDecode = {},
+                                              const TyJobContext& Job = {});
   // Loads Units code units of Owner's buffer (NUL behind them); takes over the caller's
   // reference to Owner in every case.
   static std::u16string LoadDecoded_PARALLEL(TxTextList& List, CyTextOwner* Owner, size_t Units,
-                                             int PieceCount);
+                                             int PieceCount, const TyJobContext& Job = {});
   // Part boundaries over [Data, Data + Size): at most Count parts, each ending just behind a
   // line end (never inside CR LF), empty trailing parts dropped. Returns Size-relative offsets
   // starting with 0 and ending with Size; a single part for empty data.

@@ -208,6 +208,14 @@ TyXPath31Token CyXPath31Scanner::ScanMandatoryNumeric(const char16_t*& P) {
     Kind = X_NumericLiteral;
   }
   if (ScanOptionalNumericExponent(P)) Kind = X_NumericLiteral;
+  // A.2.2 terminal delimitation: "10div 3" is not "10 div 3".
+  if (NameStartLength(P) != 0) {
+    while (int N = NameCharLength(P)) P += N;
+    throw XPath31ScannerException(
+        "A number must be separated from the name that follows it: \"" +
+            ToUTF8(std::u16string_view(TokenStart_, size_t(P - TokenStart_))) + "\".",
+        TokenStart_, P);
+  }
   return Kind;
 }
 

@@ -207,6 +207,31 @@ TyXPath31Token KindBeforeParenthesis(TyKeyword Keyword) {
   }
 }
 
+// XPath 3.1 A.3: unprefixed names that cannot name a function.
+bool IsReservedFunctionName(std::u16string_view Name) {
+  static constexpr std::u16string_view kReserved[] = {u"array",
+                                                      u"attribute",
+                                                      u"comment",
+                                                      u"document-node",
+                                                      u"element",
+                                                      u"empty-sequence",
+                                                      u"function",
+                                                      u"if",
+                                                      u"item",
+                                                      u"map",
+                                                      u"namespace-node",
+                                                      u"node",
+                                                      u"processing-instruction",
+                                                      u"schema-attribute",
+                                                      u"schema-element",
+                                                      u"switch",
+                                                      u"text",
+                                                      u"typeswitch"};
+  for (std::u16string_view reserved : kReserved)
+    if (Name == reserved) return true;
+  return false;
+}
+
 TyXPath31Token AxisKind(TyKeyword Keyword) {
   switch (Keyword) {
     case kwAncestor:
@@ -448,14 +473,16 @@ void CyXPath31Tokenizer::DisambiguateNameToken(TyXPath31Label RuleContext) {
   const CyXPath31Followers& Followers = CyXPath31Followers::Get();
   // 4.7 Plain names (lookup keys, processing-instruction targets).
   if (Kind == X_NCName && Followers.Contains(frPlainName, RuleContext)) return;
-  // 4.8 Function calls, named function references, name tests.
-  if (Ahead == X_LParenthesis && Followers.Contains(frFunctionCall, RuleContext)) {
+  // 4.8 Function calls, named function references, name tests. The reserved function names
+  // (A.3) stay names, which the parser then refuses before '(' or '#'.
+  const bool reserved = IsReservedFunctionName(Current->XPath31TokenText);
+  if (Ahead == X_LParenthesis && !reserved && Followers.Contains(frFunctionCall, RuleContext)) {
     Current->XPath31Token = X_EQName_ALT_3;
     Next1->XPath31Token = X_LParenthesis;
     Skip = 1;
     return;
   }
-  if (Ahead == X_Hash && Followers.Contains(frNamedFunctionRef, RuleContext)) {
+  if (Ahead == X_Hash && !reserved && Followers.Contains(frNamedFunctionRef, RuleContext)) {
     Current->XPath31Token = X_EQName_ALT_4;
     Next1->XPath31Token = X_Hash;
     Skip = 1;

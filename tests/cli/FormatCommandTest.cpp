@@ -73,4 +73,47 @@ TEST(FormatCommand, BrokenDocumentsAreReportedAndLeftUntouched) {
   EXPECT_EQ(result.ExitCode, 2);
 }
 
+// `format` refuses exactly what `check` refuses, for the check's reasons, and writes nothing.
+TEST(FormatCommand, OneVerdictWithCheck) {
+  std::string deep;
+  for (int i = 0; i < 5000; ++i) deep += "<a>";
+  for (int i = 0; i < 5000; ++i) deep += "</a>";
+  const struct {
+    std::string Document;
+    const char* Options;
+  } rows[] = {
+      {"<r a=\"1\" a=\"2\"/>", ""},
+      {"<r a=\"<\"/>", ""},
+      {"<r>&undefined;</r>", ""},
+      {"<r>]]></r>", ""},
+      {"<r><!-- a -- b --></r>", ""},
+      {"<L//>", "--empty expand"},
+      {"<L/>", "--empty expand"},
+      {"<!DOCTYPE r [<!ELEMENT r (a,b|c)>]><r/>", ""},
+      {"<!DOCTYPE r [<!ENTITY e 'x'>]><r>&e;</r>", ""},
+      {"<?xml version=\"1.0\" standalone=\"YES\"?><r/>", ""},
+      {"<r\na=\"1\"\nb=\"2\"/>", ""},
+      {deep, ""},
+  };
+  CyTempFolder folder;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.Document.substr(0, 60));
+    const std::string path = folder.Write("doc.xml", row.Document);
+    const TyToolResult check = RunTool("check '" + path + "'");
+    const TyToolResult format =
+        RunTool(std::string("format -i ") + row.Options + " '" + path + "'");
+    ASSERT_NE(check.ExitCode, 2);
+    EXPECT_EQ(format.ExitCode, check.ExitCode) << format.Out << format.Err;
+    if (check.ExitCode == 0) {
+      // What was written is accepted in turn.
+      EXPECT_EQ(RunTool("check '" + path + "'").ExitCode, 0) << folder.Read("doc.xml");
+      continue;
+    }
+    EXPECT_EQ(format.Out, check.Out);
+    EXPECT_NE(format.Err.find("Cannot format document because it's not well-formed."),
+              std::string::npos);
+    EXPECT_EQ(folder.Read("doc.xml"), row.Document);
+  }
+}
+
 }  // namespace xylem::cli::test

@@ -46,4 +46,49 @@ TEST(ReplaceCommand, BadPatternOrTemplateWritesNothing) {
   }
 }
 
+// A UTF-8 file without a mark is replaced as a stream; behind a UTF-8 mark the same text goes
+// through the document (loaded into lines). Both must follow the document's rules: every line
+// end and every newline the template inserts is the newline counted over the whole file.
+TEST(ReplaceCommand, StreamedRouteWritesTheDocumentsNewline) {
+  CyTempFolder folder;
+  struct {
+    const char *Input, *Args, *Expected;
+  } rows[] = {
+      {"a\r\nb\nc\r\nd", "b X", "a\r\nX\r\nc\r\nd"},  // one LF among pairs
+      {"a\rb\rc\nd\r\n", "b X", "a\rX\rc\rd\r"},      // lone CRs beat the pair
+      {"a\nb\nc\r\n", "b X", "a\nX\nc\n"},            // lone LFs beat the pair
+      {"k=1\r\nk=2\nk=3\r\n", "-r 'k=(\\d)' '$1\\n'", "1\r\n\r\n2\r\n\r\n3\r\n\r\n"},
+      {"a\nb\r\nc\n", "-r b '\\r|\\R'", "a\n\n|\n\nc\n"},
+  };
+  for (const auto& row : rows) {
+    const std::string streamed = folder.Write("s.xml", row.Input);
+    const std::string loaded = folder.Write("m.xml", std::string("\xEF\xBB\xBF") + row.Input);
+    const TyToolResult s = RunTool(std::string("replace ") + row.Args + " '" + streamed + "'");
+    const TyToolResult m = RunTool(std::string("replace ") + row.Args + " '" + loaded + "'");
+    EXPECT_EQ(s.ExitCode, 0) << s.Err;
+    EXPECT_EQ(s.Out, row.Expected) << row.Args;
+    EXPECT_EQ(m.Out, std::string("\xEF\xBB\xBF") + row.Expected) << row.Args;
+    EXPECT_EQ(RunTool(std::string("replace -i ") + row.Args + " '" + streamed + "'").ExitCode, 0);
+    EXPECT_EQ(folder.Read("s.xml"), row.Expected) << row.Args;
+  }
+}
+
+// A NUL late in a big file is refused before a byte reaches standard output, as the document
+// route (and format) refuse, and the file stays as it was with -i.
+TEST(ReplaceCommand, LateNulIsRefusedBeforeAnythingIsWritten) {
+  CyTempFolder folder;
+  std::string input;
+  while (input.size() < (size_t{6} << 20)) input += "<a>item</a>\n";
+  input.insert(input.size() - 100, 1, '\0');
+  const std::string path = folder.Write("big.xml", input);
+  for (const char* flags : {"", "-i "}) {
+    const TyToolResult result =
+        RunTool(std::string("replace ") + flags + "item thing '" + path + "'");
+    EXPECT_EQ(result.ExitCode, 2) << flags;
+    EXPECT_EQ(result.Out, "") << flags;
+    EXPECT_NE(result.Err.find("does not support binary files"), std::string::npos) << result.Err;
+    EXPECT_TRUE(folder.Read("big.xml") == input) << flags;
+  }
+}
+
 }  // namespace xylem::cli::test

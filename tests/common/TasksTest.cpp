@@ -29,9 +29,9 @@ TEST(Tasks, PieceCountFollowsTheParallelSetting) {
   EXPECT_GE(CyTasks::ProcessorCount(), 1);
   auto& settings = CySettings::Get();
   settings.ParallelProcessing = false;
-  EXPECT_EQ(CyTasks::PieceCount(), 1);
+  EXPECT_EQ(settings.getPieceCount(), 1);
   settings.ParallelProcessing = true;
-  EXPECT_EQ(CyTasks::PieceCount(), CyTasks::ProcessorCount());
+  EXPECT_EQ(settings.getPieceCount(), CyTasks::ProcessorCount());
 }
 
 }  // namespace xylem

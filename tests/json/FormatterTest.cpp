@@ -42,11 +42,9 @@ TEST(JSONFormatter, LaysOutEveryShapeAndKeepsLeavesVerbatim) {
   for (const auto& [input, expected] : rows) EXPECT_EQ(ToUTF8(Format(input)), ToUTF8(expected));
 }
 
-TEST(JSONFormatter, TakesTheIndentationUnitFromTheSettingsAndTheLineEndFromTheOptions) {
-  const std::u16string saved = CySettings::Get().IndentationUnit;
-  CySettings::Get().IndentationUnit = u"\t";
+TEST(JSONFormatter, TakesTheIndentationUnitAndTheLineEndFromTheOptions) {
   TyJSONWriterOptions options;
-  CySettings::Get().IndentationUnit = saved;
+  options.IndentationUnit = u"\t";
   options.Newline = u"\r\n";
   EXPECT_EQ(CyJSONFormatter::Format(u"{\"a\":[1]}", options),
             u"{\r\n\t\"a\": [\r\n\t\t1\r\n\t]\r\n}");

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "Support.hpp"
-#include "common/Settings.hpp"
+#include "common/JobContext.hpp"
 
 namespace xylem {
 namespace {
@@ -61,7 +61,8 @@ TEST(JSONMemory, RefusesIllFormedInputWithThePositionOfTheFirstBadByte) {
       {"\xEF\xBB\xBF\n\r  \xC0\xAF", 3, 3,
        u"Invalid UTF-8 byte 0xC0. JSON text must be encoded in UTF-8."},
       {"\xFF\xFE[\x00]", 1, 1,
-       u"The UTF-16 text ends in the middle of a character (odd number of bytes)."},
+       u"The UTF-16 text ends with a lone byte: it has an odd number of bytes, not two per code "
+       u"unit."},
   };
   for (const Row& row : rows) {
     try {
@@ -81,10 +82,9 @@ TEST(JSONMemory, ParallelDecodingMatchesSequentialDecoding) {
   std::string bytes = "[";
   for (int i = 0; i < 200000; ++i) bytes += i % 3 == 0 ? "\"\xC3\xA9\xF0\x9F\x98\x80\"," : "12,";
   bytes += "0]";
-  const bool saved = CySettings::Get().ParallelProcessing;
-  CySettings::Get().ParallelProcessing = true;
-  const CyJSONMemory parallel = CyJSONMemory::FromBytes(bytes.data(), bytes.size());
-  CySettings::Get().ParallelProcessing = saved;
+  TyJobContext job;
+  job.PieceCount = 4;
+  const CyJSONMemory parallel = CyJSONMemory::FromBytes(bytes.data(), bytes.size(), job);
   EXPECT_EQ(std::u16string(parallel.View()), ToUTF16(bytes));
   EXPECT_FALSE(testing::ParseError(parallel.View()).has_value());
 }

@@ -7,8 +7,11 @@
 
 #include "SearchTestSupport.hpp"
 #include "common/Utf.hpp"
+#include "search/EuroReplacer.hpp"
 #include "search/RegExprReplacer.hpp"
 #include "search/TextReplacer.hpp"
+#include "text/DecodeError.hpp"
+#include "text/TextList.hpp"
 
 namespace xylem {
 namespace {
@@ -17,7 +20,7 @@ namespace {
 // decoded text, with pieces cutting through multi-byte characters.
 TEST(FileReplacer, StreamedUTF8EqualsOneBufferPass) {
   std::string input;
-  for (int i = 0; i < 40; ++i) input += "<a qty=\"12\">1.5 Straße 😀€</a>\n<b qty=\"7\"/>\xff\n";
+  for (int i = 0; i < 40; ++i) input += "<a qty=\"12\">1.5 Straße 😀€</a>\n<b qty=\"7\"/>\n";
   const auto replacer =
       CyRegExprReplacer::Create(u"qty=\"([0-9]+)\"|(\\d+)\\.(\\d+)", u"[$1$2,$3]", true, u"\n");
   const std::string expected = ToUTF8(test::RunAll(*replacer, ToUTF16(input)).Text);
@@ -30,25 +33,49 @@ TEST(FileReplacer, StreamedUTF8EqualsOneBufferPass) {
     std::string fromMemory;
     std::string fromFile;
     EXPECT_EQ(ReplaceAllUTF8(
-                  reinterpret_cast<const uint8_t*>(input.data()), input.size(), *replacer,
+                  reinterpret_cast<const uint8_t*>(input.data()), input.size(), *replacer, u"\n",
                   [&](std::string_view Bytes) { fromMemory.append(Bytes); }, pieceSize),
               120);
-    EXPECT_EQ(
-        ReplaceAllUTF8File(
-            path, *replacer, [&](std::string_view Bytes) { fromFile.append(Bytes); }, pieceSize),
-        120);
+    EXPECT_EQ(ReplaceAllUTF8File(
+                  path, *replacer, u"\n", [&](std::string_view Bytes) { fromFile.append(Bytes); },
+                  pieceSize),
+              120);
     EXPECT_EQ(fromMemory, expected) << "pieces of " << pieceSize;
     EXPECT_EQ(fromFile, expected) << "pieces of " << pieceSize;
   }
+  // A byte that is not UTF-8 is refused at its position, never written back as U+FFFD.
+  const std::string bad = input + "<c/>\xff\n";
+  file = std::fopen(path.c_str(), "wb");
+  ASSERT_NE(file, nullptr);
+  std::fwrite(bad.data(), 1, bad.size(), file);
+  std::fclose(file);
+  for (int64_t pieceSize : {2, 7, 1 << 18}) {
+    for (bool fromFile : {false, true}) {
+      std::string out;
+      try {
+        const auto sink = [&](std::string_view Bytes) { out.append(Bytes); };
+        if (fromFile)
+          ReplaceAllUTF8File(path, *replacer, u"\n", sink, pieceSize);
+        else
+          ReplaceAllUTF8(reinterpret_cast<const uint8_t*>(bad.data()), bad.size(), *replacer, u"\n",
+                         sink, pieceSize);
+        ADD_FAILURE() << "accepted";
+      } catch (const CyDecodeException& error) {
+        EXPECT_EQ(error.getCode(), kErrorInvalidEncoding);
+        EXPECT_EQ(error.getPosition().Line, 81);
+        EXPECT_EQ(error.getPosition().Linepos, 5);
+      }
+      EXPECT_EQ(out.find("\xEF\xBF\xBD"), std::string::npos);
+    }
+  }
   std::remove(path.c_str());
-  EXPECT_NE(expected.find("\xEF\xBF\xBD"), std::string::npos);  // the invalid byte became U+FFFD
 }
 
 TEST(FileReplacer, BinaryAndMissingFilesFail) {
   const std::string input("ab\0cd", 5);
   const auto replacer = CyTextReplacer::Create(u"b", u"c", true, false);
   try {
-    ReplaceAllUTF8(reinterpret_cast<const uint8_t*>(input.data()), input.size(), *replacer,
+    ReplaceAllUTF8(reinterpret_cast<const uint8_t*>(input.data()), input.size(), *replacer, u"\n",
                    [](std::string_view) {});
     ADD_FAILURE();
   } catch (const CyException& error) {
@@ -56,8 +83,76 @@ TEST(FileReplacer, BinaryAndMissingFilesFail) {
     EXPECT_EQ(std::string(error.what()),
               "Xylem does not support binary files.\r\nUse another editor to edit the file.");
   }
-  EXPECT_THROW(ReplaceAllUTF8File("/nonexistent/file.xml", *replacer, [](std::string_view) {}),
-               CyException);
+  EXPECT_THROW(
+      ReplaceAllUTF8File("/nonexistent/file.xml", *replacer, u"\n", [](std::string_view) {}),
+      CyException);
+  EXPECT_THROW(ScanUTF8FileNewline("/nonexistent/file.xml"), CyException);
+}
+
+// The streamed route against the document route: the same bytes loaded into lines, joined with
+// the newline the load chose, replaced in one buffer by a replacer made with that newline. Line
+// ends of every kind, split CR LF pairs across pieces, templates inserting newlines, and NULs
+// (refused by the newline scan exactly when the load refuses them).
+TEST(FileReplacer, StreamedRouteKeepsTheDocumentsRules) {
+  std::mt19937 random(7);
+  const char* atoms[] = {"a", "b", "\r", "\n", "\r\n", "\n\r", "\xC3\xA9", "k=1", " "};
+  struct {
+    const char16_t *Search, *Template;
+    bool Regex;
+  } replaces[] = {{u"b", u"X", false},
+                  {u"k=(\\d)", u"[$1\\n]", true},
+                  {u"b|\\R", u"\\r<\\R>", true},
+                  {u"a$", u"A\\r\\n", true}};
+  for (int round = 0; round < 400; ++round) {
+    std::string input;
+    const int atomCount = static_cast<int>(random() % 24);
+    for (int i = 0; i < atomCount; ++i) input += atoms[random() % std::size(atoms)];
+    if (round % 25 == 24) input.insert(random() % (input.size() + 1), 1, '\0');
+    const auto* data = reinterpret_cast<const uint8_t*>(input.data());
+    TxTextList list;
+    std::u16string newline;
+    bool loaded = true;
+    try {
+      newline = list.LoadFromDataEncoded__PARALLEL__(data, input.size(), CyEncoding(), nullptr, 1);
+    } catch (const CyException&) {
+      loaded = false;
+    }
+    if (!loaded) {
+      EXPECT_THROW(ScanUTF8Newline(data, input.size()), CyException) << round;
+      continue;
+    }
+    ASSERT_EQ(ScanUTF8Newline(data, input.size()), newline) << round;
+    const std::u16string joined = list.getTextItems().getJoined(newline, 1, list.getCount());
+    for (const auto& r : replaces) {
+      const auto replacer = CreateReplacer(r.Search, r.Template, r.Regex ? roRegExpr : 0, newline);
+      const std::string expected = ToUTF8(test::RunAll(*replacer, joined).Text);
+      std::string streamed;
+      const int64_t pieceSize = 1 + static_cast<int64_t>(random() % 12);
+      ReplaceAllUTF8(
+          data, input.size(), *replacer, newline,
+          [&](std::string_view Bytes) { streamed.append(Bytes); }, pieceSize);
+      ASSERT_EQ(streamed, expected) << "round " << round << ", pieces of " << pieceSize;
+    }
+  }
+}
+
+// The newline scan reads 1 MiB at a time: a CR LF pair cut by a step is one pair, as for the
+// load, and a CR or LF on either side of the cut counts once.
+TEST(FileReplacer, NewlineScanAgreesWithTheLoadAcrossItsSteps) {
+  constexpr size_t kStep = size_t{1} << 20;
+  const char* around[] = {"\r\n", "\n\r", "\r\r", "\n\n", "x\r", "\nx"};
+  for (const char* pair : around) {
+    for (const char* filler : {"a\nb\r\n", "a\rb\r\n", "ab\r\n"}) {
+      std::string input;
+      while (input.size() < 2 * kStep) input += filler;
+      input.replace(kStep - 1, 2, pair);
+      const auto* data = reinterpret_cast<const uint8_t*>(input.data());
+      TxTextList list;
+      EXPECT_EQ(ScanUTF8Newline(data, input.size()),
+                list.LoadFromDataEncoded__PARALLEL__(data, input.size(), CyEncoding(), nullptr, 3))
+          << pair << " in " << filler;
+    }
+  }
 }
 
 }  // namespace

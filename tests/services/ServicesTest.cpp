@@ -36,7 +36,10 @@ TEST(DocumentKind, ExtensionFirstThenContent) {
        TyDocumentKind::dkXSLT},
       {"a", u"<r xmlns:x='http://www.w3.org/1999/XSL/Transform'><x:stylesheet/></r>",
        TyDocumentKind::dkXML},
-      {"a", u"   ", TyDocumentKind::dkText},
+      // Blank: checked as XML (it has no root element) unless named otherwise.
+      {"a", u"   ", TyDocumentKind::dkXML},
+      {"a.xml", u"", TyDocumentKind::dkXML},
+      {"a.txt", u" ", TyDocumentKind::dkText},
   };
   for (const Row& row : rows)
     EXPECT_EQ(DetectDocumentKind(row.Path, *listOf(row.Text)), row.Kind) << row.Path;

@@ -4,6 +4,11 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
 #include "common/Utf.hpp"
 #include "xml/format/Formatter.hpp"
 
@@ -80,7 +85,7 @@ std::string RandomFragmentDocument(std::mt19937& Random, int Fragments) {
 
 std::string FormatXML(const std::string& Text, uint32_t FormattingBits, uint32_t LayoutBits,
                       const std::u16string& ExtraIndent) {
-  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings();
+  TyXMLFormatterChoices choices = TyXMLFormatterChoices::FromSettings(CySettings());
   choices.XMLFormattingOptions = TyXMLFormattingOptions::FromBits(FormattingBits);
   choices.XMLLayoutOptions = TyXMLLayoutOptions::FromBits(LayoutBits);
   const std::string out = ToUTF8(CyXMLFormatter::FormatText(ToUTF16(Text), ExtraIndent, choices));
@@ -169,6 +174,45 @@ std::string ContentOf(const std::string& Text, std::string* Error) {
   Describe(doc->children, out);
   xmlFreeDoc(doc);
   return out;
+}
+
+std::string ReadFile(const std::string& Path) {
+  std::ifstream in(Path, std::ios::binary);
+  EXPECT_TRUE(in.good()) << Path;
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+namespace {
+
+std::string trimmed(const std::string& Text) {
+  const size_t first = Text.find_first_not_of(' ');
+  return first == std::string::npos ? ""
+                                    : Text.substr(first, Text.find_last_not_of(' ') - first + 1);
+}
+
+uint32_t bitsOf(const std::string& Words, const std::vector<std::string>& Names) {
+  uint32_t bits = 0;
+  std::stringstream list(Words);
+  for (std::string word; std::getline(list, word, ',');) {
+    word = trimmed(word);
+    if (word == "-") continue;
+    const auto at = std::find(Names.begin(), Names.end(), word);
+    EXPECT_NE(at, Names.end()) << "unknown choice " << word;
+    bits |= 1u << (at - Names.begin());
+  }
+  return bits;
+}
+
+}  // namespace
+
+TyChoiceRow ParseChoiceRow(const std::string& Line) {
+  std::vector<std::string> fields;
+  std::stringstream row(Line);
+  for (std::string field; std::getline(row, field, '|');) fields.push_back(trimmed(field));
+  EXPECT_EQ(fields.size(), 4u) << Line;
+  fields.resize(4);
+  return {fields[0], bitsOf(fields[1], {"clear", "attributes", "empty", "text", "remove"}),
+          bitsOf(fields[2], {"inline", "space", "expand", "verbatim", "textinline"}), fields[3]};
 }
 
 }  // namespace xylem::test

@@ -38,4 +38,18 @@ std::string FormatXML(const std::string& Text, uint32_t FormattingBits, uint32_t
 // white-space-only runs dropped. Empty string with an error text when libxml2 refuses it.
 std::string ContentOf(const std::string& Text, std::string* Error = nullptr);
 
+// A whole file's bytes; an unreadable file fails the test.
+std::string ReadFile(const std::string& Path);
+
+// One row of a formatting table kept as data: "FILE | CHOICES | LAYOUT | NAME", the choices
+// and layout as comma-separated words (clear, attributes, empty, text, remove; inline, space,
+// expand, verbatim, textinline) or "-" for none.
+struct TyChoiceRow {
+  std::string File;
+  uint32_t Formatting = 0;
+  uint32_t Layout = 0;
+  std::string Name;
+};
+TyChoiceRow ParseChoiceRow(const std::string& Line);
+
 }  // namespace xylem::test

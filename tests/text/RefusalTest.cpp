@@ -10,7 +10,6 @@
 #include <thread>
 
 #include "common/InputBytes.hpp"
-#include "common/Settings.hpp"
 #include "common/Utf.hpp"
 #include "text/DecodeError.hpp"
 #include "text/TextFile.hpp"
@@ -127,21 +126,17 @@ class SpecialInput : public ::testing::Test {
               ("xylem_refusal_" + std::to_string(getpid()) + "_" +
                ::testing::UnitTest::GetInstance()->current_test_info()->name());
     std::filesystem::create_directories(Folder_);
-    Limit_ = CySettings::Get().MaxStreamBytes;
   }
-  void TearDown() override {
-    CySettings::Get().MaxStreamBytes = Limit_;
-    std::filesystem::remove_all(Folder_);
-  }
+  void TearDown() override { std::filesystem::remove_all(Folder_); }
   std::string path(const std::string& Name) const { return (Folder_ / Name).string(); }
   std::filesystem::path Folder_;
-  uint64_t Limit_ = 0;
 };
 
 TEST_F(SpecialInput, PipesAreStreamsWithALimitAndDevicesAreRefused) {
   const std::string fifo = path("doc.xml");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  CySettings::Get().MaxStreamBytes = 100;
+  TyTextFileLoadOptions limited;
+  limited.MaxStreamBytes = 100;
   for (const size_t size : {size_t{0}, size_t{99}, size_t{100}, size_t{101}, size_t{5000}}) {
     SCOPED_TRACE(size);
     std::thread writer([&] {
@@ -153,7 +148,7 @@ TEST_F(SpecialInput, PipesAreStreamsWithALimitAndDevicesAreRefused) {
     });
     TxTextList list;
     try {
-      LoadTextFile(fifo, list);
+      LoadTextFile(fifo, list, limited);
       EXPECT_LE(size, 100u);
       EXPECT_EQ(list.getLine(1).size(), size);
     } catch (const CyException& error) {

@@ -23,6 +23,8 @@ struct TyRow {
 };
 
 const TyRow kValid[] = {
+    {xprExpr, u"10 div 3 + (4)mod 3"},
+    {xprExpr, u"fn:array#1, count#1, Q{u}if#0, x/switch"},
     // Expressions and clauses.
     {xprExpr, u"1, 2, 3"},
     {xprExpr, u"for $a in 1 to 3, $b in $a return $a * $b"},
@@ -173,6 +175,20 @@ const TyInvalidRow kInvalid[] = {
     {xprExpr, u"1 cast as xs:int*", "Unexpected end.", 17},
     {xprExpr, u"map(1)", "Unexpected \"map\".", 0},
     {xprExpr, u"function(*)", "Unexpected \"function\".", 0},
+    // A.2.2: a number and a name that follows it are not separable.
+    {xprExpr, u"10div 3", "A number must be separated from the name that follows it: \"10div\".",
+     0},
+    {xprExpr, u"$a * 10mod 3",
+     "A number must be separated from the name that follows it: \"10mod\".", 5},
+    {xprExpr, u"1.5e3idiv 2",
+     "A number must be separated from the name that follows it: \"1.5e3idiv\".", 0},
+    // A.3: reserved function names name no function call or function reference.
+    {xprExpr, u"switch(1)", "Unexpected \"(\".", 6},
+    {xprExpr, u"typeswitch(1)", "Unexpected \"(\".", 10},
+    {xprExpr, u"attribute#0", "Unexpected \"#\".", 9},
+    {xprExpr, u"if#3", "Unexpected \"#\".", 2},
+    {xprExpr, u"empty-sequence#0", "Unexpected \"#\".", 14},
+    {xprExpr, u"map#1", "Unexpected \"#\".", 3},
     {xprExpr, u"a instance of", "Unexpected end.", 13},
     {xprExpr, u"element(a,)", "Unexpected \")\".", 10},
     {xprExpr, u"(1", "Expected \")\".", 2},

@@ -185,7 +185,7 @@ const char16_t* CyRawXMLChecker::AttributeValue(const char16_t* p) {
       while (*end != u';' && *end != u'&' && *end != u'<' && *end != u' ' && *end != u'\t' &&
              *end != quote && *end != kNul)
         ++end;
-      if (*end != u';' || !AcceptReference({p + 1, static_cast<size_t>(end - p - 1)}, p))
+      if (*end != u';' || !AcceptReference({p + 1, static_cast<size_t>(end - p - 1)}, p, true))
         return nullptr;
       p = end;
     }
@@ -258,18 +258,20 @@ const char16_t* CyRawXMLChecker::Reference(const char16_t* p) {
   while (!kRefStop.Has(*end)) ++end;
   if (*end != u';') return nullptr;
   AddTagEvent(Out_, Stack_, TyTagEventKind::tekText, {}, Line_, PosOf(p));
-  if (!AcceptReference({p + 1, static_cast<size_t>(end - p - 1)}, p)) return nullptr;
+  if (!AcceptReference({p + 1, static_cast<size_t>(end - p - 1)}, p, false)) return nullptr;
   return end + 1;
 }
 
 // Body: what stands between '&' (at Amp) and ';'.
-bool CyRawXMLChecker::AcceptReference(std::u16string_view Body, const char16_t* Amp) {
+bool CyRawXMLChecker::AcceptReference(std::u16string_view Body, const char16_t* Amp,
+                                      bool InAttribute) {
   if (!Body.empty() && Body[0] == u'#') {
     const int64_t value = CharRefValue(Body.substr(1));
     return value >= 0 && IsXMLChar(static_cast<char32_t>(value));
   }
   if (!IsName(Body.data(), Body.data() + Body.size())) return false;
-  if (!Silent_ && !IsPredefinedEntity(Body)) Out_.References.push_back({Body, Line_, PosOf(Amp)});
+  if (!Silent_ && !IsPredefinedEntity(Body))
+    Out_.References.push_back({Body, Line_, PosOf(Amp), InAttribute});
   return true;
 }
 

@@ -44,7 +44,7 @@ class CyRawXMLChecker {
   const char16_t* CharacterData(const char16_t* p);
   const char16_t* Reference(const char16_t* p);
   const char16_t* AttributeValue(const char16_t* p);
-  bool AcceptReference(std::u16string_view Body, const char16_t* Amp);
+  bool AcceptReference(std::u16string_view Body, const char16_t* Amp, bool InAttribute);
   int32_t PosOf(const char16_t* p) const { return static_cast<int32_t>(p - Text_) + 1; }
   void Pop();
   void Undo(size_t Events, size_t References);

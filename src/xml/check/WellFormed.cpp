@@ -1,11 +1,12 @@
 #include "xml/check/WellFormed.hpp"
 
 #include <algorithm>
-#include <unordered_set>
+#include <optional>
 
-#include "common/Progress.hpp"
-#include "common/Tasks.hpp"
+#include "xml/check/EntityRules.hpp"
+#include "xml/check/InternalSubset.hpp"
 #include "xml/check/WellFormedPiece.hpp"
+#include "xml/check/XMLDeclCheck.hpp"
 #include "xml/lines/LineState.hpp"
 #include "xml/syntax/Tokenizer.hpp"
 
@@ -53,6 +54,7 @@ class CyJoin {
                                       : u"Text is not allowed after the root element.");
           break;
         case TyTagEventKind::tekDoctype:
+          if (Open_.empty() && Doctypes_ == 0 && Roots_ == 0) FirstDoctype_ = event;
           if (!Open_.empty())
             Findings_.Add(event.Line, event.Pos,
                           u"A document type declaration is not allowed inside an element.");
@@ -74,24 +76,31 @@ class CyJoin {
     if (Roots_ == 0) Findings_.Add(LastLine, EndPos, u"The document has no root element.", {});
   }
 
+  // The document type declaration in its place (before the root, the first), if any.
+  const std::optional<TyTagEvent>& getDoctype() const { return FirstDoctype_; }
+
  private:
   CyFindings& Findings_;
   std::vector<TyOpenTag> Open_;
   int64_t Roots_ = 0;
   int64_t Doctypes_ = 0;
   bool LastWasText_ = false;
+  std::optional<TyTagEvent> FirstDoctype_;
 };
 
-void ResolveEntities(const std::vector<TyPieceResult>& Pieces, CyFindings& Findings) {
+// The prolog's declarations, read once on this thread (they are small next to the content),
+// then every entity reference the pieces met, judged against them.
+void CheckDeclarationsAndEntities(const TxTextList& List, const std::vector<TyPieceResult>& Pieces,
+                                  const std::optional<TyTagEvent>& Doctype, CyFindings& Findings) {
+  const TyXMLDeclInfo declaration = CheckXMLDeclaration(List, Findings);
+  TyDoctypeInfo info;
+  if (Doctype)
+    CheckDoctype(List, Doctype->Line, Doctype->Pos, declaration.Standalone, info, Findings);
+  CyEntityRules rules(info, declaration.Standalone);
+  for (const TyDefaultReference& ref : info.DefaultReferences)
+    rules.Reference({ref.Name, ref.Line, ref.Pos, true}, Findings);
   for (const TyPieceResult& piece : Pieces)
-    if (piece.EntitiesMayBeExternal) return;  // an unread declaration may declare them
-  std::unordered_set<std::u16string_view> declared;
-  for (const TyPieceResult& piece : Pieces)
-    for (const std::u16string& name : piece.Declared) declared.insert(name);
-  for (const TyPieceResult& piece : Pieces)
-    for (const TyEntityRef& ref : piece.References)
-      if (!declared.contains(ref.Name))
-        Findings.Add(ref.Line, ref.Pos, u"Entity '%s' is not declared.", {ref.Name});
+    for (const TyEntityRef& ref : piece.References) rules.Reference(ref, Findings);
 }
 
 }  // namespace
@@ -110,8 +119,8 @@ struct TyPieces {
   std::vector<int64_t> First, Count;
 };
 
-TyPieces CutPieces(const TxTextList& List, int PieceCount) {
-  if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
+TyPieces CutPieces(const TxTextList& List, int PieceCount, const TyJobContext& Job) {
+  PieceCount = Job.ResolvePieceCount(PieceCount);
   const int64_t lines = List.getCount();
   if (lines < PieceCount) PieceCount = static_cast<int>(std::max<int64_t>(lines, 1));
   TyPieces pieces;
@@ -121,7 +130,7 @@ TyPieces CutPieces(const TxTextList& List, int PieceCount) {
   for (int i = 0; i < PieceCount; ++i)
     CyXMLLineStates::CutPiece(lines, PieceCount, i, pieces.First[static_cast<size_t>(i)],
                               pieces.Count[static_cast<size_t>(i)]);
-  CyProgress::Begin("Checking", static_cast<uint64_t>(lines));
+  Job.Begin("Checking", static_cast<uint64_t>(lines));
   return pieces;
 }
 
@@ -133,7 +142,7 @@ IyXMLErrsPtr Join(const TxTextList& List, std::vector<TyPieceResult>& Pieces) {
   const int64_t lastLine = std::max<int64_t>(lines, 1);
   const int32_t endPos = lines > 0 ? static_cast<int32_t>(List.getLine(lines).size() + 1) : 1;
   join.End(lastLine, endPos);
-  ResolveEntities(Pieces, findings);
+  CheckDeclarationsAndEntities(List, Pieces, join.getDoctype(), findings);
   std::vector<TyFinding> all = findings.Take();
   for (TyPieceResult& piece : Pieces)
     for (TyFinding& finding : piece.Findings) all.push_back(std::move(finding));
@@ -153,11 +162,12 @@ IyXMLErrsPtr Join(const TxTextList& List, std::vector<TyPieceResult>& Pieces) {
 
 }  // namespace
 
-IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCount) {
-  TyPieces pieces = CutPieces(List, PieceCount);
+IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCount,
+                                             const TyJobContext& Job) {
+  TyPieces pieces = CutPieces(List, PieceCount, Job);
   TyPieceOptions options;
-  options.Progress = true;
-  CyTasks::RunAll(static_cast<int>(pieces.Results.size()), [&](int i) {
+  options.Job = &Job;
+  Job.RunAll(static_cast<int>(pieces.Results.size()), [&](int i) {
     const auto k = static_cast<size_t>(i);
     CheckPiece(List, pieces.First[k], pieces.Count[k], pieces.Results[k], options);
   });
@@ -165,14 +175,14 @@ IyXMLErrsPtr CyXMLWellFormed::Check_PARALLEL(const TxTextList& List, int PieceCo
 }
 
 IyXMLErrsPtr CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(TxTextList& List,
-                                                               int64_t& TotalDelta,
-                                                               int PieceCount) {
-  TyPieces pieces = CutPieces(List, PieceCount);
+                                                               int64_t& TotalDelta, int PieceCount,
+                                                               const TyJobContext& Job) {
+  TyPieces pieces = CutPieces(List, PieceCount, Job);
   const size_t count = pieces.Results.size();
   std::vector<TyStoredPiece> stored(count);
   TyPieceOptions options;
-  options.Progress = true;
-  CyTasks::RunAll(static_cast<int>(count), [&](int i) {
+  options.Job = &Job;
+  Job.RunAll(static_cast<int>(count), [&](int i) {
     const auto k = static_cast<size_t>(i);
     CheckPieceStoringStates(List, pieces.First[k], pieces.Count[k], stored[k], options);
   });
@@ -198,7 +208,7 @@ IyXMLErrsPtr CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(TxTextList& List,
     const int64_t end = parts < firsts.size() ? firsts[parts] : pieces.First[k] + pieces.Count[k];
     again.push_back({k, parts, pieces.First[k], end - pieces.First[k]});
   }
-  CyTasks::RunAll(static_cast<int>(again.size()), [&](int i) {
+  Job.RunAll(static_cast<int>(again.size()), [&](int i) {
     const TyAgain& a = again[static_cast<size_t>(i)];
     std::vector<TyPieceResult>& parts = stored[a.Piece].Parts;
     parts.erase(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(a.Parts));

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "common/Progress.hpp"
 #include "xml/check/RawXMLChecker.hpp"
 #include "xml/check/WellFormed.hpp"
 #include "xml/lines/LineState.hpp"
@@ -108,7 +107,9 @@ class CyPieceChecker {
   }
 
   void Advance(int64_t Lines) {
-    if (Options_.Progress && Lines > 0) CyProgress::Advance(static_cast<uint64_t>(Lines));
+    if (!Options_.Job) return;
+    Options_.Job->ThrowIfStopped();
+    if (Lines > 0) Options_.Job->Advance(static_cast<uint64_t>(Lines));
   }
 
   // The line-state scan's step for Line, from State_. Highest: the fast check's highest delta
@@ -164,6 +165,7 @@ class CyPieceChecker {
     }
     CheckCharacters(item->TextUTF16.getView());
     CommentDash_ = false;
+    NeedSpace_ = false;  // a line break is white space
     const bool atEnd = Line == List_.getCount();
     Parser_.First(text, atEnd, start.StackG, start.StackS);
     for (;;) {
@@ -184,10 +186,25 @@ class CyPieceChecker {
             {std::u16string_view(Hex(bad))});
   }
 
+  // Inside the document type declaration, which CheckDoctype reads as a whole.
+  static bool InDoctype(uint64_t GroupWord) {
+    for (; GroupWord != 0; GroupWord >>= kXMLCellBits) {
+      const unsigned g = static_cast<unsigned>(GroupWord & 31);
+      if (g >= V(G::DOCTYPE) && g <= V(G::DT_DECL_NOTATION)) return true;
+    }
+    return false;
+  }
+
   void OnToken(const TyXMLToken& T) {
     const unsigned group = T.Group0();
     const unsigned symbol = T.Symbol0();
     const int32_t pos = static_cast<int32_t>(T.Offset0 + 1);
+    if (InDoctype(T.StackG0)) {
+      if (group == V(G::DOCTYPE) && symbol == V(S::OPEN)) DoctypeToken(pos);
+      return;
+    }
+    // The declaration that begins the document is CheckXMLDeclaration's.
+    if (group == V(G::XML) && symbol != V(S::OPEN) && XMLDeclAtStart_) return;
     if (symbol >= kXMLMissing) {
       // A missing token after a missing token is the same fault unwinding.
       if (!T.TextWasMissing) OnMissing(group, symbol - kXMLMissing, pos);
@@ -195,7 +212,7 @@ class CyPieceChecker {
       if (group == V(G::ELEMENT_CLOSE) && symbol == XMLMissing(S::CLOSE)) EndEndTag();
       if (group == V(G::ELEMENT_OPEN) &&
           (symbol == XMLMissing(S::STRING1_V_OPEN) || symbol == XMLMissing(S::STRING2_V_OPEN))) {
-        AttrPending_ = false;
+        AttrPending_ = ValueExpected_ = false;
         UnquotedValue_ = true;
       }
       if (symbol == XMLMissing(S::STRING1_V_CLOSE) || symbol == XMLMissing(S::STRING2_V_CLOSE))
@@ -216,7 +233,6 @@ class CyPieceChecker {
         ReferenceToken(T, symbol, pos);
         break;
       case G::COMMENT:
-      case G::DT_DECL_COMMENT:
         CommentToken(T, symbol, pos);
         break;
       case G::CDATA:
@@ -227,16 +243,6 @@ class CyPieceChecker {
         break;
       case G::XML:
         XMLDeclToken(T, symbol, pos);
-        break;
-      case G::DOCTYPE:
-        DoctypeToken(T, symbol, pos);
-        break;
-      case G::DT_DECL:
-        if (symbol == V(S::BODY) && T.Text().find(u'%') != std::u16string_view::npos)
-          Out_.EntitiesMayBeExternal = true;
-        break;
-      case G::DT_DECL_ENTITY:
-        EntityDeclToken(T, symbol);
         break;
       default:
         break;
@@ -268,7 +274,6 @@ class CyPieceChecker {
           return Error(Pos, u"End tag '%s' is not closed with '>'.", {TagName_});
         break;
       case G::COMMENT:
-      case G::DT_DECL_COMMENT:
         if (symbol == S::CLOSE) return Error(Pos, u"Comment is not closed with '-->'.");
         break;
       case G::CDATA:
@@ -277,17 +282,15 @@ class CyPieceChecker {
       case G::PI:
       case G::XMLModel:
       case G::XMLStylesheet:
+        // Pseudo-attributes are a convention of these instructions, not an XML rule.
         if (symbol == S::CLOSE)
           return Error(Pos, u"Processing instruction is not closed with '?>'.");
+        if (group != G::PI) return;
         break;
       case G::XML:
         if (symbol == S::CLOSE) return Error(Pos, u"XML declaration is not closed with '?>'.");
         if (valueOpen) return Error(Pos, u"The value of '%s' must be quoted.", {Attr_});
         if (valueClose) return Error(Pos, u"The value of '%s' is not closed.", {Attr_});
-        break;
-      case G::DOCTYPE:
-        if (symbol == S::CLOSE)
-          return Error(Pos, u"Document type declaration is not closed with '>'.");
         break;
       default:
         break;
@@ -311,7 +314,7 @@ class CyPieceChecker {
         TagPos_ = Pos;
         Attrs_.Clear();
         Attr_ = {};
-        AttrPending_ = NeedSpace_ = false;
+        AttrPending_ = NeedSpace_ = ValueExpected_ = false;
         break;
       case S::TAG:
         TagName_ = T.Text();
@@ -326,7 +329,13 @@ class CyPieceChecker {
         break;
       case S::EQUALS:
         if (!AttrPending_) Error(Pos, u"An attribute name is expected before '='.");
+        ValueExpected_ = AttrPending_;
         AttrPending_ = false;
+        break;
+      case S::STRING1_V_OPEN:
+      case S::STRING2_V_OPEN:
+        if (!ValueExpected_) Error(Pos, u"An attribute name is expected before the value.");
+        ValueExpected_ = false;
         break;
       case S::STRING1_V:
       case S::STRING2_V:
@@ -389,7 +398,7 @@ class CyPieceChecker {
           else
             Error(refPos, u"The entity reference must end with ';'.");
         } else {
-          CheckReference(body, refPos);
+          CheckReference(body, refPos, true);
         }
         i = end > i ? end - 1 : i;
       }
@@ -469,12 +478,12 @@ class CyPieceChecker {
     } else if (Symbol == V(S::BODY)) {
       RefBody_ = T.Text();
     } else if (Symbol == V(S::CLOSE)) {
-      CheckReference(RefBody_, RefPos_);
+      CheckReference(RefBody_, RefPos_, false);
     }
   }
 
   // Body is what stands between '&' and ';'.
-  void CheckReference(std::u16string_view Body, int32_t Pos) {
+  void CheckReference(std::u16string_view Body, int32_t Pos, bool InAttribute) {
     if (!Body.empty() && Body[0] == u'#') {
       const int64_t value = CharRefValue(Body.substr(1));
       if (value < 0)
@@ -488,7 +497,8 @@ class CyPieceChecker {
       Error(Pos, u"'&%s;' is not a valid entity reference.", {Body});
       return;
     }
-    if (!IsPredefinedEntity(Body) && !Silent_) Out_.References.push_back({Body, Line_, Pos});
+    if (!IsPredefinedEntity(Body) && !Silent_)
+      Out_.References.push_back({Body, Line_, Pos, InAttribute});
   }
 
   // ---- comments, PIs, declarations --------------------------------------------------------
@@ -532,7 +542,8 @@ class CyPieceChecker {
     if (Symbol == V(S::OPEN)) {
       XMLDeclIndex_ = 0;
       Attr_ = {};
-      if (Line_ != 1 || Pos != 1)
+      XMLDeclAtStart_ = Line_ == 1 && Pos == 1;
+      if (!XMLDeclAtStart_)
         Error(Pos, u"The XML declaration is allowed only at the very start of the document.");
     } else if (Symbol == V(S::ATTRIBUTE_NAME)) {
       static const std::u16string_view order[] = {u"version", u"encoding", u"standalone"};
@@ -551,32 +562,11 @@ class CyPieceChecker {
     }
   }
 
-  void DoctypeToken(const TyXMLToken& T, unsigned Symbol, int32_t Pos) {
-    if (Symbol == V(S::OPEN)) {
-      DoctypeWords_ = 0;
-      if (!Stack_.empty())
-        Error(Pos, u"A document type declaration is not allowed inside an element.");
-      else if (!Silent_)
-        Out_.Events.push_back({TyTagEventKind::tekDoctype, {}, Line_, Pos});
-    } else if (Symbol == V(S::ATTRIBUTE_NAME)) {
-      const std::u16string_view word = T.Text();
-      if (++DoctypeWords_ == 2 && (word == u"SYSTEM" || word == u"PUBLIC"))
-        Out_.EntitiesMayBeExternal = true;
-    }
-  }
-
-  void EntityDeclToken(const TyXMLToken& T, unsigned Symbol) {
-    if (Symbol == V(S::OPEN)) {
-      EntityWords_ = 0;
-    } else if (Symbol == V(S::ATTRIBUTE_NAME)) {
-      const std::u16string_view word = T.Text();
-      if (EntityWords_++ == 0) {
-        if (!word.empty() && word[0] == u'%')
-          EntityWords_ = -1000;  // a parameter entity
-        else
-          Out_.Declared.emplace_back(word);
-      }
-    }
+  void DoctypeToken(int32_t Pos) {
+    if (!Stack_.empty())
+      Error(Pos, u"A document type declaration is not allowed inside an element.");
+    else if (!Silent_)
+      Out_.Events.push_back({TyTagEventKind::tekDoctype, {}, Line_, Pos});
   }
 
   const TxTextList& List_;
@@ -602,8 +592,9 @@ class CyPieceChecker {
   std::u16string_view Attr_;
   int64_t AttrLine_ = 0;
   int32_t AttrPos_ = 0;
-  bool AttrPending_ = false;  // a name waits for its '='
-  bool NeedSpace_ = false;    // a value just closed: the next name needs white space first
+  bool AttrPending_ = false;    // a name waits for its '='
+  bool ValueExpected_ = false;  // '=' after a name waits for its value
+  bool NeedSpace_ = false;      // a value just closed: the next name needs white space first
   bool EndTagJunk_ = false;
   bool UnquotedValue_ = false;  // a value without quotes was just reported
   // Other constructs.
@@ -614,8 +605,7 @@ class CyPieceChecker {
   bool PITarget_ = true;
   int32_t PIPos_ = 0;
   int XMLDeclIndex_ = 0;
-  int DoctypeWords_ = 0;
-  int EntityWords_ = 0;
+  bool XMLDeclAtStart_ = false;
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "diag/ErrRecord.hpp"
 #include "text/TextList.hpp"
 
@@ -68,15 +69,14 @@ struct TyEntityRef {
   std::u16string_view Name;
   int64_t Line;
   int32_t Pos;
+  bool InAttribute = false;  // in an attribute value, else in content
 };
 
 struct TyPieceResult {
-  std::vector<TyFinding> Findings;       // sorted, at most CyXMLWellFormed::kMaxErrors
-  std::vector<TyTagEvent> Events;        // met at an empty local stack, in order
-  std::vector<TyOpenTag> Open;           // start tags left open, outermost first
-  std::vector<std::u16string> Declared;  // general entities declared in the internal subset
-  std::vector<TyEntityRef> References;   // general entity references to resolve
-  bool EntitiesMayBeExternal = false;    // external subset or parameter-entity references
+  std::vector<TyFinding> Findings;      // sorted, at most CyXMLWellFormed::kMaxErrors
+  std::vector<TyTagEvent> Events;       // met at an empty local stack, in order
+  std::vector<TyOpenTag> Open;          // start tags left open, outermost first
+  std::vector<TyEntityRef> References;  // general entity references to resolve
 };
 
 // What a piece that stores states gives: consecutive parts, each exactly what CheckPiece
@@ -110,8 +110,9 @@ struct TyPieceOptions {
   // Lines that start at document level go through CyRawXMLChecker first. The result is the
   // same either way; false serves as the reference in tests.
   bool FastPath = true;
-  // Advances CyProgress by the lines read, every few thousand lines.
-  bool Progress = false;
+  // Advanced by the lines read and its stop token polled (CyCancelledException), every 16 K
+  // lines; null: neither.
+  const TyJobContext* Job = nullptr;
 };
 
 // Checks lines FirstLine .. FirstLine + Count - 1 of List, whose start states are stored. A

@@ -6,6 +6,7 @@
 
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
+#include "xml/format/Reader.hpp"
 
 namespace xylem {
 
@@ -96,6 +97,7 @@ void CyXMLEventWriter::PutLarge(std::u16string_view Text, bool Piece) {
 }
 
 std::u16string_view CyXMLEventWriter::Indent(int Level) {
+  if (Level > kXMLFormatterMaxDepth) Level = 0;
   const size_t need = ExtraIndent_.size() + static_cast<size_t>(Level) * Unit_.size();
   while (Indents_.size() < need) Indents_ += Unit_;
   return {Indents_.data(), need};

@@ -1,7 +1,6 @@
 #include "xml/format/Formatter.hpp"
 
 #include "common/Exception.hpp"
-#include "common/Settings.hpp"
 
 namespace xylem {
 
@@ -10,11 +9,10 @@ namespace {
 int PiecesFor(size_t Units) { return Units < (size_t{1} << 20) ? 1 : 0; }
 }  // namespace
 
-TyXMLFormatterChoices TyXMLFormatterChoices::FromSettings() {
-  const CySettings& settings = CySettings::Get();
-  return {TyXMLFormattingOptions::FromBits(settings.XMLFormattingOptions),
-          TyXMLLayoutOptions::FromBits(settings.XMLLayoutOptions), settings.XMLFormatterWordsD,
-          settings.XMLFormatterWordsP};
+TyXMLFormatterChoices TyXMLFormatterChoices::FromSettings(const CySettings& Settings) {
+  return {TyXMLFormattingOptions::FromBits(Settings.XMLFormattingOptions),
+          TyXMLLayoutOptions::FromBits(Settings.XMLLayoutOptions), Settings.XMLFormatterWordsD,
+          Settings.XMLFormatterWordsP, Settings.IndentationUnit};
 }
 
 namespace {
@@ -32,23 +30,31 @@ void CyXMLFormatter::Format(const TxTextList& TextList, TxXMLParser& XMLParser,
                             std::u16string_view ExtraIndent, IyXMLWriterOutputStream& OutputStream,
                             TyXMLFormattingOptions XMLFormattingOptions,
                             TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
-                            const CyXMLWordList& WordsP) {
+                            const CyXMLWordList& WordsP, std::u16string_view IndentationUnit,
+                            const TyJobContext& Job) {
   PyXMLDOMTree tree;
-  CyXMLReader::Read(TextList, XMLParser, XMLFormattingOptions, XMLLayoutOptions, WordsD, WordsP,
-                    tree);
+  Job.Begin("Formatting", static_cast<uint64_t>(TextList.getCount()));
+  (void)CyXMLReader::Read__PARALLEL__(TextList, XMLParser, XMLFormattingOptions, XMLLayoutOptions,
+                                      WordsD, WordsP, tree, 0, 20000, Job);
+  Job.ThrowIfStopped();
   CyXMLWriter writer(OutputStream, XMLFormattingOptions, XMLLayoutOptions, ExtraIndent,
-                     CySettings::Get().IndentationUnit);
+                     IndentationUnit);
   writer.WriteDocument(tree);
   WriteFinalLineBreak(TextList, OutputStream);
 }
 
 void CyXMLFormatter::FormatTextList(TxTextList& TextList, std::u16string_view ExtraIndent,
-                                    const TyXMLFormatterChoices& Choices) {
+                                    const TyXMLFormatterChoices& Choices, const TyJobContext& Job) {
   CyXMLWriterStringOutputStream out;
   TxXMLParser parser;
   Format(TextList, parser, ExtraIndent, out, Choices.XMLFormattingOptions, Choices.XMLLayoutOptions,
-         CyXMLWordList(Choices.WordsD), CyXMLWordList(Choices.WordsP));
-  TextList.LoadFromText__PARALLEL__(out.getText(), PiecesFor(out.getText().size()));
+         CyXMLWordList(Choices.WordsD), CyXMLWordList(Choices.WordsP), Choices.IndentationUnit,
+         Job);
+  // Not cancellable from here on: a load cancelled while filling would empty the list.
+  TyJobContext load = Job;
+  load.StopToken = {};
+  load.Progress = nullptr;
+  TextList.LoadFromText__PARALLEL__(out.getText(), PiecesFor(out.getText().size()), load);
 }
 
 std::u16string CyXMLFormatter::FormatText(std::u16string_view Text, std::u16string_view ExtraIndent,
@@ -58,7 +64,7 @@ std::u16string CyXMLFormatter::FormatText(std::u16string_view Text, std::u16stri
   CyXMLWriterStringOutputStream out;
   TxXMLParser parser;
   Format(list, parser, ExtraIndent, out, Choices.XMLFormattingOptions, Choices.XMLLayoutOptions,
-         CyXMLWordList(Choices.WordsD), CyXMLWordList(Choices.WordsP));
+         CyXMLWordList(Choices.WordsD), CyXMLWordList(Choices.WordsP), Choices.IndentationUnit);
   return std::move(out.getText());
 }
 

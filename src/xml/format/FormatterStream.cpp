@@ -13,11 +13,9 @@
 #include <vector>
 
 #include "common/Exception.hpp"
-#include "common/Settings.hpp"
-#include "common/Tasks.hpp"
-#include "xml/format/ContentScan.hpp"
 #include "xml/format/Formatter.hpp"
 #include "xml/format/NodeScanner.hpp"
+#include "xml/format/RawXMLContentScan.hpp"
 #include "xml/format/WriterFileStream.hpp"
 
 namespace xylem {
@@ -148,9 +146,8 @@ std::vector<TyWhere> PieceStarts(const TxTextList& List, int PieceCount, int64_t
   };
   int64_t total = 0;
   for (int64_t line = 1; line <= count; ++line) total += units(line);
-  if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
-  PieceCount =
-      static_cast<int>(std::min<int64_t>(PieceCount, total / std::max<int64_t>(MinPieceUnits, 1)));
+  PieceCount = static_cast<int>(
+      std::min<int64_t>(std::max(PieceCount, 1), total / std::max<int64_t>(MinPieceUnits, 1)));
   std::vector<TyWhere> starts{{1, count ? List.getItems(1)->TextUTF16.getText() : nullptr}};
   int64_t line = 1, lineFirst = 0;  // lineFirst: the units before line
   for (int i = 1; i < PieceCount; ++i) {
@@ -190,8 +187,9 @@ struct TyJoinedOpen {
 class CyPartsFormatter {
  public:
   CyPartsFormatter(const TxTextList& List, const TyXMLFormatterChoices& Choices,
-                   const CyXMLWordList& WordsD, const CyXMLWordList& WordsP)
-      : List_(List), Choices_(Choices), WordsD_(WordsD), WordsP_(WordsP) {}
+                   const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
+                   const TyJobContext& Job)
+      : List_(List), Choices_(Choices), WordsD_(WordsD), WordsP_(WordsP), Job_(Job) {}
 
   // False when the document must go through the one-pass route instead.
   bool Run(CyTextFileWriter& Out, const TyTextFileFormat& Format,
@@ -199,9 +197,9 @@ class CyPartsFormatter {
     Starts_ = Starts;
     const size_t n = Starts_.size();
     Pieces_.assign(n, {});
-    CyTasks::RunAll(static_cast<int>(n), [&](int i) {
+    Job_.RunAll(static_cast<int>(n), [&](int i) {
       const size_t k = static_cast<size_t>(i);
-      detail::ScanXMLContent(List_, Starts_[k], End(k), Pieces_[k]);
+      detail::ScanRawXMLContent(List_, Starts_[k], End(k), Pieces_[k], &Job_);
     });
     if (!Join()) return false;
 
@@ -216,7 +214,7 @@ class CyPartsFormatter {
     std::vector<char> failed(writers.size(), 0);
     OpenAtStart_.assign(writers.size(), {});
     OpenAtStop_.assign(writers.size(), {});
-    CyTasks::RunAll(static_cast<int>(writers.size()), [&](int w) {
+    Job_.RunAll(static_cast<int>(writers.size()), [&](int w) {
       const size_t i = static_cast<size_t>(w);
       const size_t next = i + 1 < writers.size() ? writers[i + 1] : n;
       try {
@@ -285,9 +283,10 @@ class CyPartsFormatter {
                  std::vector<std::u16string_view>& OpenAtStop) {
     CyXMLWriterFileOutputStream stream(File);
     CyXMLEventWriter writer(stream, Choices_.XMLFormattingOptions, Choices_.XMLLayoutOptions, u"",
-                            CySettings::Get().IndentationUnit);
+                            Choices_.IndentationUnit);
     CyStreamSink sink(writer, Pieces_[First].HasText);
     CyXMLNodeScanner<CyStreamSink> scanner(List_, sink, WordsD_, WordsP_);
+    scanner.setJob(&Job_);
     sink.watch(scanner.getOpen());
     if (First > 0) {
       std::vector<TyXMLOpenElement> open;
@@ -316,6 +315,7 @@ class CyPartsFormatter {
   const TyXMLFormatterChoices& Choices_;
   const CyXMLWordList& WordsD_;
   const CyXMLWordList& WordsP_;
+  const TyJobContext& Job_;
   std::vector<TyWhere> Starts_;
   std::vector<TyXMLContentPiece> Pieces_;
   std::vector<std::vector<TyJoinedOpen>> OpenAt_;
@@ -325,20 +325,22 @@ class CyPartsFormatter {
 // Both passes over the whole document; the first refuses before anything is written.
 void FormatInOnePass(const TxTextList& List, CyTextFileWriter& Out,
                      const TyXMLFormatterChoices& Choices, const CyXMLWordList& WordsD,
-                     const CyXMLWordList& WordsP) {
+                     const CyXMLWordList& WordsP, const TyJobContext& Job) {
   std::vector<uint8_t> hasText;
   {
     CyHasTextSink sink(hasText);
     CyXMLNodeScanner<CyHasTextSink> scanner(List, sink, WordsD, WordsP);
+    scanner.setJob(&Job);
     TxXMLParser parser;
     scanner.Read(parser, 1, List.getCount());
     scanner.Finish();
   }
   CyXMLWriterFileOutputStream stream(Out);
   CyXMLEventWriter writer(stream, Choices.XMLFormattingOptions, Choices.XMLLayoutOptions, u"",
-                          CySettings::Get().IndentationUnit);
+                          Choices.IndentationUnit);
   CyStreamSink sink(writer, hasText);
   CyXMLNodeScanner<CyStreamSink> scanner(List, sink, WordsD, WordsP);
+  scanner.setJob(&Job);
   TxXMLParser parser;
   scanner.Read(parser, 1, List.getCount());
   scanner.Finish();
@@ -350,18 +352,20 @@ void FormatInOnePass(const TxTextList& List, CyTextFileWriter& Out,
 int CyXMLFormatter::FormatToFile__PARALLEL__(const TxTextList& TextList, CyTextFileWriter& Out,
                                              const TyTextFileFormat& Format,
                                              const TyXMLFormatterChoices& Choices, int PieceCount,
-                                             int64_t MinPieceUnits) {
+                                             int64_t MinPieceUnits, const TyJobContext& Job) {
   const CyXMLWordList wordsD(Choices.WordsD), wordsP(Choices.WordsP);
+  Job.Begin("Formatting", 2 * static_cast<uint64_t>(TextList.getCount()));
   // Other encodings count lines for their messages, which parts would get wrong.
-  const std::vector<TyWhere> starts = Format.Encoding.IsUnicode()
-                                          ? PieceStarts(TextList, PieceCount, MinPieceUnits)
-                                          : std::vector<TyWhere>{{1, nullptr}};
+  const std::vector<TyWhere> starts =
+      Format.Encoding.IsUnicode()
+          ? PieceStarts(TextList, Job.ResolvePieceCount(PieceCount), MinPieceUnits)
+          : std::vector<TyWhere>{{1, nullptr}};
   int parts = 1;
   if (starts.size() > 1 &&
-      CyPartsFormatter(TextList, Choices, wordsD, wordsP).Run(Out, Format, starts))
+      CyPartsFormatter(TextList, Choices, wordsD, wordsP, Job).Run(Out, Format, starts))
     parts = static_cast<int>(starts.size());
   else
-    FormatInOnePass(TextList, Out, Choices, wordsD, wordsP);
+    FormatInOnePass(TextList, Out, Choices, wordsD, wordsP, Job);
   WriteFinalLineBreak(TextList, Out);
   return parts;
 }

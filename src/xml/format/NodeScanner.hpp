@@ -2,7 +2,7 @@
 // The formatter's scanner: one pass over a range of the document that checks what the
 // formatter refuses and hands each node to a sink as its construct ends, so the tree reader
 // and the streaming writer see the same nodes and the same refusals. Between constructs at
-// document level it reads with CyXMLRawLineLexer, elsewhere with the tokenizer; both give it
+// document level it reads with CyRawXMLLineLexer, elsewhere with the tokenizer; both give it
 // the same tokens.
 //
 // A sink provides:
@@ -25,9 +25,10 @@
 #include <string_view>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "text/TextList.hpp"
 #include "xml/format/DOM.hpp"
-#include "xml/format/RawLineLexer.hpp"
+#include "xml/format/RawXMLLineLexer.hpp"
 #include "xml/format/Reader.hpp"
 #include "xml/syntax/TokenizerKinds.hpp"
 
@@ -85,6 +86,9 @@ std::vector<int64_t> XMLPieceStarts(const TxTextList& List, int PieceCount, int6
 
 enum class TyConstruct : uint8_t { None, StartTag, EndTag, Delimited };
 
+// Lines between two polls of a scan's stop token (and progress reports): a few milliseconds.
+inline constexpr int64_t kXMLScanPollLines = 4096;
+
 template <typename TySink>
 class CyXMLNodeScanner {
  public:
@@ -101,6 +105,9 @@ class CyXMLNodeScanner {
 
   // With the fast path off every line goes through the tokenizer (for comparing the two).
   void setFastPath(bool On) { FastPath_ = On; }
+  // Read advances Job's progress by lines and polls its stop token (CyCancelledException)
+  // every kXMLScanPollLines lines; null: neither.
+  void setJob(const TyJobContext* Job) { Job_ = Job; }
 
   // The start of line Line; past the last line, the document's end.
   TyWhere LineStart(int64_t Line) const {
@@ -121,6 +128,11 @@ class CyXMLNodeScanner {
     const int64_t count = List_.getCount();
     if (From.Line > 1 && LastEnd_.P == nullptr) LastEnd_ = LineEnd(From.Line - 1);
     for (Line_ = From.Line; Line_ <= count && Line_ <= To.Line; ++Line_) {
+      if (Job_ && ++Polled_ == kXMLScanPollLines) {
+        Polled_ = 0;
+        Job_->ThrowIfStopped();
+        Job_->Advance(kXMLScanPollLines);
+      }
       const TyTextUTF16& slice = List_.getItems(Line_)->TextUTF16;
       Text_ = slice.getText();
       TextEnd_ = Text_ + slice.Length;
@@ -145,7 +157,7 @@ class CyXMLNodeScanner {
     for (;;) {
       while (FastPath_ && Construct_ == TyConstruct::None && G_ == kXMLDocumentGroupWord &&
              S_ == kXMLDocumentSymbolWord && *P != u'\0' && !(Limit && P >= Limit)) {
-        const char16_t* next = CyXMLRawLineLexer::Lex(Text_, TextEnd_, P, Limit, Tokens_);
+        const char16_t* next = CyRawXMLLineLexer::Lex(Text_, TextEnd_, P, Limit, Tokens_);
         for (const TyXMLScanToken& t : Tokens_) {
           Handle(t);
           if (Sink_.Stopped()) return false;
@@ -446,8 +458,6 @@ class CyXMLNodeScanner {
       if (RootSeen_) Fail(ConstructStart_);  // a second root
       RootSeen_ = true;
     }
-    if (!Empty && static_cast<int32_t>(Open_.size()) + 1 > kXMLFormatterMaxDepth)
-      Fail(ConstructStart_);
     Spans_.clear();
     for (const TyAttributeRange& a : Attributes_)
       Spans_.push_back({{AttributePieces_.data() + a.First, a.Count}, a.SameLine, a.MultiLine});
@@ -467,6 +477,8 @@ class CyXMLNodeScanner {
   const CyXMLWordList& WordsP_;
   bool Piece_;
   bool FastPath_ = true;
+  const TyJobContext* Job_ = nullptr;
+  int64_t Polled_ = 0;    // lines read since the last poll
   bool Crossed_ = false;  // a construct ran on past the end of a read inside a line
 
   int32_t MaxDepth_ = 0;

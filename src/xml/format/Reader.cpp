@@ -3,7 +3,6 @@
 #include <memory>
 #include <vector>
 
-#include "common/Tasks.hpp"
 #include "xml/format/ReaderBuilder.hpp"
 
 namespace xylem {
@@ -30,7 +29,7 @@ bool detail::IsXMLPieceStart(const TxTextList& List, int64_t Line) {
 std::vector<int64_t> detail::XMLPieceStarts(const TxTextList& List, int PieceCount,
                                             int64_t MinPieceLines) {
   const int64_t count = List.getCount();
-  if (PieceCount <= 0) PieceCount = CyTasks::PieceCount();
+  PieceCount = std::max(PieceCount, 1);
   PieceCount =
       static_cast<int>(std::min<int64_t>(PieceCount, count / std::max<int64_t>(MinPieceLines, 1)));
   std::vector<int64_t> starts{1};
@@ -62,7 +61,7 @@ std::vector<TyXMLDOMNode*> OpenChain(TyXMLDOMNode* Innermost) {
 // was not between two constructs, or a join that needs context a piece did not have.
 bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
                   bool FormatText, bool PreserveVerbatim, PyXMLDOMTree& Tree,
-                  const std::vector<int64_t>& Starts) {
+                  const std::vector<int64_t>& Starts, const TyJobContext& Job) {
   const size_t n = Starts.size();
   std::vector<std::unique_ptr<PyXMLDOMTree>> trees(n);
   std::vector<std::unique_ptr<CyXMLTreeBuilder>> builders(n);
@@ -72,9 +71,10 @@ bool ReadInPieces(const TxTextList& List, const CyXMLWordList& WordsD, const CyX
     builders[i] = std::make_unique<CyXMLTreeBuilder>(i == 0 ? Tree : *trees[i], FormatText,
                                                      PreserveVerbatim, i > 0);
     scanners[i] = std::make_unique<TyTreeScanner>(List, *builders[i], WordsD, WordsP, i > 0);
+    scanners[i]->setJob(&Job);
   }
   std::vector<char> failed(n, 0);
-  CyTasks::RunAll(static_cast<int>(n), [&](int i) {
+  Job.RunAll(static_cast<int>(n), [&](int i) {
     const size_t k = static_cast<size_t>(i);
     TxXMLParser parser;
     try {
@@ -137,17 +137,19 @@ int CyXMLReader::Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLPa
                                   TyXMLFormattingOptions XMLFormattingOptions,
                                   TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
                                   const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree,
-                                  int PieceCount, int64_t MinPieceLines) {
+                                  int PieceCount, int64_t MinPieceLines, const TyJobContext& Job) {
   const bool formatText = XMLFormattingOptions.Has(TyXMLFormattingOption::xfoFormatText);
   const bool preserveVerbatim = XMLLayoutOptions.Has(TyXMLLayoutOption::xloPreserveVerbatim);
   XMLDOMTree.Clear();
-  const std::vector<int64_t> starts = detail::XMLPieceStarts(TextList, PieceCount, MinPieceLines);
+  const std::vector<int64_t> starts =
+      detail::XMLPieceStarts(TextList, Job.ResolvePieceCount(PieceCount), MinPieceLines);
   if (starts.size() > 1 &&
-      ReadInPieces(TextList, WordsD, WordsP, formatText, preserveVerbatim, XMLDOMTree, starts))
+      ReadInPieces(TextList, WordsD, WordsP, formatText, preserveVerbatim, XMLDOMTree, starts, Job))
     return static_cast<int>(starts.size());
   XMLDOMTree.Clear();
   CyXMLTreeBuilder builder(XMLDOMTree, formatText, preserveVerbatim, false);
   TyTreeScanner scanner(TextList, builder, WordsD, WordsP);
+  scanner.setJob(&Job);
   scanner.Read(XMLParser, 1, TextList.getCount());
   scanner.Finish();
   return 1;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/Exception.hpp"
+#include "common/JobContext.hpp"
 #include "text/TextList.hpp"
 #include "xml/format/DOM.hpp"
 #include "xml/syntax/Tokenizer.hpp"
@@ -15,7 +16,8 @@ namespace xylem {
 // The message of every refusal to format.
 inline constexpr const char* kXMLNotWellFormedMessage =
     "Cannot format document because it's not well-formed.";
-// Deeper element nesting is refused: indenting it would write output quadratic in the depth.
+// Lines deeper than this many levels start without indentation: indenting them would make the
+// output quadratic in the depth.
 inline constexpr int32_t kXMLFormatterMaxDepth = 4096;
 
 // A refusal to format: the message and the 1-based line and position of the first error.
@@ -36,23 +38,25 @@ class CyXMLReader {
   // with xml:space="default"; else the parent's value. Refuses (CyXMLFormatException with
   // kXMLNotWellFormedMessage) any missing token except the one that ends character data, a
   // mismatched, unmatched or unclosed tag, no root or several roots, text, references or
-  // CDATA outside the root, and nesting deeper than kXMLFormatterMaxDepth. Linear, no
+  // CDATA outside the root. Linear, no
   // recursion, allocation only from the tree's arena and a few reused buffers; big documents
   // are read in parallel pieces (Read__PARALLEL__).
   static void Read(const TxTextList& TextList, TxXMLParser& XMLParser,
                    TyXMLFormattingOptions XMLFormattingOptions, TyXMLLayoutOptions XMLLayoutOptions,
                    const CyXMLWordList& WordsD, const CyXMLWordList& WordsP,
                    PyXMLDOMTree& XMLDOMTree);
-  // Read with big documents cut into pieces read in parallel (PieceCount 0: one per processor
-  // as the settings allow; fewer when a piece would have under MinPieceLines lines) and joined.
+  // Read with big documents cut into pieces read in parallel (PieceCount 0: Job.PieceCount;
+  // fewer when a piece would have under MinPieceLines lines) and joined.
   // The tree and any refusal are exactly Read's: when a piece cannot be joined, or anything is
   // wrong, the document is read again in one pass, which finds the first error. Returns the
-  // number of pieces the tree was joined from (1 for one pass).
+  // number of pieces the tree was joined from (1 for one pass). Tasks run on Job's pool; lines
+  // read advance its progress and its stop token is polled every 4 K lines
+  // (CyCancelledException, the tree then incomplete).
   static int Read__PARALLEL__(const TxTextList& TextList, TxXMLParser& XMLParser,
                               TyXMLFormattingOptions XMLFormattingOptions,
                               TyXMLLayoutOptions XMLLayoutOptions, const CyXMLWordList& WordsD,
                               const CyXMLWordList& WordsP, PyXMLDOMTree& XMLDOMTree, int PieceCount,
-                              int64_t MinPieceLines = 20000);
+                              int64_t MinPieceLines = 20000, const TyJobContext& Job = {});
 };
 
 }  // namespace xylem

@@ -148,8 +148,8 @@ void CyXMLLineColoring::ScanUntilEndOfLine(TxItem& Line, bool AtEnd, uint64_t& G
   SymbolWord = state.StackS;
 }
 
-void CyXMLLineColoring::UpdateAllLines__PARALLEL__(int64_t& TotalDelta) {
-  CyXMLParserParallel::UpdateAllLines(TextItems_, TotalDelta, CyTasks::PieceCount());
+void CyXMLLineColoring::UpdateAllLines__PARALLEL__(int64_t& TotalDelta, const TyJobContext& Job) {
+  CyXMLParserParallel::UpdateAllLines(TextItems_, TotalDelta, Job.PieceCount, Job);
 }
 
 }  // namespace xylem

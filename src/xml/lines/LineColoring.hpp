@@ -80,9 +80,9 @@ class CyXMLLineColoring {
   // The state after Line without colouring (fast scan first, the tokenizer when it declines);
   // stores the line's delta, lowest and highest delta in Line. Linear, no allocation.
   void ScanUntilEndOfLine(TxItem& Line, bool AtEnd, uint64_t& GroupWord, uint64_t& SymbolWord);
-  // Computes the states and deltas of all lines in CyTasks::PieceCount() pieces; TotalDelta
-  // receives the document's total delta. Blocks until all pieces are done.
-  void UpdateAllLines__PARALLEL__(int64_t& TotalDelta);
+  // Computes the states and deltas of all lines in Job.PieceCount pieces; TotalDelta receives
+  // the document's total delta. Blocks until all pieces are done; cancellable through Job.
+  void UpdateAllLines__PARALLEL__(int64_t& TotalDelta, const TyJobContext& Job = {});
 
  protected:
   // The embedded colouring of the current token (an attribute value), or nullptr. Overridden

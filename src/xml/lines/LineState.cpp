@@ -114,7 +114,12 @@ void CyXMLParserParallel::UpdatePiece(CyXMLParserParam& Param) {
   TyXMLLineState state;
   int64_t sum = 0;
   const int64_t end = Param.TextItemsIndex + Param.TextItemsCount;
+  constexpr int64_t kPollLines = 16384;
   for (int64_t line = Param.TextItemsIndex; line < end; ++line) {
+    if (Param.Job && (line - Param.TextItemsIndex) % kPollLines == kPollLines - 1) {
+      Param.Job->ThrowIfStopped();
+      Param.Job->Advance(kPollLines);
+    }
     TxItem& item = *items.getItems(line);
     StoreState(item, state);
     CyXMLLineStates::ScanLine(parser, item, line == count, state);
@@ -124,16 +129,18 @@ void CyXMLParserParallel::UpdatePiece(CyXMLParserParam& Param) {
 }
 
 void CyXMLParserParallel::UpdateAllLines(TxTextItems& TextItems, int64_t& TotalDelta,
-                                         int PieceCount) {
+                                         int PieceCount, const TyJobContext& Job) {
   const int pieces = std::max(PieceCount, 1);
+  Job.Begin("Scanning", static_cast<uint64_t>(TextItems.getCount()));
   std::vector<CyXMLParserParam> params(static_cast<size_t>(pieces));
   for (int i = 0; i < pieces; ++i) {
     CyXMLParserParam& param = params[static_cast<size_t>(i)];
     param.TextItems = &TextItems;
+    param.Job = &Job;
     CyXMLLineStates::CutPiece(TextItems.getCount(), pieces, i, param.TextItemsIndex,
                               param.TextItemsCount);
   }
-  CyTasks::RunAll(pieces, [&params](int i) { UpdatePiece(params[static_cast<size_t>(i)]); });
+  Job.RunAll(pieces, [&params](int i) { UpdatePiece(params[static_cast<size_t>(i)]); });
   TotalDelta = 0;
   for (const CyXMLParserParam& param : params) TotalDelta += param.TotalDelta;
   // Every piece but the first assumed the document-level state at its start; piece i's

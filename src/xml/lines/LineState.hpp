@@ -4,7 +4,7 @@
 // and checking can restart at any line.
 //
 //   int64_t total = 0;
-//   CyXMLParserParallel::UpdateAllLines(items, total, CyTasks::PieceCount());  // after a load
+//   CyXMLParserParallel::UpdateAllLines(items, total, job.PieceCount, job);  // after a load
 //   CyXMLLineStates::BeforeEdit(items, 7, 2, total);   // lines 7 and 8 will be removed/rewritten
 //   ... edit the text list ...
 //   CyXMLLineStates::AfterEdit(items, 7, 1, total);    // line 7 holds new text now
@@ -14,6 +14,7 @@
 
 #include <cstdint>
 
+#include "common/JobContext.hpp"
 #include "text/TextItems.hpp"
 #include "xml/syntax/Tokenizer.hpp"
 
@@ -21,10 +22,11 @@ namespace xylem {
 
 // One piece of consecutive lines and, after its task, the sum of their line deltas.
 struct CyXMLParserParam {
-  TxTextItems* TextItems = nullptr;  // the document's lines
-  int64_t TextItemsIndex = 1;        // first line of the piece (1-based)
-  int64_t TextItemsCount = 0;        // number of lines (0: the piece does nothing)
-  int64_t TotalDelta = 0;            // out: sum of the piece's line deltas
+  TxTextItems* TextItems = nullptr;   // the document's lines
+  int64_t TextItemsIndex = 1;         // first line of the piece (1-based)
+  int64_t TextItemsCount = 0;         // number of lines (0: the piece does nothing)
+  int64_t TotalDelta = 0;             // out: sum of the piece's line deltas
+  const TyJobContext* Job = nullptr;  // progress and stop polling; null: none
 };
 
 // A line's stored start state, as the tokenizer's two words.
@@ -69,8 +71,12 @@ class CyXMLParserParallel {
  public:
   // Computes the start states and deltas of all lines in PieceCount pieces (one task each, all
   // started before any is awaited), then repairs piece boundaries in piece order. TotalDelta
-  // receives the document's total delta. Blocks; the text must not change meanwhile.
-  static void UpdateAllLines(TxTextItems& TextItems, int64_t& TotalDelta, int PieceCount);
+  // receives the document's total delta. Blocks; the text must not change meanwhile. Tasks run
+  // on Job's pool, advance its progress by lines and poll its stop token every 16 K lines:
+  // a cancelled scan throws CyCancelledException and leaves the states partly computed (they
+  // are recomputed by the next scan, never read as valid: TotalDelta is not set).
+  static void UpdateAllLines(TxTextItems& TextItems, int64_t& TotalDelta, int PieceCount,
+                             const TyJobContext& Job = {});
   // One piece's task: scans its lines from the document-level state.
   static void UpdatePiece(CyXMLParserParam& Param);
   // Recomputes start states from FirstLine on, at most LineCount lines, stopping at the first

@@ -31,8 +31,8 @@ const char16_t* SkipTagRest(const char16_t* p, const CySet& stop, bool instructi
     const char16_t quote = *p;
     if (quote != u'"' && quote != u'\'') return nullptr;
     ++p;
-    while (*p != quote && *p != kNul) ++p;
-    if (*p == kNul) return nullptr;
+    while (*p != quote && *p != kNul && !(instruction && p[0] == u'?' && p[1] == u'>')) ++p;
+    if (*p != quote) return nullptr;  // the line's end, or "?>" that ends an instruction
     ++p;
   }
 }

@@ -375,8 +375,10 @@ void TxXMLParser::TagDispatch(unsigned Group) {
       // Without AtEnd the tag goes on in the next line: the line end acts as white space.
       return AtEnd_ ? GoMissing(S::CLOSE) : Go(S::WHITESPACE);
     case u'<':
-      return GoMissing(S::CLOSE);
     case u'>':
+      // Only "?>" ends an instruction other than the XML declaration; '<' ends a tag.
+      if (instruction && Group != V(G::XML)) return Go(S::ATTRIBUTE_NAME);
+      if (c == u'<') return GoMissing(S::CLOSE);
       return instruction ? GoMissing(S::CLOSE) : Go(S::CLOSE);
     case u'/':
       return !instruction && P_[1] == u'>' ? Go(S::CLOSE_SLASH) : Go(S::ATTRIBUTE_NAME);
@@ -450,7 +452,7 @@ void TxXMLParser::TagStep(unsigned Group, unsigned Symbol) {
         const char16_t quote = *P_;
         if (quote == u'"' || quote == u'\'') {
           const char16_t* p = P_ + 1;
-          while (*p != quote && *p != kNul) ++p;
+          while (*p != quote && *p != kNul && !(instruction && p[0] == u'?' && p[1] == u'>')) ++p;
           if (*p == quote) {
             P_ = p + 1;
             return TagDispatch(Group);
@@ -477,12 +479,14 @@ void TxXMLParser::TagStep(unsigned Group, unsigned Symbol) {
       const bool single = Symbol == V(S::STRING1_V);
       const char16_t quote = single ? u'\'' : u'"';
       const char16_t* p = P_;
-      while (*p != quote && *p != kNul) ++p;
+      // An instruction ends at its first "?>", inside quotes too: XML 1.0 knows no
+      // pseudo-attributes.
+      while (*p != quote && *p != kNul && !(instruction && p[0] == u'?' && p[1] == u'>')) ++p;
       P_ = p;
       // Attribute values may span lines: without AtEnd the value goes on in the next line.
       if (*p == quote)
         Go(single ? S::STRING1_V_CLOSE : S::STRING2_V_CLOSE);
-      else if (AtEnd_)
+      else if (AtEnd_ || *p == u'?')
         GoMissing(single ? S::STRING1_V_CLOSE : S::STRING2_V_CLOSE);
       return;
     }

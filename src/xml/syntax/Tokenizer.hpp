@@ -3,6 +3,19 @@
 // (group, symbol) pair, and keeps its whole state between calls in two 64-bit words so that a
 // line can be scanned from the state stored at its start. It never fails on bad markup: a
 // construct that ends without its delimiter ends in a zero-width missing token (symbol + 32).
+//
+// The raw fast paths. Four hand-written scanners read the common lines of a document without
+// this tokenizer's state stacks and give anything unusual back to it; each restates part of
+// its lexical rules, so a change here must be mirrored there, and each is held to this
+// tokenizer by a differential test and a fuzz target:
+//   CyRawXMLParser (xml/lines): deltas of a document-level line for the line-state scan —
+//     RawXMLParserTest.AgreesWithTheTokenizerOnGeneratedLines, fuzz LineStateRepair.
+//   CyRawXMLChecker (xml/check): the well-formedness checks of a document-level line —
+//     RawXMLCheckerTest (fast path on and off over the same documents), fuzz WellFormedCheck.
+//   CyRawXMLLineLexer (xml/format): the formatter scanner's tokens of a document-level line —
+//     NodeScanner.FastPathGivesTheTokenizersNodesAndRefusals, fuzz ScannerFastPath.
+//   ScanRawXMLContent (xml/format): which elements hold text, the streaming formatter's first
+//     pass — FormatterStream.SameTextAsTheTreeForEveryOptionSet, fuzz FormatterRoundTrip.
 
 #include <cstdint>
 #include <string_view>

@@ -154,6 +154,11 @@ void TxXMLParser::ScanSubset(unsigned Symbol) {
       for (;; ++p) {
         const char16_t c = *p;
         if (c == kNul || c == u']') break;
+        // A processing instruction may hold ']' and '>': it runs to its "?>".
+        if (c == u'<' && p[1] == u'?') {
+          P_ = p;
+          return Push(S::OPEN, V(G::PI));
+        }
         if (c != u'<' || p[1] != u'!') continue;
         G opening = G::NONE;
         if (Match(p + 2, u"--"))

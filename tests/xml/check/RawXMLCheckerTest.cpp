@@ -31,11 +31,9 @@ std::string Dump(const TyPieceResult& R) {
   for (const TyOpenTag& o : R.Open)
     out += "open " + ToUTF8(o.Name) + " " + std::to_string(o.Line) + ":" + std::to_string(o.Pos) +
            "\n";
-  for (const std::u16string& d : R.Declared) out += "declared " + ToUTF8(d) + "\n";
   for (const TyEntityRef& r : R.References)
     out += "reference " + ToUTF8(r.Name) + " " + std::to_string(r.Line) + ":" +
-           std::to_string(r.Pos) + "\n";
-  out += R.EntitiesMayBeExternal ? "external\n" : "";
+           std::to_string(r.Pos) + (r.InAttribute ? " attribute" : "") + "\n";
   return out;
 }
 

@@ -309,7 +309,10 @@ TEST(WellFormedTest, StoringStatesWhileCheckingChangesNothingInTheResult) {
       TxTextList list;
       list.LoadFromText__PARALLEL__(ToUTF16(doc), 1);
       int64_t total = -1;
-      EXPECT_EQ(Show(*CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(list, total, pieces)),
+      CyProgressCounter counter;
+      TyJobContext job;
+      job.Progress = &counter;
+      EXPECT_EQ(Show(*CyXMLWellFormed::StoreLineStatesAndCheck_PARALLEL(list, total, pieces, job)),
                 errors)
           << pieces << " pieces";
       int64_t sum = 0;
@@ -322,7 +325,7 @@ TEST(WellFormedTest, StoringStatesWhileCheckingChangesNothingInTheResult) {
         sum += a.Delta;
       }
       EXPECT_EQ(total, sum);
-      const TyProgressSnapshot progress = CyProgress::Snapshot();
+      const TyProgressSnapshot progress = counter.Snapshot();
       EXPECT_STREQ(progress.Stage, "Checking");
       EXPECT_EQ(progress.Done, static_cast<uint64_t>(lines));
       EXPECT_EQ(progress.Total, static_cast<uint64_t>(lines));

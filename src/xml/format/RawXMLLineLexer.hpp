@@ -1,5 +1,5 @@
 #pragma once
-// CyXMLRawLineLexer: the formatter scanner's fast path for a line that begins at document
+// CyRawXMLLineLexer: the formatter scanner's fast path for a line that begins at document
 // level. It reads the common shapes (text, references, start tags with quoted values, end
 // tags, one-line comments and CDATA sections) with straight-line code and gives the tokens the
 // scanner acts on, at the offsets TxXMLParser gives them; anything else, and anything the
@@ -21,7 +21,7 @@ struct TyXMLScanToken {
   int64_t Offset1;
 };
 
-class CyXMLRawLineLexer {
+class CyRawXMLLineLexer {
  public:
   // Tokens of the NUL-terminated line Line from From, which is at document level, into Out
   // (cleared first), with offsets from Line. Reads whole constructs until the line ends, one

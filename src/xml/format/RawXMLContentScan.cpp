@@ -1,4 +1,4 @@
-#include "xml/format/ContentScan.hpp"
+#include "xml/format/RawXMLContentScan.hpp"
 
 #include <algorithm>
 
@@ -255,10 +255,15 @@ class CyContentScanner {
 
 }  // namespace
 
-void ScanXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece) {
+void ScanRawXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece,
+                       const TyJobContext* Job) {
   CyContentScanner scanner(Piece);
   const int64_t last = std::min(To.Line, List.getCount());
   for (int64_t line = From.Line; line <= last; ++line) {
+    if (Job && (line - From.Line) % kXMLScanPollLines == kXMLScanPollLines - 1) {
+      Job->ThrowIfStopped();
+      Job->Advance(kXMLScanPollLines);
+    }
     const TyTextUTF16& slice = List.getItems(line)->TextUTF16;
     const char16_t* begin = line == From.Line ? From.P : slice.getText();
     const char16_t* end = line == To.Line ? To.P : slice.getText() + slice.Length;

@@ -1,4 +1,4 @@
-#include "xml/format/RawLineLexer.hpp"
+#include "xml/format/RawXMLLineLexer.hpp"
 
 #include "common/Utf.hpp"
 #include "xml/syntax/TokenizerChars.hpp"
@@ -18,7 +18,7 @@ class CyLexer {
       : Text_(Text), End_(End), Out_(Out) {}
 
   const char16_t* Constructs(const char16_t* p, const char16_t* Limit) {
-    while (*p != u'\0' && !(Limit && p >= Limit) && Out_.size() < CyXMLRawLineLexer::kBatch) {
+    while (*p != u'\0' && !(Limit && p >= Limit) && Out_.size() < CyRawXMLLineLexer::kBatch) {
       const size_t before = Out_.size();
       const char16_t* next = *p == u'<'                               ? Markup(p)
                              : *p == u'&' && PredefinedLength(p) == 0 ? Reference(p)
@@ -150,7 +150,7 @@ class CyLexer {
 
 }  // namespace
 
-const char16_t* CyXMLRawLineLexer::Lex(const char16_t* Line, const char16_t* End,
+const char16_t* CyRawXMLLineLexer::Lex(const char16_t* Line, const char16_t* End,
                                        const char16_t* From, const char16_t* Limit,
                                        std::vector<TyXMLScanToken>& Out) {
   Out.clear();

@@ -37,7 +37,9 @@ struct TyXMLContentPiece {
 
 // Scans List from From up to To (not included; From and To are line starts or inside a line,
 // To past the last line for the document's end) into Piece. Linear, no recursion; allocates
-// only as the piece's vectors grow. Thread-safe for distinct pieces.
-void ScanXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece);
+// only as the piece's vectors grow. Thread-safe for distinct pieces. Job, when given, is
+// advanced by lines and its stop token polled every kXMLScanPollLines lines.
+void ScanRawXMLContent(const TxTextList& List, TyWhere From, TyWhere To, TyXMLContentPiece& Piece,
+                       const TyJobContext* Job = nullptr);
 
 }  // namespace xylem::detail

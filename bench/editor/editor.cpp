@@ -1,0 +1,254 @@
+// The editable document on a large XML file (XYLEM_BENCH_MIB, 1024 by default) and on a
+// 2,000-line one in the same run: a typed character (edit, undo record, repair, 60 lines
+// recoloured), a 100,000-line selection deleted and undone, a 10 MB paste, replace all of a
+// common word and its undo, and peak memory after opening and after 10,000 typed characters.
+// Inputs are generated deterministically.
+
+#include <benchmark/benchmark.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "editor/Document.hpp"
+#include "editor/Search.hpp"
+#include "xml/lines/LineColoring.hpp"
+
+namespace {
+
+using namespace xylem;
+
+// One line of the generated document; about 80 bytes.
+std::string Line(uint64_t I) {
+  static const char* const kWords[] = {"alpha", "beta", "gamma", "delta", "common", "kappa"};
+  std::string line = "  <item id=\"" + std::to_string(I) + "\" kind=\"" + kWords[I % 6] + "\">";
+  line += kWords[(I * 7) % 6];
+  line += " text of the line with a common word ";
+  line += kWords[(I * 3) % 6];
+  line += "</item>\n";
+  return line;
+}
+
+std::string MakeFile(uint64_t Bytes, const std::string& Name) {
+  const std::string path =
+      std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") + "/" + Name;
+  std::ofstream out(path, std::ios::binary);
+  out << "<root>\n";
+  std::string chunk;
+  uint64_t written = 7;
+  for (uint64_t i = 0; written + chunk.size() < Bytes; ++i) {
+    chunk += Line(i);
+    if (chunk.size() > (1 << 20)) {
+      out << chunk;
+      written += chunk.size();
+      chunk.clear();
+    }
+  }
+  out << chunk << "</root>\n";
+  return path;
+}
+
+uint64_t BigBytes() {
+  const char* mib = std::getenv("XYLEM_BENCH_MIB");
+  return static_cast<uint64_t>(mib ? std::atoll(mib) : 1024) << 20;
+}
+
+struct TyFile {
+  std::string Path;
+  uint64_t Bytes = 0;
+};
+
+// 0: the small document (2,000 lines), 1: the large one.
+const TyFile& File(int Which) {
+  static std::map<int, TyFile> files;
+  auto it = files.find(Which);
+  if (it != files.end()) return it->second;
+  TyFile file;
+  file.Path = Which == 0 ? MakeFile(2000 * 80, "xylem_editor_small.xml")
+                         : MakeFile(BigBytes(), "xylem_editor_large.xml");
+  std::ifstream in(file.Path, std::ios::binary | std::ios::ate);
+  file.Bytes = static_cast<uint64_t>(in.tellg());
+  return files[Which] = file;
+}
+
+TxMarkupDocument& Document(int Which) {
+  static std::map<int, std::unique_ptr<TxMarkupDocument>> docs;
+  auto& doc = docs[Which];
+  if (!doc) {
+    doc = std::make_unique<TxMarkupDocument>();
+    doc->LoadFromFile(File(Which).Path);
+  }
+  return *doc;
+}
+
+void BM_TypeCharacter(benchmark::State& State, bool Recolor) {
+  TxMarkupDocument& doc = Document(static_cast<int>(State.range(0)));
+  CyXMLColoring scheme;
+  CyXMLLineColoring coloring(const_cast<TxTextList&>(doc.getTextList()).getTextItems(), scheme);
+  const int64_t line = doc.getLineCount() / 2;
+  uint64_t tokens = 0;
+  for (auto _ : State) {
+    doc.CloseUndoStep();
+    const auto start = std::chrono::steady_clock::now();
+    doc.InsertText({line, 5}, u"x", TyEditKind::ekTyping);
+    if (Recolor)
+      for (int64_t l = line; l < line + 60; ++l)
+        for (coloring.FirstLine(l); !coloring.IsDone(); coloring.Next()) ++tokens;
+    const auto end = std::chrono::steady_clock::now();
+    State.SetIterationTime(std::chrono::duration<double>(end - start).count());
+    doc.DeleteRange({{line, 5}, {line, 6}}, TyEditKind::ekDelete);
+  }
+  benchmark::DoNotOptimize(tokens);
+  State.counters["lines"] = static_cast<double>(doc.getLineCount());
+}
+
+void BM_DeleteLines(benchmark::State& State, bool MeasureUndo) {
+  TxMarkupDocument& doc = Document(1);
+  const int64_t first = doc.getLineCount() / 2;
+  for (auto _ : State) {
+    auto start = std::chrono::steady_clock::now();
+    doc.DeleteRange({{first, 1}, {first + 100000, 1}});
+    auto end = std::chrono::steady_clock::now();
+    if (MeasureUndo) start = std::chrono::steady_clock::now();
+    doc.Undo();
+    if (MeasureUndo) end = std::chrono::steady_clock::now();
+    State.SetIterationTime(std::chrono::duration<double>(end - start).count());
+  }
+}
+
+void BM_Paste10MB(benchmark::State& State) {
+  TxMarkupDocument& doc = Document(static_cast<int>(State.range(0)));
+  std::string utf8;
+  for (uint64_t i = 0; utf8.size() < 10u << 20; ++i) utf8 += Line(i);
+  const std::u16string paste(utf8.begin(), utf8.end());
+  const int64_t line = doc.getLineCount() / 2;
+  for (auto _ : State) {
+    const auto start = std::chrono::steady_clock::now();
+    doc.InsertText({line, 1}, paste);
+    const auto end = std::chrono::steady_clock::now();
+    State.SetIterationTime(std::chrono::duration<double>(end - start).count());
+    doc.Undo();
+  }
+}
+
+void BM_ReplaceAll(benchmark::State& State, bool MeasureUndo) {
+  TxMarkupDocument& doc = Document(static_cast<int>(State.range(0)));
+  TySearchQuery query;
+  query.SearchWhat = u"common";
+  query.CaseSensitive = true;
+  int64_t count = 0;
+  for (auto _ : State) {
+    auto start = std::chrono::steady_clock::now();
+    ReplaceAllInDocument(doc, query, u"usual", count);
+    auto end = std::chrono::steady_clock::now();
+    if (MeasureUndo) start = std::chrono::steady_clock::now();
+    doc.Undo();
+    if (MeasureUndo) end = std::chrono::steady_clock::now();
+    State.SetIterationTime(std::chrono::duration<double>(end - start).count());
+  }
+  State.counters["replaced"] = static_cast<double>(count);
+}
+
+// Resident and peak memory (bytes) of this process, from /proc/self/status.
+void ReadMemory(uint64_t& Resident, uint64_t& Peak) {
+  std::ifstream status("/proc/self/status");
+  std::string key;
+  uint64_t kib = 0;
+  std::string unit;
+  while (status >> key) {
+    if (key == "VmRSS:" || key == "VmHWM:") {
+      status >> kib >> unit;
+      (key == "VmRSS:" ? Resident : Peak) = kib << 10;
+    }
+  }
+}
+
+// In a child process (a clean baseline): open the large document, read resident and peak
+// memory, type 10,000 characters in the middle, read the resident memory again.
+void BM_Memory(benchmark::State& State) {
+  const TyFile& file = File(1);
+  uint64_t values[3] = {0, 0, 0};
+  for (auto _ : State) {
+    int fds[2];
+    if (pipe(fds) != 0) return;
+    const pid_t child = fork();
+    if (child == 0) {
+      uint64_t out[3] = {0, 0, 0};
+      {
+        TxMarkupDocument doc;
+        doc.LoadFromFile(file.Path);
+        ReadMemory(out[0], out[1]);
+        doc.setSelection(TySelection::At({doc.getLineCount() / 2, 3}));
+        for (int i = 0; i < 10000; ++i) doc.TypeText(i % 7 == 6 ? u" " : u"x");
+        uint64_t ignored = 0;
+        ReadMemory(out[2], ignored);
+        if (write(fds[1], out, sizeof out) != sizeof out) _exit(1);
+      }
+      _exit(0);
+    }
+    close(fds[1]);
+    if (read(fds[0], values, sizeof values) != sizeof values) values[0] = values[1] = values[2] = 0;
+    close(fds[0]);
+    waitpid(child, nullptr, 0);
+  }
+  const double bytes = static_cast<double>(file.Bytes);
+  State.counters["file_MiB"] = bytes / (1 << 20);
+  State.counters["resident_per_byte"] = static_cast<double>(values[0]) / bytes;
+  State.counters["peak_per_byte"] = static_cast<double>(values[1]) / bytes;
+  State.counters["typed_growth_pct"] =
+      values[0] ? 100.0 * (static_cast<double>(values[2]) - static_cast<double>(values[0])) /
+                      static_cast<double>(values[0])
+                : 0;
+}
+
+}  // namespace
+
+BENCHMARK(BM_Memory)->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK_CAPTURE(BM_TypeCharacter, edit_repair_recolor60, true)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
+BENCHMARK_CAPTURE(BM_TypeCharacter, edit_repair_only, false)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
+BENCHMARK_CAPTURE(BM_DeleteLines, delete_100k_lines, false)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_DeleteLines, undo_delete_100k_lines, true)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Paste10MB)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ReplaceAll, replace_all, false)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Iterations(2)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ReplaceAll, undo_replace_all, true)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Iterations(2)
+    ->Unit(benchmark::kMillisecond);
+
+BENCHMARK_MAIN();
