@@ -4,6 +4,7 @@
 // Also the scanners' search for the next of a few units.
 
 #include <bit>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -22,10 +23,12 @@ struct TyUTF8DecodeResult {
   size_t FirstError = 0;  // byte offset from Begin of the first invalid sequence (if ErrorCount)
 };
 
-// A 1-based line and line position (UTF-16 code units from the line's start, plus one).
+// A 1-based line and line position (UTF-16 code units from the line's start, plus one); the
+// editor's positions and the loader's error positions alike.
 struct TyTextPosition {
   int64_t Line = 1;
   int64_t Linepos = 1;
+  auto operator<=>(const TyTextPosition&) const = default;
 };
 
 // Decodes [Begin, End) into Out, which must hold at least End - Begin code units (UTF-8 never
