@@ -4,6 +4,7 @@
 #   scripts/setup.sh test      ASan+UBSan build in build/test with tests and fuzz targets
 #   scripts/setup.sh tsan      ThreadSanitizer build in build/tsan of the parallel stages' tests
 #   scripts/setup.sh bench     Release build in build/bench with the benchmarks
+#   scripts/setup.sh fuzz      clang libFuzzer build (ASan+UBSan) of every fuzz target in build/fuzz
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,6 +15,7 @@ case "${1:-release}" in
   bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
   test) packages+=(libxml2-utils clang-format qt6-base-dev xvfb xauth xdotool) ;;
   release) packages+=(qt6-base-dev) ;;
+  fuzz) packages+=(clang libclang-rt-14-dev) ;;
 esac
 
 missing=()
@@ -55,5 +57,15 @@ case "${1:-release}" in
     cmake -S . -B build/bench -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=Release -DXYLEM_BUILD_TESTS=OFF \
       -DXYLEM_BUILD_BENCH=ON >/dev/null
     cmake --build build/bench -j "$jobs" ;;
-  *) echo "usage: scripts/setup.sh release|test|tsan|bench" >&2; exit 2 ;;
+  fuzz)
+    # libFuzzer comes with clang only; ccache is used when present.
+    launcher=()
+    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DXYLEM_SANITIZE=address -DXYLEM_BUILD_FUZZERS=ON -DXYLEM_BUILD_TESTS=OFF \
+      "${launcher[@]}" >/dev/null
+    targets=$(cmake --build build/fuzz --target help | sed -n 's/^\(fuzz_[A-Za-z0-9_]*\):.*/\1/p')
+    # shellcheck disable=SC2086
+    cmake --build build/fuzz -j "${XYLEM_JOBS:-$jobs}" --target $targets ;;
+  *) echo "usage: scripts/setup.sh release|test|tsan|bench|fuzz" >&2; exit 2 ;;
 esac

@@ -9,6 +9,7 @@
 #include "cli/InputFile.hpp"
 #include "cli/JSONInput.hpp"
 #include "cli/ProgressBar.hpp"
+#include "cli/Refusal.hpp"
 #include "diag/ErrReport.hpp"
 #include "services/DocumentChecks.hpp"
 
@@ -30,12 +31,22 @@ int runCheck(const TyCheckArgs& Args) {
   }
   int exitCode = kExitOK;
   std::vector<TyErrReportSource> sources;
+  // Bytes the loader refuses (binary, undecodable) are a finding about the file, at its first
+  // bad byte, like any other error in it.
+  auto refusal = [&](const std::string& Path, const CyDecodeException& Refused) {
+    sources.push_back({Path == "-" ? "<stdin>" : Path, RefusalErrors(Refused)});
+    if (exitCode == kExitOK) exitCode = kExitFindings;
+  };
   for (const std::string& path : Args.Files) {
     CyProgressBar bar(path);
     const TyJobContext job = JobFor(&bar);
-    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path, job);
+    std::optional<CyDecodeException> refused;
+    std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path, job, &refused);
     if (!input) {
-      exitCode = kExitUsage;
+      if (refused)
+        refusal(path, *refused);
+      else
+        exitCode = kExitUsage;
       continue;
     }
     IyXMLErrsPtr errors;
@@ -43,8 +54,11 @@ int runCheck(const TyCheckArgs& Args) {
     switch (input->JSON ? TyDocumentKind::dkJSON : DetectDocumentKind(path, input->List)) {
       case TyDocumentKind::dkJSON:
         errors = CheckJSONDocument(*JSONMemoryOf(*input));
-        if (HasErrors(errors) && RefusedAsBinary(*input)) {
-          exitCode = kExitUsage;
+        if (HasErrors(errors) && RefusedAsBinary(*input, &refused)) {
+          if (refused)
+            refusal(path, *refused);
+          else
+            exitCode = kExitUsage;
           continue;
         }
         break;
@@ -77,8 +91,9 @@ void AddCheckCommand(CLI::App& App, TyCommandRun& Run) {
       "Check each file: XML for well-formedness, XSLT stylesheets also for the syntax of every "
       "XPath-bearing attribute, JSON for strict RFC 8259 syntax (kind by extension, then by "
       "content). "
-      "Errors go to stdout as FILE:LINE:COL: error: MESSAGE, sorted by position. Exit code 0 "
-      "when every file is fine, 1 when any has an error, 2 for usage or I/O errors.");
+      "Errors go to stdout as FILE:LINE:COL: error: MESSAGE, sorted by position. A binary file, "
+      "or bytes that do not decode in the file's encoding, is one error at the first bad byte. "
+      "Exit code 0 when every file is fine, 1 when any has an error, 2 for usage or I/O errors.");
   command->add_option("FILE", args->Files, "Files to check (- or nothing for standard input)");
   command->add_option("--report", args->Report, "Output format: gcc (default), json, sarif, github")
       ->check(CLI::IsMember({"gcc", "json", "sarif", "github"}));

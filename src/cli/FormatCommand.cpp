@@ -8,6 +8,7 @@
 #include "cli/InputFile.hpp"
 #include "cli/JSONInput.hpp"
 #include "cli/Output.hpp"
+#include "cli/Refusal.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
 #include "diag/ErrRecord.hpp"
@@ -28,6 +29,7 @@ struct TyFormatArgs {
   std::optional<bool> RemoveBlankLines, ClearWhitespaceOnly;
   std::optional<std::string> Preserve, FormatIn;
   bool InPlace = false;
+  bool KeepLinks = false;  // --in-place-keep-links
 };
 
 using enum TyXMLFormattingOption;
@@ -80,13 +82,6 @@ void reportErrors(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
   std::fwrite(report.data(), 1, report.size(), stdout);
 }
 
-IyXMLErrsPtr oneError(int64_t Line, int64_t Linepos, std::u16string Message) {
-  return std::make_shared<CyXMLErrs>(
-      u"", std::vector<IyXMLErrPtr>{std::make_shared<CyXMLErr>(
-               nullptr, u"", static_cast<int32_t>(Line), static_cast<int32_t>(Linepos),
-               std::move(Message), u"", u"", TyReasonParameters{}, TyXMLErrSeverity::errError)});
-}
-
 // The refusal: the message on stderr, the errors where `check` writes them.
 int refuse(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
   std::fprintf(stderr, "xylem: %s: %s\n", Input.DisplayName.c_str(), kXMLNotWellFormedMessage);
@@ -94,7 +89,8 @@ int refuse(const TyInputFile& Input, const IyXMLErrsPtr& Errors) {
   return kExitFindings;
 }
 
-int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace) {
+int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InPlace,
+              TyInPlaceWrite Mode) {
   // One verdict with `check`: a document is formatted exactly when the check accepts it, and
   // refused with every error the check finds.
   int64_t totalDelta = 0;
@@ -102,18 +98,21 @@ int formatXML(TyInputFile& Input, const TyXMLFormatterChoices& Choices, bool InP
   if (HasErrors(errors)) return refuse(Input, errors);
   try {
     // The whole document is read (and refused if need be) before the first byte is written.
-    const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
-      CyXMLFormatter::FormatToFile__PARALLEL__(Input.List, Out, Input.Format, Choices, 0,
-                                               int64_t{1} << 20, JobFor(nullptr));
-    });
+    const bool written = WriteStreamed(
+        Input, InPlace,
+        [&](CyTextFileWriter& Out) {
+          CyXMLFormatter::FormatToFile__PARALLEL__(Input.List, Out, Input.Format, Choices, 0,
+                                                   int64_t{1} << 20, JobFor(nullptr));
+        },
+        Mode);
     return written ? kExitOK : kExitUsage;
   } catch (const CyXMLFormatException& error) {
     // Never for a document the check accepts; reported rather than hidden if it happens.
-    return refuse(Input, oneError(error.Line, error.Linepos, ToUTF16(error.what())));
+    return refuse(Input, OneError(error.Line, error.Linepos, ToUTF16(error.what())));
   }
 }
 
-int formatJSON(TyInputFile& Input, bool InPlace) {
+int formatJSON(TyInputFile& Input, bool InPlace, TyInPlaceWrite Mode) {
   TyJSONWriterOptions options;
   options.IndentationUnit = CySettings::Get().IndentationUnit;
   options.Newline = Input.Format.Newline;
@@ -121,14 +120,17 @@ int formatJSON(TyInputFile& Input, bool InPlace) {
   const bool finalNewline = EndsWithLineEnd(Input);
   try {
     const std::shared_ptr<const CyJSONMemory> memory = JSONMemoryOf(Input);
-    const bool written = WriteStreamed(Input, InPlace, [&](CyTextFileWriter& Out) {
-      CyJSONFormatter::Format(*memory, Out, options);
-      if (finalNewline) Out.PutNewline();
-    });
+    const bool written = WriteStreamed(
+        Input, InPlace,
+        [&](CyTextFileWriter& Out) {
+          CyJSONFormatter::Format(*memory, Out, options);
+          if (finalNewline) Out.PutNewline();
+        },
+        Mode);
     return written ? kExitOK : kExitUsage;
   } catch (const JSONException& error) {
     if (RefusedAsBinary(Input)) return kExitUsage;
-    reportErrors(Input, oneError(error.Line, error.Linepos, error.Reason));
+    reportErrors(Input, OneError(error.Line, error.Linepos, error.Reason));
     return kExitFindings;
   }
 }
@@ -139,14 +141,17 @@ int runFormat(const TyFormatArgs& Args) {
         Args.Indent == "tab" ? u"\t" : std::u16string(std::stoul(Args.Indent), u' ');
   }
   const TyXMLFormatterChoices choices = choicesOf(Args);
+  const bool inPlace = Args.InPlace || Args.KeepLinks;
+  const TyInPlaceWrite mode =
+      Args.KeepLinks ? TyInPlaceWrite::ipwKeepLinks : TyInPlaceWrite::ipwRename;
   int exitCode = kExitOK;
   for (const std::string& path : Args.Files) {
     std::unique_ptr<TyInputFile> input = LoadJSONOrInputFile(path);
     int code = kExitUsage;
     if (input) {
       code = input->JSON || DetectDocumentKind(path, input->List) == TyDocumentKind::dkJSON
-                 ? formatJSON(*input, Args.InPlace)
-                 : formatXML(*input, choices, Args.InPlace);
+                 ? formatJSON(*input, inPlace, mode)
+                 : formatXML(*input, choices, inPlace, mode);
     }
     exitCode = std::max(exitCode, code);
   }
@@ -161,7 +166,9 @@ void AddFormatCommand(CLI::App& App, TyCommandRun& Run) {
       "format",
       "Pretty-print XML or JSON (kind by extension, then by content). The result goes to stdout, "
       "or back into the file with -i (written atomically, encoding, byte-order mark and newline "
-      "kept). A document that does not parse is not written; its errors are reported as by "
+      "kept; see --in-place-keep-links for hard links). Bytes that do not decode are refused "
+      "(exit 2) with the position of the first one; nothing is written. A document that does not "
+      "parse is not written; its errors are reported as by "
       "`check` (exit 1). Defaults: attributes inline, empty elements collapsed, text inline, "
       "blank lines removed, white-space-only elements cleared, four-space indent.");
   command->add_option("FILE", args->Files, "Files (- or nothing for standard input)");
@@ -188,7 +195,8 @@ void AddFormatCommand(CLI::App& App, TyCommandRun& Run) {
                       "Elements formatted even inside preserved ones (names separated by | or ,)");
   command->add_option("--indent", args->Indent, "Indentation: a number of spaces, or tab")
       ->check(CLI::IsMember({"tab"}) | CLI::Range(0, 16));
-  command->add_flag("--in-place,-i", args->InPlace, "Write the result back into each file");
+  command->add_flag("--in-place,-i", args->InPlace, kInPlaceHelp);
+  command->add_flag("--in-place-keep-links", args->KeepLinks, kInPlaceKeepLinksHelp);
   command->callback([&Run, args] { Run = [args] { return runFormat(*args); }; });
 }
 

@@ -1,13 +1,19 @@
 #pragma once
 // Loading the tool's input files: a path, or "-" for standard input, into a text list with
 // its detected format. Failures become one clear line on stderr, never an exception.
+//
+// Bytes that do not decode in the detected encoding are refused with the position of the first
+// bad one, never replaced: a replacement character must not reach a file the tool writes.
+// Standard input and named pipes are read as streams up to --max-stream-bytes.
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "cli/Job.hpp"
 #include "json/Memory.hpp"
+#include "text/DecodeError.hpp"
 #include "text/TextFile.hpp"
 #include "text/TextList.hpp"
 
@@ -24,9 +30,12 @@ struct TyInputFile {
 };
 
 // Loads Path (or stdin for "-"). On failure prints "xylem: NAME: MESSAGE" to stderr, with the
-// message on one line, and returns null. Job: the load's pieces, threads and progress.
+// message on one line, and returns null. Job: the load's pieces, threads and progress. With
+// Refused, a refusal of the file's bytes (binary or undecodable) is stored there instead of
+// printed, for a caller that reports it as a finding.
 std::unique_ptr<TyInputFile> LoadInputFile(const std::string& Path,
-                                           const TyJobContext& Job = JobFor(nullptr));
+                                           const TyJobContext& Job = JobFor(nullptr),
+                                           std::optional<CyDecodeException>* Refused = nullptr);
 
 // The message of an exception as one line: the loader's two-line messages joined by a blank.
 std::string OneLine(std::string Message);

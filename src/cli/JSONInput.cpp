@@ -1,5 +1,7 @@
 #include "cli/JSONInput.hpp"
 
+#include <sys/stat.h>
+
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -32,8 +34,13 @@ TyTextFileFormat FormatByMark(const std::string& Path) {
 
 }  // namespace
 
-std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path, const TyJobContext& Job) {
-  if (Path == "-" || !CyFiletypeByFileExt::IsJSON(Path)) return LoadInputFile(Path, Job);
+std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path, const TyJobContext& Job,
+                                                 std::optional<CyDecodeException>* Refused) {
+  struct stat info {};
+  // A pipe can be read only once: it goes to the text model, which reads it as a stream.
+  if (Path == "-" || !CyFiletypeByFileExt::IsJSON(Path) || stat(Path.c_str(), &info) != 0 ||
+      !S_ISREG(info.st_mode))
+    return LoadInputFile(Path, Job, Refused);
   const auto start = std::chrono::steady_clock::now();
   std::shared_ptr<const CyJSONMemory> memory;
   try {
@@ -41,7 +48,8 @@ std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path, const 
   } catch (const CyCancelledException&) {
     throw;
   } catch (const CyException&) {
-    return LoadInputFile(Path, Job);  // unreadable or not clean Unicode: the text model says why
+    // Unreadable, changed meanwhile or not clean Unicode: the text model says why.
+    return LoadInputFile(Path, Job, Refused);
   }
   const std::u16string_view text(memory->Data(), memory->DataCount());
   auto input = std::make_unique<TyInputFile>();
@@ -55,11 +63,11 @@ std::unique_ptr<TyInputFile> LoadJSONOrInputFile(const std::string& Path, const 
   return input;
 }
 
-bool RefusedAsBinary(const TyInputFile& Input) {
+bool RefusedAsBinary(const TyInputFile& Input, std::optional<CyDecodeException>* Refused) {
   if (!Input.JSON) return false;
   const std::u16string_view text(Input.JSON->Data(), Input.JSON->DataCount());
   if (text.find(u'\0') == std::u16string_view::npos) return false;
-  return LoadInputFile(Input.Path) == nullptr;  // prints the loader's message
+  return LoadInputFile(Input.Path, JobFor(nullptr), Refused) == nullptr;  // the loader's refusal
 }
 
 std::shared_ptr<const CyJSONMemory> JSONMemoryOf(const TyInputFile& Input) {

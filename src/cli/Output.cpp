@@ -9,10 +9,10 @@
 namespace xylem::cli {
 
 bool WriteStreamed(const TyInputFile& Input, bool InPlace,
-                   const std::function<void(CyTextFileWriter&)>& Produce) {
+                   const std::function<void(CyTextFileWriter&)>& Produce, TyInPlaceWrite Mode) {
   try {
     if (InPlace && Input.Path != "-") {
-      CyTextFileWriter out(Input.Path, Input.Format);
+      CyTextFileWriter out(Input.Path, Input.Format, Mode);
       Produce(out);
       out.Commit();
     } else {
@@ -30,16 +30,18 @@ bool WriteStreamed(const TyInputFile& Input, bool InPlace,
   }
 }
 
-bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlace, bool ToStdout) {
+bool WriteResult(const TyInputFile& Input, std::u16string_view Text, bool InPlace, bool ToStdout,
+                 TyInPlaceWrite Mode) {
   TxTextList result;
   result.LoadFromText__PARALLEL__(Text);
-  return WriteResult(Input, result, InPlace, ToStdout);
+  return WriteResult(Input, result, InPlace, ToStdout, Mode);
 }
 
-bool WriteResult(const TyInputFile& Input, const TxTextList& Result, bool InPlace, bool ToStdout) {
+bool WriteResult(const TyInputFile& Input, const TxTextList& Result, bool InPlace, bool ToStdout,
+                 TyInPlaceWrite Mode) {
   if (!InPlace && !ToStdout) return true;
-  return WriteStreamed(Input, InPlace,
-                       [&Result](CyTextFileWriter& Out) { PutTextList(Result, Out); });
+  return WriteStreamed(
+      Input, InPlace, [&Result](CyTextFileWriter& Out) { PutTextList(Result, Out); }, Mode);
 }
 
 }  // namespace xylem::cli

@@ -1,4 +1,6 @@
 // xylem replace: replace all over whole files, plain or regular expression.
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -33,6 +35,7 @@ struct TyReplaceArgs {
   bool CaseSensitive = false;
   bool WholeWord = false;
   bool InPlace = false;
+  bool KeepLinks = false;  // --in-place-keep-links
 };
 
 // The replaced text of one file, joined with the document's own newline.
@@ -50,7 +53,10 @@ std::u16string replaceAll(CyReplacer& Replacer, const TyInputFile& Input, int64_
 // The format of a file that can be replaced as a stream of UTF-8: UTF-8 without a mark, by the
 // text model's own detection on its first bytes; nothing for anything else.
 std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
-  if (Path == "-") return std::nullopt;
+  // Only a regular file can be read twice (its head here, then the whole); a pipe goes to the
+  // text model, which reads it once as a stream.
+  struct stat info {};
+  if (Path == "-" || stat(Path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
   std::ifstream file(Path, std::ios::binary);
   std::string head(64 * 1024, '\0');
   head.resize(static_cast<size_t>(
@@ -75,7 +81,7 @@ std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
 // Returns the exit code.
 int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
                     const std::u16string& Search, const std::u16string& Replacement,
-                    uint8_t Options, bool InPlace) {
+                    uint8_t Options, bool InPlace, TyInPlaceWrite Mode) {
   TyInputFile target;  // names the file for WriteStreamed
   target.Path = Path;
   target.DisplayName = Path;
@@ -84,15 +90,21 @@ int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
   const TyJobContext job = JobFor(&bar);
   int64_t count = 0;
   try {
+    // Standard output cannot be taken back: bytes that are not UTF-8 are refused before the
+    // first byte goes out. In place, the temporary file is simply dropped.
+    if (!InPlace) CheckUTF8File(Path, job);
     target.Format.Newline = ScanUTF8FileNewline(Path, job);
     const auto replacer = CreateReplacer(Search, Replacement, Options, target.Format.Newline);
-    const bool written = WriteStreamed(target, InPlace, [&](CyTextFileWriter& Out) {
-      count = ReplaceAllUTF8File(
-          Path, *replacer, target.Format.Newline,
-          [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); }, int64_t{1} << 18, job);
-      // Nothing replaced: the file keeps its bytes and its time stamp.
-      if (InPlace && count == 0) throw TyNothingReplaced{};
-    });
+    const bool written = WriteStreamed(
+        target, InPlace,
+        [&](CyTextFileWriter& Out) {
+          count = ReplaceAllUTF8File(
+              Path, *replacer, target.Format.Newline,
+              [&Out](std::string_view Bytes) { Out.PutEncoded(Bytes); }, int64_t{1} << 18, job);
+          // Nothing replaced: the file keeps its bytes and its time stamp.
+          if (InPlace && count == 0) throw TyNothingReplaced{};
+        },
+        Mode);
     bar.Stop();
     if (!written) return kExitUsage;
   } catch (const TyNothingReplaced&) {
@@ -126,11 +138,14 @@ int runReplace(const TyReplaceArgs& Args) {
     return kExitUsage;
   }
 
+  const bool inPlace = Args.InPlace || Args.KeepLinks;
+  const TyInPlaceWrite mode =
+      Args.KeepLinks ? TyInPlaceWrite::ipwKeepLinks : TyInPlaceWrite::ipwRename;
   int exitCode = kExitOK;
   for (const std::string& path : Args.Files) {
     if (const std::optional<TyTextFileFormat> format = StreamableFormat(path)) {
       exitCode = std::max(
-          exitCode, replaceStreamed(path, *format, search, replacement, options, Args.InPlace));
+          exitCode, replaceStreamed(path, *format, search, replacement, options, inPlace, mode));
       continue;
     }
     CyProgressBar bar(path);
@@ -146,8 +161,7 @@ int runReplace(const TyReplaceArgs& Args) {
     bar.Stop();  // the count and the result follow on the terminal
     std::fprintf(stderr, "%s: %lld replacement%s\n", input->DisplayName.c_str(),
                  static_cast<long long>(count), count == 1 ? "" : "s");
-    if (!WriteResult(*input, result, Args.InPlace && count > 0, !Args.InPlace))
-      exitCode = kExitUsage;
+    if (!WriteResult(*input, result, inPlace && count > 0, !inPlace, mode)) exitCode = kExitUsage;
   }
   return exitCode;
 }
@@ -160,7 +174,9 @@ void AddReplaceCommand(CLI::App& App, TyCommandRun& Run) {
       "replace",
       "Replace every match of SEARCH with REPLACEMENT in each file. The count per file goes to "
       "stderr; the result goes to stdout, or back into the file with -i (written atomically, "
-      "encoding, byte-order mark and newline kept). With --regex, SEARCH is a PCRE2 pattern and "
+      "encoding, byte-order mark and newline kept; see --in-place-keep-links for hard links). "
+      "Bytes that do not decode are refused (exit 2) with the position of the first one; "
+      "nothing is written. With --regex, SEARCH is a PCRE2 pattern and "
       "REPLACEMENT may use $1, ${name}, \\n and the other template escapes.");
   command->add_option("SEARCH", args->Search, "Text or pattern to find")->required();
   command->add_option("REPLACEMENT", args->Replacement, "Replacement text or template")->required();
@@ -169,7 +185,8 @@ void AddReplaceCommand(CLI::App& App, TyCommandRun& Run) {
   command->add_flag("--case-sensitive,-c", args->CaseSensitive, "Match case exactly");
   command->add_flag("--whole-word,-w", args->WholeWord,
                     "Matches must not touch letters, digits, _, -, . or :");
-  command->add_flag("--in-place,-i", args->InPlace, "Write the result back into each file");
+  command->add_flag("--in-place,-i", args->InPlace, kInPlaceHelp);
+  command->add_flag("--in-place-keep-links", args->KeepLinks, kInPlaceKeepLinksHelp);
   command->callback([&Run, args] { Run = [args] { return runReplace(*args); }; });
 }
 

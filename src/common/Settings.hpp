@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "common/InputBytes.hpp"
+
 namespace xylem {
 
 struct CySettings {
@@ -15,6 +17,9 @@ struct CySettings {
   std::u16string IndentationUnit = u"    ";
   // The application's name, as used in messages.
   std::string ApplicationName = "Xylem";
+  // The most bytes read from a stream (standard input, a named pipe) before the read is
+  // refused: a stream has no size to check beforehand, and /dev/zero never ends.
+  uint64_t MaxStreamBytes = kDefaultMaxStreamBytes;
 
   // Defaults of the XML formatting dialog, chosen to give what most users expect of a
   // one-line or badly indented document (the layout of xmllint --format): attributes on the

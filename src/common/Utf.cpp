@@ -74,8 +74,8 @@ TyUTF8DecodeResult DecodeUTF8(const uint8_t* Begin, const uint8_t* End, char16_t
     } else if (lead >= 0xF0 && lead <= 0xF4) {
       code = lead & 0x07, length = 4, minimum = 0x10000;
     } else {
+      if (result.ErrorCount++ == 0) result.FirstError = static_cast<size_t>(in - Begin);
       *out++ = kReplacement;
-      ++result.ErrorCount;
       ++in;
       continue;
     }
@@ -86,8 +86,8 @@ TyUTF8DecodeResult DecodeUTF8(const uint8_t* Begin, const uint8_t* End, char16_t
     }
     if (taken < length || code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
       // A truncated or ill-formed sequence: one replacement for the bytes consumed.
+      if (result.ErrorCount++ == 0) result.FirstError = static_cast<size_t>(in - Begin);
       *out++ = kReplacement;
-      ++result.ErrorCount;
       in += taken;
       continue;
     }
@@ -102,6 +102,45 @@ TyUTF8DecodeResult DecodeUTF8(const uint8_t* Begin, const uint8_t* End, char16_t
   }
   result.Written = static_cast<size_t>(out - Out);
   return result;
+}
+
+namespace {
+
+template <typename Unit, typename Width>
+TyTextPosition positionOf(const Unit* Text, size_t Offset, Width&& UnitsOf) {
+  TyTextPosition position;
+  size_t lineStart = 0;
+  for (size_t i = 0; i < Offset; ++i) {
+    if (Text[i] == 10 || (Text[i] == 13 && (i + 1 >= Offset || Text[i + 1] != 10))) {
+      ++position.Line;
+      lineStart = i + 1;
+    }
+  }
+  for (size_t i = lineStart; i < Offset; ++i) position.Linepos += UnitsOf(Text[i]);
+  return position;
+}
+
+}  // namespace
+
+namespace {
+
+// A lead byte starts one unit, a four-byte lead a surrogate pair; continuations add none.
+int unitsStartedBy(uint8_t Byte) { return isContinuation(Byte) ? 0 : Byte >= 0xF0 ? 2 : 1; }
+
+}  // namespace
+
+TyTextPosition PositionOfUTF8Byte(const uint8_t* Bytes, size_t Offset) {
+  return positionOf(Bytes, Offset, unitsStartedBy);
+}
+
+size_t UTF16LengthOfUTF8(const uint8_t* Bytes, size_t Count) {
+  size_t units = 0;
+  for (size_t i = 0; i < Count; ++i) units += static_cast<size_t>(unitsStartedBy(Bytes[i]));
+  return units;
+}
+
+TyTextPosition PositionOfUTF16Unit(const char16_t* Text, size_t Offset) {
+  return positionOf(Text, Offset, [](char16_t) { return 1; });
 }
 
 namespace {

@@ -4,6 +4,7 @@
 // Also the scanners' search for the next of a few units.
 
 #include <bit>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -19,12 +20,30 @@ struct TyUTF8DecodeResult {
   size_t Written = 0;     // UTF-16 code units written
   size_t ErrorCount = 0;  // invalid sequences, each replaced by U+FFFD
   bool NulFound = false;  // a NUL byte was met; decoding stopped there
+  size_t FirstError = 0;  // byte offset from Begin of the first invalid sequence (if ErrorCount)
+};
+
+// A 1-based line and line position (UTF-16 code units from the line's start, plus one); the
+// editor's positions and the loader's error positions alike.
+struct TyTextPosition {
+  int64_t Line = 1;
+  int64_t Linepos = 1;
+  auto operator<=>(const TyTextPosition&) const = default;
 };
 
 // Decodes [Begin, End) into Out, which must hold at least End - Begin code units (UTF-8 never
 // needs more units than bytes; units behind Written may be overwritten). Invalid sequences
 // become U+FFFD and are counted. Stops at the first NUL byte with NulFound set. No allocation.
 TyUTF8DecodeResult DecodeUTF8(const uint8_t* Begin, const uint8_t* End, char16_t* Out);
+
+// Where byte Offset of UTF-8 text stands, counting LF, CR and CR LF as one line end each. The
+// bytes before Offset must be well-formed (as they are in front of a decoder's first error).
+// Linear in Offset; no allocation.
+TyTextPosition PositionOfUTF8Byte(const uint8_t* Bytes, size_t Offset);
+// The number of UTF-16 units that the well-formed UTF-8 bytes [Bytes, Bytes + Count) decode to.
+size_t UTF16LengthOfUTF8(const uint8_t* Bytes, size_t Count);
+// The same for unit Offset of UTF-16 text.
+TyTextPosition PositionOfUTF16Unit(const char16_t* Text, size_t Offset);
 
 // Exact number of UTF-8 bytes that `EncodeUTF8` writes for Text.
 size_t UTF8Length(std::u16string_view Text);

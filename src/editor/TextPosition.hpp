@@ -6,13 +6,9 @@
 #include <compare>
 #include <cstdint>
 
-namespace xylem {
+#include "common/Utf.hpp"  // TyTextPosition
 
-struct TyTextPosition {
-  int64_t Line = 1;
-  int64_t Linepos = 1;
-  auto operator<=>(const TyTextPosition&) const = default;
-};
+namespace xylem {
 
 // [Start, End) with Start <= End.
 struct TyTextRange {

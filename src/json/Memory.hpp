@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/InputBytes.hpp"
 #include "common/JobContext.hpp"
 
 namespace xylem {
@@ -24,8 +25,11 @@ class CyJSONMemory {
   // decoded in Job.PieceCount pieces on Job's pool, reporting "Decoding" progress in bytes and
   // polling Job's stop token every 4 MiB of a piece (CyCancelledException).
   static CyJSONMemory FromBytes(const void* Bytes, size_t Count, const TyJobContext& Job = {});
-  // Reads and decodes a whole file as FromBytes does; raises CyException when it cannot be read.
-  static CyJSONMemory FromFile(const std::string& Path, const TyJobContext& Job = {});
+  // Reads and decodes a whole file as FromBytes does (a regular file mapped, a named pipe read
+  // up to MaxStreamBytes); raises CyException when it cannot be read, is another kind of
+  // special file, or shrinks while it is read.
+  static CyJSONMemory FromFile(const std::string& Path, const TyJobContext& Job = {},
+                               uint64_t MaxStreamBytes = kDefaultMaxStreamBytes);
   // Reads the stream to its end and decodes it as FromBytes does.
   static CyJSONMemory FromStream(std::istream& Stream, const TyJobContext& Job = {});
   // Takes over Buffer, which holds Count characters followed by a 0.

@@ -4,13 +4,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "common/Exception.hpp"
+#include "common/InputBytes.hpp"
 #include "common/Utf.hpp"
 #include "text/TextListLoader.hpp"
 
@@ -122,11 +126,15 @@ std::u16string ScanNewline(TyBytes& Bytes, const TyJobContext& Job) {
   return CyTextListLoaderPieces::ChooseNewline(lf - pairs, cr - pairs, pairs);
 }
 
+// A piece held bytes that are not UTF-8 (or a NUL); the caller finds the first for the message.
+struct TyNotUTF8 {};
+
 // Decodes [Data, Data + Size) except a last UTF-8 sequence that is cut short (all of it when
 // AtEnd), so that no piece splits a character and so no surrogate pair. Returns the bytes
-// consumed; Written gets the units written to Target (room for Size units).
-size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Target, int64_t& Written,
-                   const TyJobContext& Job) {
+// consumed; Written gets the units written to Target (room for Size units). Throws TyNotUTF8
+// for an invalid sequence or a NUL.
+size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Target,
+                   int64_t& Written) {
   size_t end = Size;
   if (!AtEnd && Size > 0) {
     size_t lead = Size - 1;
@@ -137,7 +145,7 @@ size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Targe
     if (lead > 0 && lead + length > Size) end = lead;
   }
   const TyUTF8DecodeResult decoded = DecodeUTF8(Data, Data + end, Target);
-  if (decoded.NulFound) ThrowBinaryFile(Job.ApplicationName);
+  if (decoded.NulFound || decoded.ErrorCount) throw TyNotUTF8{};
   Written = static_cast<int64_t>(decoded.Written);
   return end;
 }
@@ -163,7 +171,7 @@ class CyDocumentSource {
       const uint8_t* data = Bytes_.Fetch(budget, got, atEnd);
       if (got == 0) return 0;
       int64_t written = 0;
-      const size_t used = DecodePiece(data, got, atEnd, Decoded_.data(), written, Job_);
+      const size_t used = DecodePiece(data, got, atEnd, Decoded_.data(), written);
       Bytes_.Consume(used);
       Job_.Advance(used);
       produced = Normalise(Decoded_.data(), written, Target);
@@ -223,7 +231,83 @@ int64_t ReplaceStream(TyBytes& Bytes, CyReplacer& Replacer, std::u16string_view 
   return count;
 }
 
+[[noreturn]] void throwChanged(const char* What) {
+  throw CyException(std::string("The file changed while it was being read; ") + What, 23);
+}
+
 }  // namespace
+
+void CheckUTF8(const uint8_t* Data, size_t Size, const TyJobContext& Job) {
+  // One piece per task, each decoded in stretches into a scratch buffer of its own.
+  constexpr size_t kStretch = size_t{1} << 20;
+  const int pieces = Size < 4 * kStretch ? 1 : Job.ResolvePieceCount(0);
+  struct TyPiece {
+    size_t Begin = 0, End = 0;
+    size_t FirstNul = SIZE_MAX, FirstError = SIZE_MAX;
+    bool Vanished = false;
+  };
+  std::vector<TyPiece> parts(static_cast<size_t>(pieces));
+  for (int k = 0; k < pieces; ++k) {
+    parts[static_cast<size_t>(k)].Begin =
+        Size / static_cast<size_t>(pieces) * static_cast<size_t>(k);
+    parts[static_cast<size_t>(k)].End =
+        k + 1 == pieces ? Size : Size / static_cast<size_t>(pieces) * static_cast<size_t>(k + 1);
+  }
+  Job.RunAll(pieces, [&](int k) {
+    TyPiece& part = parts[static_cast<size_t>(k)];
+    std::unique_ptr<char16_t[]> scratch = std::make_unique_for_overwrite<char16_t[]>(kStretch + 4);
+    char16_t* const out = scratch.get();
+    size_t at = part.Begin;
+    while (at < part.End) {
+      Job.ThrowIfStopped();
+      if (!ReadMapped([&] {
+            // A piece starts at a character's first byte (the one before it owns the rest).
+            while (at < part.End && at > 0 && at == part.Begin && (Data[at] & 0xC0) == 0x80) ++at;
+            if (at >= part.End) return;
+            size_t stop = std::min(part.End, at + kStretch);
+            // A character that starts in the stretch ends in it (it may run past the piece).
+            while (stop < Size && (Data[stop] & 0xC0) == 0x80 && stop - at < kStretch + 3) ++stop;
+            const TyUTF8DecodeResult result = DecodeUTF8(Data + at, Data + stop, out);
+            if (result.ErrorCount && part.FirstError == SIZE_MAX)
+              part.FirstError = at + result.FirstError;
+            if (result.NulFound) {
+              part.FirstNul = at + static_cast<size_t>(static_cast<const uint8_t*>(
+                                                           std::memchr(Data + at, 0, stop - at)) -
+                                                       (Data + at));
+              at = part.End;
+              return;
+            }
+            at = stop;
+          })) {
+        part.Vanished = true;
+        return;
+      }
+    }
+  });
+  size_t nul = SIZE_MAX, error = SIZE_MAX;
+  for (const TyPiece& part : parts) {
+    if (part.Vanished) throwChanged("nothing was written.");
+    nul = std::min(nul, part.FirstNul);
+    error = std::min(error, part.FirstError);
+  }
+  if (nul == SIZE_MAX && error == SIZE_MAX) return;
+  // As the loader does: a NUL anywhere makes a binary file.
+  const size_t bad = nul != SIZE_MAX ? nul : error;
+  TyTextPosition position;
+  uint8_t byte = 0;
+  if (!ReadMapped([&] {
+        position = PositionOfUTF8Byte(Data, bad);
+        byte = Data[bad];
+      }))
+    throwChanged("nothing was written.");
+  if (nul != SIZE_MAX) ThrowBinaryFile(Job.ApplicationName, position, static_cast<int64_t>(bad));
+  ThrowUndecodable(position, static_cast<int64_t>(bad), byte, "UTF-8");
+}
+
+void CheckUTF8File(const std::string& Path, const TyJobContext& Job, uint64_t MaxStreamBytes) {
+  const CyInputBytes input = CyInputBytes::FromPath(Path, MaxStreamBytes);
+  CheckUTF8(input.getData(), input.getSize(), Job);
+}
 
 std::u16string ScanUTF8Newline(const uint8_t* Data, size_t Size, const TyJobContext& Job) {
   CyMemoryBytes bytes(Data, Size);
@@ -242,7 +326,12 @@ int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
                        const TyJobContext& Job) {
   CyMemoryBytes bytes(Data, Size);
   Job.Begin("Replacing", Size);
-  return ReplaceStream(bytes, Replacer, Newline, Write, PieceSize, Job);
+  try {
+    return ReplaceStream(bytes, Replacer, Newline, Write, PieceSize, Job);
+  } catch (const TyNotUTF8&) {
+    CheckUTF8(Data, Size, Job);  // raises with the first bad byte's position
+    throw CyShouldNeverHappenException("ReplaceAllUTF8: a piece was not UTF-8, the whole is");
+  }
 }
 
 int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer,
@@ -250,7 +339,12 @@ int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer,
                            const TyJobContext& Job) {
   CyFileBytes bytes(Path);
   Job.Begin("Replacing", bytes.getSize());
-  return ReplaceStream(bytes, Replacer, Newline, Write, PieceSize, Job);
+  try {
+    return ReplaceStream(bytes, Replacer, Newline, Write, PieceSize, Job);
+  } catch (const TyNotUTF8&) {
+    CheckUTF8File(Path, Job);  // raises with the first bad byte's position
+    throwChanged("nothing was written.");
+  }
 }
 
 }  // namespace xylem

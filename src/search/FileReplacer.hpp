@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/InputBytes.hpp"
 #include "common/JobContext.hpp"
 #include "search/Replacer.hpp"
 
@@ -32,14 +33,24 @@ std::u16string ScanUTF8Newline(const uint8_t* Data, size_t Size, const TyJobCont
 std::u16string ScanUTF8FileNewline(const std::string& Path, const TyJobContext& Job = {});
 
 // Replaces all matches in the UTF-8 text [Data, Data + Size) (no byte-order mark), every line
-// end turned into Newline (the scan's), and hands the result to Write. Invalid sequences become
-// U+FFFD. Raises the binary-file error for a NUL byte (what was written before stays written:
-// scan first). Sequential. Returns the number of replacements. PieceSize as in
-// CyReplacer::ReplaceAllStreamed (at least 10). Reports "Replacing" progress in bytes to Job and
-// polls its stop token at every piece (CyCancelledException).
+// end turned into Newline (the scan's), and hands the result to Write. Sequential. Returns the
+// number of replacements. PieceSize as in CyReplacer::ReplaceAllStreamed (at least 10). Reports
+// "Replacing" progress in bytes to Job and polls its stop token at every piece
+// (CyCancelledException). Bytes that are not UTF-8 are never replaced by U+FFFD: the first
+// invalid sequence or NUL byte raises what CheckUTF8 raises; what was written before stays
+// written (write to a temporary file, or call CheckUTF8 first, to write nothing).
 int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,
                        std::u16string_view Newline, const TyUTF8Sink& Write,
                        int64_t PieceSize = int64_t{1} << 18, const TyJobContext& Job = {});
+
+// Refuses bytes that the text model would refuse: CyDecodeException code 17 at the first NUL
+// byte, else code 21 at the first invalid sequence, with line and position. Parallel; reads
+// [Data, Data + Size) inside ReadMapped (a shrinking mapping raises CyException 23).
+// Pieces, threads and stop token come from Job.
+void CheckUTF8(const uint8_t* Data, size_t Size, const TyJobContext& Job = {});
+// The same for the file at Path (mapped; a pipe is read as a stream of at most MaxStreamBytes).
+void CheckUTF8File(const std::string& Path, const TyJobContext& Job = {},
+                   uint64_t MaxStreamBytes = kDefaultMaxStreamBytes);
 
 // The same over the file at Path, read piece by piece. Raises CyException when it cannot be read.
 int64_t ReplaceAllUTF8File(const std::string& Path, CyReplacer& Replacer,

@@ -31,6 +31,8 @@ TyDecodedText decodeUTF16(const uint8_t* Data, size_t Size, bool BigEndian) {
     for (size_t i = 0; i < units; ++i) out[i] = swapped(out[i]);
   result.Units = units;
   if (Size & 1) {
+    result.FirstErrorByte = Size - 1;
+    result.FirstErrorUnit = units;
     out[result.Units++] = kReplacement;
     result.ErrorCount = 1;
   }
@@ -51,6 +53,11 @@ TyDecodedText DecodeToUTF16(const uint8_t* Data, size_t Size, const CyEncoding& 
     char16_t* out = result.Owner->getBuffer();
     while (true) {
       const TyUTF8DecodeResult part = DecodeUTF8(at, end, out + result.Units);
+      if (part.ErrorCount && !result.ErrorCount) {
+        result.FirstErrorByte = static_cast<size_t>(at - Data) + part.FirstError;
+        // The part's units before its error are well-formed UTF-8 turned into UTF-16.
+        result.FirstErrorUnit = result.Units + UTF16LengthOfUTF8(at, part.FirstError);
+      }
       result.Units += part.Written;
       result.ErrorCount += part.ErrorCount;
       if (!part.NulFound) break;
@@ -80,6 +87,12 @@ TyDecodedText DecodeToUTF16(const uint8_t* Data, size_t Size, const CyEncoding& 
     if (iconv(converter, &in, &inLeft, &out, &outLeft) != static_cast<size_t>(-1)) break;
     if (errno == E2BIG || outLeft < sizeof(char16_t)) break;  // cannot happen with the bound
     // EILSEQ: one replacement for the offending byte. EINVAL: a sequence truncated at the end.
+    if (result.ErrorCount == 0) {
+      result.FirstErrorByte = static_cast<size_t>(reinterpret_cast<const uint8_t*>(in) - Data);
+      result.FirstErrorUnit =
+          static_cast<size_t>(out - reinterpret_cast<char*>(result.Owner->getBuffer())) /
+          sizeof(char16_t);
+    }
     const char16_t replacement = kReplacement;
     std::memcpy(out, &replacement, sizeof(char16_t));
     out += sizeof(char16_t);

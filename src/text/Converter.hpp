@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "text/DecodeError.hpp"
 #include "text/Encoding.hpp"
 #include "text/TextUTF16.hpp"
 
@@ -18,6 +19,10 @@ struct TyDecodedText {
   CyTextOwner* Owner = nullptr;
   size_t Units = 0;
   size_t ErrorCount = 0;  // invalid or truncated sequences, each replaced by U+FFFD
+  // The first of them (when ErrorCount): its byte offset in the input, and the index of its
+  // replacement in the buffer (every unit before it decoded cleanly).
+  size_t FirstErrorByte = 0;
+  size_t FirstErrorUnit = 0;
 };
 
 // Decodes Data from a non-UTF-8 encoding (UTF-16 by byte order, the rest through iconv) into
@@ -50,7 +55,9 @@ class CyTextEncoder {
 namespace xylem {
 
 // Receives the count of invalid sequences met while decoding a load (reported once, after all
-// pieces). Mode 2 (the default) only counts; mode 1 fails the load with kErrorInvalidEncoding.
+// pieces). Mode 2 (the default) only counts; in mode 1 the loader refuses the bytes instead
+// (CyDecodeException kErrorInvalidEncoding at the first bad byte), so that no replacement
+// character ever stands where the file had bytes.
 class CyUTF8ToCharErrorHandler {
  public:
   explicit CyUTF8ToCharErrorHandler(int Mode = 2) : Mode_(Mode) {}
@@ -65,8 +72,5 @@ class CyUTF8ToCharErrorHandler {
   int Mode_;
   size_t ErrorCount_ = 0;
 };
-
-// Error code of a load refused for invalid sequences (error handler mode 1).
-inline constexpr int kErrorInvalidEncoding = 21;
 
 }  // namespace xylem

@@ -1,10 +1,6 @@
 #include "text/TextFile.hpp"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -20,55 +16,6 @@ namespace xylem {
 
 namespace {
 
-// A read-only mapping of a whole file, released early by Release or at the latest on scope
-// exit.
-class CyMappedFile {
- public:
-  explicit CyMappedFile(const std::string& Path) {
-    const int fd = open(Path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) fail(Path);
-    struct stat info {};
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-      const int error = S_ISDIR(info.st_mode) ? EISDIR : errno;
-      close(fd);
-      errno = error;
-      fail(Path);
-    }
-    Size_ = static_cast<size_t>(info.st_size);
-    if (Size_ > 0) {
-      void* data = mmap(nullptr, Size_, PROT_READ, MAP_PRIVATE, fd, 0);
-      if (data == MAP_FAILED) {
-        const int error = errno;
-        close(fd);
-        errno = error;
-        fail(Path);
-      }
-      // The decoder reads each piece once from front to back.
-      madvise(data, Size_, MADV_SEQUENTIAL);
-      Data_ = static_cast<const uint8_t*>(data);
-    }
-    close(fd);
-  }
-  ~CyMappedFile() { Release(); }
-  CyMappedFile(const CyMappedFile&) = delete;
-  CyMappedFile& operator=(const CyMappedFile&) = delete;
-
-  const uint8_t* getData() const { return Data_ ? Data_ : reinterpret_cast<const uint8_t*>(""); }
-  size_t getSize() const { return Size_; }
-  void Release() {
-    if (Data_) munmap(const_cast<uint8_t*>(Data_), Size_);
-    Data_ = nullptr;
-  }
-
- private:
-  [[noreturn]] static void fail(const std::string& Path) {
-    throw CyException("The file \"" + Path + "\" cannot be read: " + std::strerror(errno) + ".",
-                      kErrorFileRead);
-  }
-  const uint8_t* Data_ = nullptr;
-  size_t Size_ = 0;
-};
-
 // Positions the stream for a caller-given encoding: behind a mark of that encoding only.
 void skipMatchingMark(CyRewindableInputStream& Stream, const CyEncoding& Encoding, bool& HasBOM) {
   std::string mark;
@@ -83,13 +30,28 @@ std::u16string loadStream(TxTextList& List, const std::string& BaseURL,
                           CyRewindableInputStream& Stream, CyUTF8ToCharErrorHandler* ErrorHandler,
                           CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM, int PieceCount,
                           const std::function<void()>& AfterDecode, const TyJobContext& Job) {
+  // Detection reads at most a mark and a declaration's 1024 bytes: it works on a copy of the
+  // head, so that only the loader reads the (possibly mapped) bytes, inside ReadMapped.
+  uint8_t head[4096];
+  const size_t headSize = std::min(sizeof head, Stream.getSize());
+  if (headSize && !ReadMapped([&] { std::memcpy(head, Stream.getData(), headSize); }))
+    throw CyException("The file changed while it was being read; nothing was loaded.",
+                      kErrorFileRead);
+  CyRewindableInputStream headStream(head, headSize);
   if (EncodingFixed)
-    skipMatchingMark(Stream, Encoding, HasBOM);
+    skipMatchingMark(headStream, Encoding, HasBOM);
   else
-    CyEncodingDetector::DetectEncodingAndSkipBOM(BaseURL, Stream, HasBOM, Encoding, EncodingFixed);
-  return CyTextListLoader::LoadTextList_PARALLEL(List, Stream.getCurrent(), Stream.getRemaining(),
-                                                 Encoding, ErrorHandler, PieceCount, AfterDecode,
-                                                 Job);
+    CyEncodingDetector::DetectEncodingAndSkipBOM(BaseURL, headStream, HasBOM, Encoding,
+                                                 EncodingFixed);
+  const size_t mark = headStream.getPosition();
+  Stream.setPosition(mark);
+  try {
+    return CyTextListLoader::LoadTextList_PARALLEL(List, Stream.getCurrent(), Stream.getRemaining(),
+                                                   Encoding, ErrorHandler, PieceCount, AfterDecode,
+                                                   Job);
+  } catch (const CyDecodeException& error) {
+    throw error.ShiftedBy(static_cast<int64_t>(mark));  // offsets count from the file's start
+  }
 }
 
 }  // namespace
@@ -115,8 +77,9 @@ std::u16string TxTextList::LoadFromURL__PARALLEL__(const std::string& Path,
                                                    CyUTF8ToCharErrorHandler* ErrorHandler,
                                                    CyEncoding& Encoding, bool& EncodingFixed,
                                                    bool& HasBOM, int PieceCount,
-                                                   const TyJobContext& Job) {
-  CyMappedFile file(Path);
+                                                   const TyJobContext& Job,
+                                                   uint64_t MaxStreamBytes) {
+  CyInputBytes file = CyInputBytes::FromPath(Path, MaxStreamBytes);
   CyRewindableInputStream stream(file.getData(), file.getSize());
   return loadStream(
       *this, Path, stream, ErrorHandler, Encoding, EncodingFixed, HasBOM, PieceCount,
@@ -155,7 +118,7 @@ TyTextFileFormat LoadTextFile(const std::string& Path, TxTextList& List,
   if (Options.Encoding) format.Encoding = *Options.Encoding;
   format.Newline = List.LoadFromURL__PARALLEL__(
       Path, Options.ErrorHandler, format.Encoding, format.EncodingFixed, format.HasBOM,
-      Options.PieceCount, Options.Job ? *Options.Job : TyJobContext{});
+      Options.PieceCount, Options.Job ? *Options.Job : TyJobContext{}, Options.MaxStreamBytes);
   return format;
 }
 

@@ -8,16 +8,19 @@
 //   ... edit list, passing format.Newline where a newline is needed ...
 //   SaveTextFile("doc.xml", list, format);               // same encoding, mark and newline
 //
-// Errors are CyException with a code: 17 binary content, 18 malformed declaration
-// (CyDeclException, with a position), 19 mark/declaration conflict, 20 unsupported encoding,
-// 21 invalid sequences (only with an error handler in mode 1), 22 a character the target
-// encoding cannot represent, 23 the file cannot be read, 6009 the file cannot be written.
+// Errors are CyException with a code: 17 binary content and 21 invalid sequences (only with an
+// error handler in mode 1), both CyDecodeException with the first bad byte's position; 18
+// malformed declaration (CyDeclException, with a position), 19 mark/declaration conflict, 20
+// unsupported encoding, 22 a character the target encoding cannot represent, 23 the file cannot
+// be read (or shrank while it was read), 24 a stream longer than MaxStreamBytes, 25
+// not a regular file or named pipe, 6009 the file cannot be written.
 // A failed load leaves the list as it was; a failed save leaves the target file as it was.
 
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "common/InputBytes.hpp"
 #include "text/Converter.hpp"
 #include "text/Encoding.hpp"
 #include "text/TextList.hpp"
@@ -25,7 +28,6 @@
 namespace xylem {
 
 inline constexpr int kErrorUnrepresentable = 22;
-inline constexpr int kErrorFileRead = 23;
 inline constexpr int kErrorFileWrite = 6009;
 
 // How a document's text is stored in its file; a load fills it, a save follows it.
@@ -46,11 +48,14 @@ struct TyTextFileLoadOptions {
   int PieceCount = 0;
   // Pieces, progress, cancellation and threads of the load; null: a default context.
   const TyJobContext* Job = nullptr;
+  // The most bytes read from a named pipe (a stream has no size to check beforehand).
+  uint64_t MaxStreamBytes = kDefaultMaxStreamBytes;
 };
 
-// Loads the file at Path into List (replacing its content) and returns its format. The file
-// is mapped, decoded in parallel and unmapped before the line records are allocated; peak
-// memory is about the file size plus 2 bytes per character plus 80 bytes per line.
+// Loads the file at Path into List (replacing its content) and returns its format. A regular
+// file is mapped, decoded in parallel and unmapped before the line records are allocated; peak
+// memory is about the file size plus 2 bytes per character plus 80 bytes per line. A named pipe
+// is read as a stream (CyInputBytes); other special files are refused.
 TyTextFileFormat LoadTextFile(const std::string& Path, TxTextList& List,
                               const TyTextFileLoadOptions& Options = {});
 // The same for bytes already in memory; BaseURL only supplies the extension (DTD rules,

@@ -1,7 +1,9 @@
 #include "text/TextFileWriter.hpp"
 
+#include <fcntl.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +13,7 @@
 
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
+#include "text/TemporaryFiles.hpp"
 
 namespace xylem {
 
@@ -42,8 +45,10 @@ CyTextFileWriter::CyTextFileWriter(const TyTextFileFormat& Format, std::string N
       Name_(std::move(Name)),
       Bytes_(Encoder_.getMark(Format.HasBOM)) {}
 
-CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format)
+CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format,
+                                   TyInPlaceWrite Mode)
     : CyTextFileWriter(Format, Path) {
+  Mode_ = Mode;
   Target_ = ResolveLink(Path);
   const size_t slash = Target_.rfind('/');
   const std::string folder = slash == std::string::npos ? "" : Target_.substr(0, slash + 1);
@@ -54,6 +59,7 @@ CyTextFileWriter::CyTextFileWriter(const std::string& Path, const TyTextFileForm
     Temporary_.clear();
     failed(errno);
   }
+  TemporarySlot_ = CyTemporaryFiles::Register(Temporary_.c_str());
 }
 
 CyTextFileWriter::CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format,
@@ -72,8 +78,15 @@ CyTextFileWriter::CyTextFileWriter(std::string& Bytes, const TyTextFileFormat& F
 
 CyTextFileWriter::~CyTextFileWriter() {
   if (Temporary_.empty()) return;
-  close(Fd_);
+  if (Fd_ >= 0) close(Fd_);
   unlink(Temporary_.c_str());
+  CyTemporaryFiles::Unregister(TemporarySlot_);
+}
+
+void CyTextFileWriter::dropTemporary() {
+  CyTemporaryFiles::Unregister(TemporarySlot_);
+  TemporarySlot_ = -1;
+  Temporary_.clear();
 }
 
 void CyTextFileWriter::PutNewline() { Put(Newline_); }
@@ -201,25 +214,93 @@ void CyTextFileWriter::AppendEncoded(int Descriptor) {
 void CyTextFileWriter::Commit() {
   drain(true);
   if (Temporary_.empty()) return;
-  // Keep the target's permissions; a new file gets the usual ones rather than mkstemp's 0600.
-  struct stat info {};
-  if (stat(Target_.c_str(), &info) == 0) {
-    fchmod(Fd_, info.st_mode & 07777);
-  } else {
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(Fd_, 0666 & ~mask);
+  struct stat target {};
+  if (Mode_ == TyInPlaceWrite::ipwKeepLinks && stat(Target_.c_str(), &target) == 0) {
+    commitThrough(target);
+    return;
   }
+  keepMetadata();
   if (fsync(Fd_) != 0) failed(errno);
   const int closed = close(Fd_);
   Fd_ = -1;
   if (closed != 0 || rename(Temporary_.c_str(), Target_.c_str()) != 0) {
     const int error = errno;
     unlink(Temporary_.c_str());
-    Temporary_.clear();
+    dropTemporary();
     failed(error);
   }
-  Temporary_.clear();
+  dropTemporary();
+}
+
+void CyTextFileWriter::keepMetadata() {
+  struct stat info {};
+  if (stat(Target_.c_str(), &info) != 0) {
+    // A new file gets the usual permissions rather than mkstemp's 0600.
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(Fd_, 0666 & ~mask);
+    return;
+  }
+  // Owner and group first (a change of owner clears set-user-ID bits, which fchmod restores).
+  // Only a privileged process may give a file away; anyone may keep a group they belong to.
+  if (fchown(Fd_, info.st_uid, info.st_gid) != 0)
+    (void)!fchown(Fd_, static_cast<uid_t>(-1), info.st_gid);
+  fchmod(Fd_, info.st_mode & 07777);
+  // Extended attributes, access ACLs among them (system.posix_acl_access), where the file
+  // system has them; those the process may not set stay behind, as with cp -a.
+  const ssize_t listed = listxattr(Target_.c_str(), nullptr, 0);
+  if (listed <= 0) return;
+  std::string names(static_cast<size_t>(listed), '\0');
+  const ssize_t length = listxattr(Target_.c_str(), names.data(), names.size());
+  std::string value;
+  for (size_t at = 0; length > 0 && at < static_cast<size_t>(length);) {
+    const char* name = names.c_str() + at;
+    at += std::strlen(name) + 1;
+    const ssize_t size = getxattr(Target_.c_str(), name, nullptr, 0);
+    if (size < 0) continue;
+    value.resize(static_cast<size_t>(size));
+    const ssize_t got = getxattr(Target_.c_str(), name, value.data(), value.size());
+    if (got >= 0) fsetxattr(Fd_, name, value.data(), static_cast<size_t>(got), 0);
+  }
+}
+
+void CyTextFileWriter::commitThrough(const struct stat& Target) {
+  struct stat result {};
+  if (fstat(Fd_, &result) != 0) failed(errno);
+  const int target = open(Target_.c_str(), O_WRONLY | O_CLOEXEC);
+  if (target < 0) failed(errno);
+  // Blocks for the whole result are reserved before the first byte of the original changes, so
+  // that a full disk is found while the original is still intact.
+  if (result.st_size > Target.st_size &&
+      fallocate(target, FALLOC_FL_KEEP_SIZE, 0, result.st_size) != 0 && errno != EOPNOTSUPP) {
+    const int error = errno;
+    close(target);
+    failed(error);
+  }
+  // From here on a failure leaves the original changed: the temporary file, with the whole
+  // result, is then kept and named.
+  int error = 0;
+  off_t offset = 0;
+  while (error == 0 && offset < result.st_size) {
+    const ssize_t n = sendfile(target, Fd_, &offset, static_cast<size_t>(result.st_size - offset));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) error = n < 0 ? errno : EIO;
+  }
+  if (error == 0 && (ftruncate(target, result.st_size) != 0 || fsync(target) != 0)) error = errno;
+  if (close(target) != 0 && error == 0) error = errno;
+  if (error != 0) {
+    close(Fd_);
+    Fd_ = -1;
+    const std::string kept = Temporary_;
+    dropTemporary();
+    throw CyException("The file \"" + Name_ + "\" cannot be written: " + std::strerror(error) +
+                          ". The whole result is kept in \"" + kept + "\".",
+                      kErrorFileWrite);
+  }
+  close(Fd_);
+  Fd_ = -1;
+  unlink(Temporary_.c_str());
+  dropTemporary();
 }
 
 void CyTextFileWriter::failed(int Error) const {

@@ -8,6 +8,12 @@
 //   out.Commit();                        // renamed over path; until then path is untouched
 //
 // A UTF-16 file always gets its mark, UTF-8 only with HasBOM, other encodings never.
+//
+// Every write is checked (a full disk, a closed pipe, an I/O error): the first failure throws,
+// and an unfinished temporary file is removed, also when the process is interrupted by a signal
+// (CyTemporaryFiles::RemoveOnSignals).
+
+#include <sys/stat.h>
 
 #include <cstdint>
 #include <string>
@@ -20,12 +26,26 @@
 
 namespace xylem {
 
+// How a path is rewritten. Either way the whole result is first written to a temporary file
+// beside it, so a refusal or a full disk leaves the original as it was.
+enum class TyInPlaceWrite {
+  // The temporary file is renamed over the path (atomic). It gets the old file's permissions,
+  // owner and group (as far as the process may set them), extended attributes and ACLs; but it
+  // is a new file, so other hard links keep the old content (as with sed -i).
+  ipwRename,
+  // The finished result is copied into the existing file, which keeps its identity, all its
+  // links and its metadata. Space is reserved before the first byte changes; should a write
+  // still fail, the message names the temporary file, which then keeps the whole result.
+  ipwKeepLinks,
+};
+
 class CyTextFileWriter : public IyTextSink {
  public:
-  // Writes atomically to Path: into a temporary file in the same folder (the folder of the
-  // file a symbolic link points to), renamed over Path by Commit with the old file's
-  // permissions. Throws CyException 6009 when the temporary file cannot be created.
-  CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format);
+  // Writes to Path (the file a symbolic link points to) through a temporary file in the same
+  // folder, committed as Mode says. Throws CyException 6009 when the temporary file cannot be
+  // created.
+  CyTextFileWriter(const std::string& Path, const TyTextFileFormat& Format,
+                   TyInPlaceWrite Mode = TyInPlaceWrite::ipwRename);
   // Writes to an open descriptor (not closed here, never renamed); Name is used in messages.
   // Without WithMark no byte-order mark is written (for a part of a text written in parts).
   CyTextFileWriter(int Descriptor, std::string Name, const TyTextFileFormat& Format,
@@ -55,7 +75,7 @@ class CyTextFileWriter : public IyTextSink {
   // Appends everything in the file open at Descriptor (from its start): bytes already in this
   // writer's encoding, such as a part written by another writer.
   void AppendEncoded(int Descriptor);
-  // Writes out what is buffered; for a path, syncs the file and renames it over the target.
+  // Writes out what is buffered; for a path, syncs the file and commits it as the mode says.
   // Nothing may be put afterwards.
   void Commit();
 
@@ -73,16 +93,23 @@ class CyTextFileWriter : public IyTextSink {
   void writeBytes();
   void writeAll(std::string_view Bytes);
   [[noreturn]] void failed(int Error) const;
+  // Gives the temporary file the target's owner, group, permissions and extended attributes.
+  void keepMetadata();
+  // ipwKeepLinks: copies the finished temporary file into the target.
+  void commitThrough(const struct stat& Target);
+  void dropTemporary();
 
   CyTextEncoder Encoder_;
   std::u16string Newline_;
   std::string EncodingName_;
   bool CanFail_;
   bool Utf8_;
-  std::string Encoded_;    // UTF-8 output of one emit
-  std::string Name_;       // the path or name for messages
-  std::string Target_;     // the file renamed over (paths only)
-  std::string Temporary_;  // the temporary file (paths only; empty once renamed)
+  std::string Encoded_;     // UTF-8 output of one emit
+  std::string Name_;        // the path or name for messages
+  std::string Target_;      // the file renamed over (paths only)
+  std::string Temporary_;   // the temporary file (paths only; empty once renamed)
+  int TemporarySlot_ = -1;  // its entry in CyTemporaryFiles
+  TyInPlaceWrite Mode_ = TyInPlaceWrite::ipwRename;
   int Fd_ = -1;
   std::string* Memory_ = nullptr;
   std::string Bytes_;

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/InputBytes.hpp"
 #include "common/JobContext.hpp"
 #include "text/Converter.hpp"
 #include "text/Encoding.hpp"
@@ -27,9 +28,6 @@ using TxCreateUniqueIDEvent = std::function<int64_t(int64_t Count)>;
 // A process-wide TxCreateUniqueIDEvent (an atomic counter starting at 1), for owners that
 // need identities without keeping a generator of their own. Thread-safe.
 int64_t CreateProcessUniqueIDs(int64_t Count);
-
-// Code of the error that refuses binary content.
-inline constexpr int kErrorBinaryFile = 17;
 
 class TxTextList {
  public:
@@ -59,12 +57,14 @@ class TxTextList {
       const std::string& BaseURL, CyBufferedInputStream& BufferedInputStream,
       CyUTF8ToCharErrorHandler* ErrorHandler, CyEncoding& Encoding, bool& EncodingFixed,
       bool& HasBOM, int PieceCount = 0, const TyJobContext& Job = {});
-  // Reads the file at Path (one mapping, no copy) and loads it as the stream overload does.
-  // Throws CyException when the file cannot be read.
+  // Reads the file at Path (a regular file mapped, no copy; a named pipe read as a stream of
+  // at most MaxStreamBytes) and loads it as the stream overload does. Throws CyException when
+  // the file cannot be read.
   std::u16string LoadFromURL__PARALLEL__(const std::string& Path,
                                          CyUTF8ToCharErrorHandler* ErrorHandler,
                                          CyEncoding& Encoding, bool& EncodingFixed, bool& HasBOM,
-                                         int PieceCount = 0, const TyJobContext& Job = {});
+                                         int PieceCount = 0, const TyJobContext& Job = {},
+                                         uint64_t MaxStreamBytes = kDefaultMaxStreamBytes);
   // Loads text that is already UTF-16 (copied once into the list's own buffer).
   std::u16string LoadFromDataDecoded__PARALLEL__(std::u16string_view DataDecoded,
                                                  int PieceCount = 0, const TyJobContext& Job = {});

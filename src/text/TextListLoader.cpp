@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "common/Exception.hpp"
+#include "common/InputBytes.hpp"
 #include "text/PageMemory.hpp"
 
 #if defined(__SSE2__)
@@ -13,22 +16,28 @@
 
 namespace xylem {
 
-void ThrowBinaryFile(std::string_view ApplicationName) {
-  throw CyException(std::string(ApplicationName) +
-                        " does not support binary files.\r\nUse another editor to edit the file.",
-                    kErrorBinaryFile);
-}
-
 namespace {
+
+[[noreturn]] void throwFileChanged() {
+  throw CyException(
+      "The file changed while it was being read (it became shorter); nothing was "
+      "loaded.",
+      kErrorFileRead);
+}
 
 // Progress is reported in steps of this many units (bytes or code units), never per line.
 constexpr size_t kProgressStep = size_t{1} << 16;
 
+// Fills Bounds (sized Count + 1 by the caller, only ever shrunk here, so that a mapped input
+// can be read inside ReadMapped).
 template <typename Unit>
-std::vector<size_t> splitBoundaries(const Unit* Data, size_t Size, int Count) {
-  if (Count < 1) Count = 1;
-  std::vector<size_t> bounds(static_cast<size_t>(Count) + 1);
+void splitBoundaries(const Unit* Data, size_t Size, int Count, std::vector<size_t>& bounds) {
   bounds[0] = 0;
+  if (Size == 0) {  // Data may be null
+    bounds.resize(2);
+    bounds[1] = 0;
+    return;
+  }
   for (int i = 0; i < Count; ++i) {
     size_t at = bounds[static_cast<size_t>(i)];
     at += (Size - at) / static_cast<size_t>(Count - i);
@@ -56,10 +65,19 @@ std::vector<size_t> splitBoundaries(const Unit* Data, size_t Size, int Count) {
   for (int i = 0; i < Count; ++i) {
     if (bounds[static_cast<size_t>(i)] != Size && bounds[static_cast<size_t>(i) + 1] == Size) {
       bounds.resize(static_cast<size_t>(i) + 2);
-      return bounds;
+      return;
     }
   }
-  return {0, Size};
+  bounds.resize(2);
+  bounds[1] = Size;
+}
+
+template <typename Unit>
+std::vector<size_t> splitBoundaries(const Unit* Data, size_t Size, int Count) {
+  std::vector<size_t> bounds(static_cast<size_t>(std::max(Count, 1)) + 1);
+  if (!ReadMapped([&] { splitBoundaries(Data, Size, std::max(Count, 1), bounds); }))
+    throwFileChanged();
+  return bounds;
 }
 
 }  // namespace
@@ -225,8 +243,15 @@ int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner, const TyJobConte
 void CyTextListLoaderPieces::CountNewlines_PARALLEL(const TyJobContext& Job) {
   Job.RunAll(static_cast<int>(Pieces.size()),
              [&](int Piece) { Pieces[static_cast<size_t>(Piece)].CountNewlines(Job); });
-  for (const auto& piece : Pieces)
-    if (piece.Binary) ThrowBinaryFile(Job.ApplicationName);
+  for (const auto& piece : Pieces) {
+    if (!piece.Binary) continue;
+    // The failure path: find the NUL again for its position.
+    const char16_t* const start = Pieces.front().DataPartUTF16.Start;
+    const char16_t* nul = piece.DataPartUTF16.Start;
+    while (*nul != 0) ++nul;
+    ThrowBinaryFile(Job.ApplicationName,
+                    PositionOfUTF16Unit(start, static_cast<size_t>(nul - start)));
+  }
 }
 
 std::u16string CyTextListLoaderPieces::DetectOS_NOT_PARALLEL() const {
@@ -302,11 +327,19 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
     while (at < end) {
       Job.ThrowIfStopped();
       const uint8_t* stop = static_cast<size_t>(end - at) > kStretch ? at + kStretch : end;
-      while (stop < end && (*stop & 0xC0) == 0x80) ++stop;
-      // Faulted in stretch by stretch, so that a stop is seen between stretches.
-      CyPageMemory::Populate(param.Target + param.Result.Written,
-                             static_cast<size_t>(stop - at) * sizeof(char16_t));
-      const TyUTF8DecodeResult part = DecodeUTF8(at, stop, param.Target + param.Result.Written);
+      TyUTF8DecodeResult part;
+      if (!ReadMapped([&] {
+            while (stop < end && (*stop & 0xC0) == 0x80) ++stop;
+            // Faulted in stretch by stretch, so that a stop is seen between stretches.
+            CyPageMemory::Populate(param.Target + param.Result.Written,
+                                   static_cast<size_t>(stop - at) * sizeof(char16_t));
+            part = DecodeUTF8(at, stop, param.Target + param.Result.Written);
+          })) {
+        param.Vanished = true;
+        break;
+      }
+      if (part.ErrorCount && !param.Result.ErrorCount)
+        param.Result.FirstError = static_cast<size_t>(at - param.Source.Start) + part.FirstError;
       param.Result.Written += part.Written;
       param.Result.ErrorCount += part.ErrorCount;
       Job.Advance(static_cast<uint64_t>(stop - at));
@@ -319,13 +352,38 @@ std::vector<CyDataPartUTF16> CyUTF8DecoderParallel::Decode(const std::vector<CyD
   });
   std::vector<CyDataPartUTF16> decoded(params.size());
   size_t errors = 0;
-  bool nul = false;
   for (size_t i = 0; i < params.size(); ++i) {
     decoded[i] = {params[i].Target, params[i].Target + params[i].Result.Written};
     errors += params[i].Result.ErrorCount;
-    nul = nul || params[i].Result.NulFound;
+    if (params[i].Vanished) throwFileChanged();
   }
-  if (nul) ThrowBinaryFile(Job.ApplicationName);
+  // Failure paths: the first bad byte in file order, found again for its position.
+  for (const CyUTFDecoderWorkerParam& param : params) {
+    if (!param.Result.NulFound) continue;
+    const uint8_t* nul = nullptr;
+    TyTextPosition position;
+    if (!ReadMapped([&] {
+          nul = static_cast<const uint8_t*>(std::memchr(
+              param.Source.Start, 0, static_cast<size_t>(param.Source.End - param.Source.Start)));
+          position = PositionOfUTF8Byte(Data, static_cast<size_t>(nul - Data));
+        }))
+      throwFileChanged();
+    ThrowBinaryFile(Job.ApplicationName, position, nul - Data);
+  }
+  if (errors > 0 && ErrorHandler.getMode() == 1) {
+    for (const CyUTFDecoderWorkerParam& param : params) {
+      if (!param.Result.ErrorCount) continue;
+      const uint8_t* const bad = param.Source.Start + param.Result.FirstError;
+      TyTextPosition position;
+      uint8_t byte = 0;
+      if (!ReadMapped([&] {
+            position = PositionOfUTF8Byte(Data, static_cast<size_t>(bad - Data));
+            byte = *bad;
+          }))
+        throwFileChanged();
+      ThrowUndecodable(position, bad - Data, byte, "UTF-8");
+    }
+  }
   ErrorHandler.ReportErrors(errors);
   return decoded;
 }
@@ -380,10 +438,28 @@ std::u16string CyTextListLoader::LoadTextList_PARALLEL(TxTextList& List, const u
   CyUTF8ToCharErrorHandler& handler = ErrorHandler ? *ErrorHandler : counting;
   if (Encoding.getCodePage() != kCodePageUTF8) {
     Job.Begin("Decoding", 0);  // one sequential conversion: no steps to count
-    const TyDecodedText decoded = DecodeToUTF16(Data, Size, Encoding);
-    TyOwnerReference reference{decoded.Owner};
-    handler.ReportErrors(decoded.ErrorCount);
+    // The converters read a private copy: they cannot run inside ReadMapped.
+    std::unique_ptr<uint8_t[]> copy = std::make_unique_for_overwrite<uint8_t[]>(Size + 1);
+    if (!ReadMapped([&] { std::memcpy(copy.get(), Data, Size); })) throwFileChanged();
     if (AfterDecode) AfterDecode();
+    const TyDecodedText decoded = DecodeToUTF16(copy.get(), Size, Encoding);
+    TyOwnerReference reference{decoded.Owner};
+    if (decoded.ErrorCount > 0 && handler.getMode() == 1) {
+      const TyTextPosition position =
+          PositionOfUTF16Unit(decoded.Owner->getBuffer(), decoded.FirstErrorUnit);
+      const uint8_t byte = copy[decoded.FirstErrorByte];
+      std::string detail;  // empty: the usual message
+      if (Encoding.IsUnicode() && (Size & 1) != 0) {
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "0x%02X", byte);
+        detail = std::string("the file ends with a lone byte ") + hex + ": " + Encoding.getName() +
+                 " text has an even number of bytes, two per code unit.";
+      }
+      ThrowUndecodable(position, static_cast<int64_t>(decoded.FirstErrorByte), byte,
+                       Encoding.getName(), detail);
+    }
+    handler.ReportErrors(decoded.ErrorCount);
+    copy.reset();
     reference.Owner = nullptr;
     return LoadDecoded_PARALLEL(List, decoded.Owner, decoded.Units, PieceCount, Job);
   }

@@ -13,6 +13,7 @@
 #include "common/JobContext.hpp"
 #include "common/Utf.hpp"
 #include "text/Converter.hpp"
+#include "text/DecodeError.hpp"
 #include "text/TextList.hpp"
 
 namespace xylem {
@@ -77,10 +78,13 @@ class CyUTF8DecoderParallel {
   struct CyUTFDecoderWorkerParam {
     CyDataPartUTF8 Source{};
     char16_t* Target = nullptr;
-    TyUTF8DecodeResult Result{};
+    TyUTF8DecodeResult Result{};  // FirstError counts from Source.Start
+    bool Vanished = false;        // the mapped input shrank under the decoder
   };
   // Returns the decoded range of each part. Reports the summed error count to ErrorHandler
-  // once; throws the binary-file error when a part met a NUL.
+  // once. Throws the binary-file error at the first NUL; in ErrorHandler mode 1, the
+  // undecodable-bytes error at the first invalid sequence; kErrorFileRead when the input
+  // vanished (a mapped file that shrank). Data is read inside ReadMapped.
   static std::vector<CyDataPartUTF16> Decode(const std::vector<CyDataPartUTF8>& Parts,
                                              const uint8_t* Data, char16_t* Buffer,
                                              CyUTF8ToCharErrorHandler& ErrorHandler,
@@ -90,11 +94,15 @@ class CyUTF8DecoderParallel {
 class CyTextListLoader {
  public:
   // Loads Size bytes (behind any byte-order mark) in Encoding into List and returns the
-  // newline. AfterDecode, when given, runs once the input bytes are no longer needed (a
-  // mapped file can be unmapped before the records are allocated). PieceCount 0 means
-  // Job.PieceCount. Progress goes to Job ("Loading"); its stop token is polled every 64 K
-  // units and ends the load with CyCancelledException. List is unchanged when this throws,
-  // except when cancelled while the records are filled: it is then left empty.
+  // newline. The bytes may be a file mapping: they are only read inside ReadMapped, and a file
+  // that shrinks meanwhile fails the load with kErrorFileRead. Bytes that do not decode are
+  // counted by ErrorHandler, or refused in its mode 1 (CyDecodeException, code 21, with the
+  // position of the first bad byte); a NUL fails with code 17 and its position. AfterDecode, when
+  // given, runs once the input bytes are no longer needed (a mapped file can be unmapped before the
+  // records are allocated). PieceCount 0 means Job.PieceCount. Progress goes to Job ("Loading");
+  // its stop token is polled every 64 K units and ends the load with CyCancelledException. List is
+  // unchanged when this throws, except when cancelled while the records are filled: it is then
+  // left empty.
   static std::u16string LoadTextList_PARALLEL(TxTextList& List, const uint8_t* Data, size_t Size,
                                               const CyEncoding& Encoding,
                                               CyUTF8ToCharErrorHandler* ErrorHandler,
@@ -111,8 +119,5 @@ class CyTextListLoader {
   static std::vector<size_t> SplitBoundaries(const uint8_t* Data, size_t Size, int Count);
   static std::vector<size_t> SplitBoundaries(const char16_t* Data, size_t Size, int Count);
 };
-
-// Throws the binary-file error (code 17, the two-line message naming ApplicationName).
-[[noreturn]] void ThrowBinaryFile(std::string_view ApplicationName);
 
 }  // namespace xylem

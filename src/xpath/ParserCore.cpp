@@ -16,7 +16,14 @@ CyXPath31Parser::CyXPath31Parser(const char16_t* XPath31, TyXPath31ParserRule Ru
 }
 
 void CyXPath31Parser::NotifyEnter(TyXPath31ParserRule Rule) {
-  if (Depth > kMaxDepth) Fail("Expression nested too deeply.");
+  if (Depth > kMaxDepth) {
+    // A limit of the parser, not a fault of the token at hand: neither the scanner's message
+    // about that token nor the tokens expected before it belong to this failure.
+    Announced.clear();
+    XPath31ExpectedTokens_.Clear();
+    XPath31ExpectedTokenTypes_.Clear();
+    throw CyException("Expression nested too deeply.");
+  }
   if (Listening) Listener->EnterRule(XPath31RuleName(Rule), CurrentXPath31TokenIndex());
 }
 

@@ -1,5 +1,6 @@
 #include "xslt/XSLTCheck.hpp"
 
+#include <algorithm>
 #include <vector>
 
 #include "common/Exception.hpp"
@@ -25,6 +26,24 @@ std::u16string_view PrefixOf(std::u16string_view QName) {
   return Colon == std::u16string_view::npos ? std::u16string_view() : QName.substr(0, Colon);
 }
 
+// Line and Linepos moved, where they lie beyond the text, to its end: a reader that failed at
+// the end of the text may already count a line behind it. Linear; used on failure paths only.
+void PlaceInside(const char16_t* Text, int64_t& Line, int64_t& Linepos) {
+  Line = std::max<int64_t>(Line, 1);
+  int64_t line = 1;
+  const char16_t* start = Text;
+  for (const char16_t* at = Text; *at && line < Line; ++at) {
+    if (*at != u'\r' && *at != u'\n') continue;
+    if (*at == u'\r' && at[1] == u'\n') ++at;
+    ++line;
+    start = at + 1;
+  }
+  int64_t length = 0;
+  while (start[length] && start[length] != u'\r' && start[length] != u'\n') ++length;
+  if (line < Line) Line = line, Linepos = length + 1;
+  Linepos = std::clamp<int64_t>(Linepos, 1, length + 1);
+}
+
 std::u16string_view LocalOf(std::u16string_view QName) {
   size_t Colon = QName.find(u':');
   return Colon == std::u16string_view::npos ? QName : QName.substr(Colon + 1);
@@ -33,7 +52,7 @@ std::u16string_view LocalOf(std::u16string_view QName) {
 class CyXSLTChecker {
  public:
   CyXSLTChecker(const char16_t* Text, const std::u16string& URL, CyXPath31CheckerWithCache& Cache)
-      : Iterator_(Text), URL_(URL), Cache_(Cache) {}
+      : Text_(Text), Iterator_(Text), URL_(URL), Cache_(Cache) {}
 
   IyXMLErrsPtr Run() {
     try {
@@ -43,10 +62,11 @@ class CyXSLTChecker {
       throw;
     } catch (const CyException& E) {
       // The walk cannot go on; keep what was found and say where it stopped.
+      int64_t Line = Iterator_.getCurrentLine(), Linepos = Iterator_.getCurrentLinepos();
+      PlaceInside(Text_, Line, Linepos);
       Errors_.push_back(std::make_shared<CyXMLErr>(
-          XPath31CheckerProcessorInfo(), URL_, int32_t(Iterator_.getCurrentLine()),
-          int32_t(Iterator_.getCurrentLinepos()), ToUTF16(E.getMessage()), u"", u"",
-          TyReasonParameters{}, TyXMLErrSeverity::errError));
+          XPath31CheckerProcessorInfo(), URL_, int32_t(Line), int32_t(Linepos),
+          ToUTF16(E.getMessage()), u"", u"", TyReasonParameters{}, TyXMLErrSeverity::errError));
     }
     return std::make_shared<CyXMLErrs>(u"XPath syntax", std::move(Errors_));
   }
@@ -98,9 +118,11 @@ class CyXSLTChecker {
             return Iterator_.ExpandReferences(Reference, Attribute.ValueOffset + int64_t(At));
           });
     } catch (const CyXMLReferenceException& E) {
+      int64_t At = E.Line, AtPos = E.Linepos;
+      PlaceInside(Text_, At, AtPos);
       Errors_.push_back(std::make_shared<CyXMLErr>(
-          XPath31CheckerProcessorInfo(), URL_, int32_t(E.Line), int32_t(E.Linepos),
-          ToUTF16(E.getMessage()), u"", u"", TyReasonParameters{}, TyXMLErrSeverity::errError));
+          XPath31CheckerProcessorInfo(), URL_, int32_t(At), int32_t(AtPos), ToUTF16(E.getMessage()),
+          u"", u"", TyReasonParameters{}, TyXMLErrSeverity::errError));
       return;
     }
     CyXPath31TextPlacement Placement(URL_, int32_t(Line), int32_t(Linepos), Attribute.RawValue,
@@ -109,6 +131,7 @@ class CyXSLTChecker {
     if (!Cache_.Check(Expanded_, Rule, Placement, Err)) Errors_.push_back(std::move(Err));
   }
 
+  const char16_t* Text_;
   CyXMLIterator Iterator_;
   const std::u16string& URL_;
   CyXPath31CheckerWithCache& Cache_;

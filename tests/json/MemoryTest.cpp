@@ -61,7 +61,8 @@ TEST(JSONMemory, RefusesIllFormedInputWithThePositionOfTheFirstBadByte) {
       {"\xEF\xBB\xBF\n\r  \xC0\xAF", 3, 3,
        u"Invalid UTF-8 byte 0xC0. JSON text must be encoded in UTF-8."},
       {"\xFF\xFE[\x00]", 1, 1,
-       u"The UTF-16 text ends in the middle of a character (odd number of bytes)."},
+       u"The UTF-16 text ends with a lone byte: it has an odd number of bytes, not two per code "
+       u"unit."},
   };
   for (const Row& row : rows) {
     try {

@@ -10,6 +10,7 @@
 #include "search/EuroReplacer.hpp"
 #include "search/RegExprReplacer.hpp"
 #include "search/TextReplacer.hpp"
+#include "text/DecodeError.hpp"
 #include "text/TextList.hpp"
 
 namespace xylem {
@@ -19,7 +20,7 @@ namespace {
 // decoded text, with pieces cutting through multi-byte characters.
 TEST(FileReplacer, StreamedUTF8EqualsOneBufferPass) {
   std::string input;
-  for (int i = 0; i < 40; ++i) input += "<a qty=\"12\">1.5 Straße 😀€</a>\n<b qty=\"7\"/>\xff\n";
+  for (int i = 0; i < 40; ++i) input += "<a qty=\"12\">1.5 Straße 😀€</a>\n<b qty=\"7\"/>\n";
   const auto replacer =
       CyRegExprReplacer::Create(u"qty=\"([0-9]+)\"|(\\d+)\\.(\\d+)", u"[$1$2,$3]", true, u"\n");
   const std::string expected = ToUTF8(test::RunAll(*replacer, ToUTF16(input)).Text);
@@ -42,8 +43,32 @@ TEST(FileReplacer, StreamedUTF8EqualsOneBufferPass) {
     EXPECT_EQ(fromMemory, expected) << "pieces of " << pieceSize;
     EXPECT_EQ(fromFile, expected) << "pieces of " << pieceSize;
   }
+  // A byte that is not UTF-8 is refused at its position, never written back as U+FFFD.
+  const std::string bad = input + "<c/>\xff\n";
+  file = std::fopen(path.c_str(), "wb");
+  ASSERT_NE(file, nullptr);
+  std::fwrite(bad.data(), 1, bad.size(), file);
+  std::fclose(file);
+  for (int64_t pieceSize : {2, 7, 1 << 18}) {
+    for (bool fromFile : {false, true}) {
+      std::string out;
+      try {
+        const auto sink = [&](std::string_view Bytes) { out.append(Bytes); };
+        if (fromFile)
+          ReplaceAllUTF8File(path, *replacer, u"\n", sink, pieceSize);
+        else
+          ReplaceAllUTF8(reinterpret_cast<const uint8_t*>(bad.data()), bad.size(), *replacer, u"\n",
+                         sink, pieceSize);
+        ADD_FAILURE() << "accepted";
+      } catch (const CyDecodeException& error) {
+        EXPECT_EQ(error.getCode(), kErrorInvalidEncoding);
+        EXPECT_EQ(error.getPosition().Line, 81);
+        EXPECT_EQ(error.getPosition().Linepos, 5);
+      }
+      EXPECT_EQ(out.find("\xEF\xBF\xBD"), std::string::npos);
+    }
+  }
   std::remove(path.c_str());
-  EXPECT_NE(expected.find("\xEF\xBF\xBD"), std::string::npos);  // the invalid byte became U+FFFD
 }
 
 TEST(FileReplacer, BinaryAndMissingFilesFail) {

@@ -12,6 +12,7 @@
 
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
+#include "xpath/Checker.hpp"
 #include "xpath/Followers.hpp"
 
 namespace xylem {
@@ -477,6 +478,31 @@ TEST(XPathParser, StartRulesAndLimits) {
   } catch (const CyException& E) {
     EXPECT_STREQ(E.what(), "Expression nested too deeply.");
   }
+}
+
+// Around the depth limit, a token error right behind the nesting: the message and the expected
+// tokens always come from the same failure (the limit expects nothing; a token error expects
+// what its place accepts).
+TEST(XPathParser, DepthLimitAndTokenErrorNeverMix) {
+  bool SawLimit = false, SawToken = false;
+  for (int Depth = 1; Depth <= 160; ++Depth) {
+    for (const char16_t* Tail : {u"'abc", u"\"", u"1 ! ]", u"#"}) {
+      const std::u16string Text = std::u16string(size_t(Depth), u'(') + Tail;
+      CyXPath31Checker Checker(Text, xprExpr);
+      ASSERT_FALSE(Checker.Check());
+      const TyXPath31CheckError& E = Checker.getError();
+      SCOPED_TRACE(ToUTF8(Text) + " -> " + ToUTF8(E.Message));
+      if (E.Message == u"Expression nested too deeply.") {
+        SawLimit = true;
+        EXPECT_TRUE(E.Expected.empty());
+      } else {
+        SawToken = true;
+        EXPECT_GE(E.TokenStart, Depth);  // the failing token lies behind the brackets
+      }
+    }
+  }
+  EXPECT_TRUE(SawLimit);
+  EXPECT_TRUE(SawToken);
 }
 
 }  // namespace

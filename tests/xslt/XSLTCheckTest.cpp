@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "common/Utf.hpp"
 #include "support/CheckerTestAnnotations.hpp"
 #include "text/TextList.hpp"
@@ -89,13 +91,34 @@ TEST(XSLTCheckTest, UnreadableReferenceAndBrokenMarkupAreReportedNotThrown) {
       u"<",
       u"not xml at all",
       u"<a b=\"{\"/>",
+      // Malformed two-line texts: the reader fails at the end, where a line end was counted.
+      u"<a>\n<",
+      u"<a>\r\n</",
+      u"<x\n",
+      u"<a b=\"\n\"",
+      u"<a>\r\r",
+      u"<xsl:stylesheet xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\">\n<xsl:if test=\"&#",
   };
   for (const char16_t* Text : Texts) {
     SCOPED_TRACE(ToUTF8(Text));
     IyXMLErrsPtr Errs = CheckXSLTStylesheet(Text, u"", Cache);
     ASSERT_NE(Errs, nullptr);
+    // Every error lies inside the text: on one of its lines, at most one behind its last unit.
+    std::vector<size_t> Lengths{0};
+    for (const char16_t* At = Text; *At; ++At) {
+      if (*At != u'\r' && *At != u'\n') {
+        ++Lengths.back();
+        continue;
+      }
+      if (*At == u'\r' && At[1] == u'\n') ++At;
+      Lengths.push_back(0);
+    }
     for (int32_t I = 0; I < Errs->getCount(); ++I) {
-      EXPECT_GE(Errs->getXMLErr(I)->getLocation()->getLine(), 1);
+      const IyXMLLocation& Where = *Errs->getXMLErr(I)->getLocation();
+      ASSERT_GE(Where.getLine(), 1);
+      ASSERT_LE(size_t(Where.getLine()), Lengths.size());
+      EXPECT_GE(Where.getLinepos(), 1);
+      EXPECT_LE(size_t(Where.getLinepos()), Lengths[size_t(Where.getLine()) - 1] + 1);
       EXPECT_FALSE(Errs->getXMLErr(I)->getReason().empty());
     }
   }

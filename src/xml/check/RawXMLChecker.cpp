@@ -142,7 +142,7 @@ const char16_t* CyRawXMLChecker::StartTag(const char16_t* p) {
   const char16_t* q = SkipName(name, kElementNameStop, colon);
   if (!IsName(name, q)) return nullptr;
   const std::u16string_view tag(name, static_cast<size_t>(q - name));
-  Attributes_.clear();
+  Attributes_.Clear();
   for (;;) {
     const bool space = IsSpace(*q);
     q = SkipSpace(q);
@@ -163,9 +163,7 @@ const char16_t* CyRawXMLChecker::StartTag(const char16_t* p) {
     q = SkipName(q, kElementNameStop, ignored);
     if (!IsName(attribute, q)) return nullptr;
     const std::u16string_view attributeName(attribute, static_cast<size_t>(q - attribute));
-    for (std::u16string_view other : Attributes_)
-      if (other == attributeName) return nullptr;
-    Attributes_.push_back(attributeName);
+    if (!Attributes_.Insert(attributeName)) return nullptr;
     q = SkipSpace(q);
     if (*q != u'=') return nullptr;
     q = AttributeValue(SkipSpace(q + 1));

@@ -11,6 +11,7 @@
 
 #include "xml/check/WellFormedPiece.hpp"
 #include "xml/lines/LineState.hpp"
+#include "xml/syntax/AttributeNameSet.hpp"
 
 namespace xylem::wellformed {
 
@@ -58,7 +59,7 @@ class CyRawXMLChecker {
   // stood at Low_ .. the line's starting size were popped in Popped_'s order.
   size_t Low_ = 0;
   std::vector<TyOpenTag> Popped_;
-  std::vector<std::u16string_view> Attributes_;  // of the tag being read
+  CyAttributeNameSet Attributes_;  // of the tag being read
 };
 
 }  // namespace xylem::wellformed

@@ -5,6 +5,7 @@
 #include "xml/check/RawXMLChecker.hpp"
 #include "xml/check/WellFormed.hpp"
 #include "xml/lines/LineState.hpp"
+#include "xml/syntax/AttributeNameSet.hpp"
 #include "xml/syntax/Names.hpp"
 #include "xml/syntax/Tokenizer.hpp"
 
@@ -311,7 +312,7 @@ class CyPieceChecker {
         TagName_ = {};
         TagLine_ = Line_;
         TagPos_ = Pos;
-        Attrs_.clear();
+        Attrs_.Clear();
         Attr_ = {};
         AttrPending_ = NeedSpace_ = ValueExpected_ = false;
         break;
@@ -356,11 +357,11 @@ class CyPieceChecker {
   }
 
   void AttributeName(std::u16string_view Name, int32_t Pos) {
-    if (TagName_.empty() && Attrs_.empty()) {
+    if (TagName_.empty() && Attrs_.IsEmpty()) {
       // "< a": the tokenizer reads the name after blanks as an attribute.
       Error(TagLine_, TagPos_ + 1, u"An element name is expected right after '<'.");
       TagName_ = Name;
-      Attrs_.push_back({});
+      Attrs_.Insert({});
       return;
     }
     if (AttrPending_)
@@ -368,12 +369,8 @@ class CyPieceChecker {
     else if (NeedSpace_)
       Error(Pos, u"White space is required before attribute '%s'.", {Name});
     if (!CyXMLNames::IsName(Name)) Error(Pos, u"'%s' is not a valid attribute name.", {Name});
-    for (std::u16string_view other : Attrs_)
-      if (other == Name) {
-        Error(Pos, u"Attribute '%s' is given twice in element '%s'.", {Name, TagName_});
-        break;
-      }
-    Attrs_.push_back(Name);
+    if (!Attrs_.Insert(Name))
+      Error(Pos, u"Attribute '%s' is given twice in element '%s'.", {Name, TagName_});
     Attr_ = Name;
     AttrLine_ = Line_;
     AttrPos_ = Pos;
@@ -591,7 +588,7 @@ class CyPieceChecker {
   std::u16string_view TagName_;
   int64_t TagLine_ = 0;
   int32_t TagPos_ = 0;
-  std::vector<std::u16string_view> Attrs_;
+  CyAttributeNameSet Attrs_;  // duplicates found in O(1) each
   std::u16string_view Attr_;
   int64_t AttrLine_ = 0;
   int32_t AttrPos_ = 0;
