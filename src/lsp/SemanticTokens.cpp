@@ -161,6 +161,11 @@ void CyLineTokenizer::Tokenize(int64_t Line, std::vector<TyLspToken>& Out) {
       const int64_t End0 = Start0 + C.ItemTextCount();
       auto* XPath = dynamic_cast<CyXPathEmbeddedLineColoring*>(C.getEmbedded());
       if (!XPath) {
+        // White space inside markup takes the colour of its surroundings; it is no token.
+        const char16_t* Text = C.ItemText();
+        if (std::all_of(Text, Text + C.ItemTextCount(),
+                        [](char16_t Ch) { return Ch == u' ' || Ch == u'\t'; }))
+          continue;
         Push(Out, Start0, End0 - Start0, kXMLMapping[static_cast<unsigned>(C.ItemCategory())]);
         continue;
       }
@@ -213,7 +218,7 @@ json CySemanticTokensState::Full(const TxMarkupDocument& Document) {
   CyLineTokenizer Tokenizer(Document);
   std::vector<uint32_t> Data;
   SentCounts_.clear();
-  int64_t Previous = 0;
+  int64_t Previous = 1;
   EncodeLineTokens(Tokenizer, 1, Document.getLineCount(), Previous, Data, &SentCounts_);
   HaveResult_ = true;
   Dirty_ = AllDirty_ = false;
@@ -241,7 +246,7 @@ json CySemanticTokensState::Delta(const TxMarkupDocument& Document,
   const auto Begin = SentCounts_.begin();
   const uint64_t Before = std::accumulate(Begin, Begin + (From - 1), uint64_t{0});
   const uint64_t Removed = std::accumulate(Begin + (From - 1), Begin + OldUntil, uint64_t{0});
-  int64_t Previous = 0;
+  int64_t Previous = 1;
   for (int64_t Line = From - 1; Line >= 1; --Line)
     if (SentCounts_[Line - 1] > 0) {
       Previous = Line;
@@ -262,7 +267,7 @@ json CySemanticTokensState::Delta(const TxMarkupDocument& Document,
 json CySemanticTokensState::Range(const TxMarkupDocument& Document, const TyTextRange& Range) {
   CyLineTokenizer Tokenizer(Document);
   std::vector<uint32_t> Data;
-  int64_t Previous = 0;
+  int64_t Previous = 1;
   const int64_t Last = Range.End.Linepos == 1 && Range.End.Line > Range.Start.Line
                            ? Range.End.Line - 1
                            : Range.End.Line;

@@ -48,7 +48,8 @@ class CyLineTokenizer {
 };
 
 // Appends the tokens of lines First .. Last to Data in LSP's relative encoding; PreviousLine
-// is the 1-based line of the token before (0: none) and is updated. Returns the count per line
+// is the 1-based line of the token before (1 when there is none: LSP counts the first token
+// from the start of the first line) and is updated. Returns the count per line
 // through Counts when not null.
 void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
                       int64_t& PreviousLine, std::vector<uint32_t>& Data,

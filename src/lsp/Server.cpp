@@ -5,9 +5,12 @@
 #include "common/Exception.hpp"
 #include "common/Settings.hpp"
 #include "common/Utf.hpp"
+#include "lsp/Completion.hpp"
 #include "lsp/Diagnostics.hpp"
+#include "lsp/DocumentSymbols.hpp"
 #include "lsp/FoldingRanges.hpp"
 #include "lsp/Formatting.hpp"
+#include "lsp/TagNavigation.hpp"
 
 namespace xylem::lsp {
 
@@ -99,6 +102,32 @@ void CyLspServer::Register() {
                        FromLspRange(P.value("range", json()), D.getDocument()));
   });
   Request("textDocument/diagnostic", [this](const json& P) { return PullDiagnostics(P); });
+  Request("textDocument/completion", [this](const json& P) {
+    CyLspDocument& D = DocumentOf(P);
+    return Completion(D.getDocument(),
+                      FromLspPosition(P.value("position", json()), D.getDocument()));
+  });
+  Request("textDocument/documentSymbol",
+          [this](const json& P) { return DocumentSymbols(DocumentOf(P).getDocument()); });
+  Request("textDocument/linkedEditingRange", [this](const json& P) {
+    CyLspDocument& D = DocumentOf(P);
+    return LinkedEditingRanges(D.getDocument(),
+                               FromLspPosition(P.value("position", json()), D.getDocument()));
+  });
+  Request("textDocument/documentHighlight", [this](const json& P) {
+    CyLspDocument& D = DocumentOf(P);
+    return DocumentHighlights(D.getDocument(),
+                              FromLspPosition(P.value("position", json()), D.getDocument()));
+  });
+  Request("textDocument/selectionRange", [this](const json& P) {
+    CyLspDocument& D = DocumentOf(P);
+    std::vector<TyTextPosition> Positions;
+    if (!P.contains("positions") || !P["positions"].is_array())
+      throw CyLspError(lecInvalidParams, "selectionRange needs positions.");
+    for (const json& Position : P["positions"])
+      Positions.push_back(FromLspPosition(Position, D.getDocument()));
+    return SelectionRanges(D.getDocument(), Positions);
+  });
 }
 
 json CyLspServer::Initialize(const json& Params) {
@@ -114,6 +143,11 @@ json CyLspServer::Initialize(const json& Params) {
       {"foldingRangeProvider", true},
       {"documentFormattingProvider", true},
       {"documentRangeFormattingProvider", true},
+      {"completionProvider", {{"triggerCharacters", {"<", "/", "(", "$", ":", " ", "@"}}}},
+      {"documentSymbolProvider", true},
+      {"linkedEditingRangeProvider", true},
+      {"documentHighlightProvider", true},
+      {"selectionRangeProvider", true},
       {"diagnosticProvider",
        {{"identifier", "xylem"},
         {"interFileDependencies", false},
@@ -311,6 +345,9 @@ void CyLspServer::HandleMessage(const json& Message) {
 }
 
 int CyLspServer::Run(std::istream& In) {
+  // A tied input (std::cin to std::cout) flushes the output before every read, from the reader
+  // thread and outside the writer's lock: untie it, so only the writer touches the output.
+  In.tie(nullptr);
   std::thread Reader([this, &In] {
     CyMessageReader MessageReader(In, Options_.MaxMessageLength);
     std::string Body;

@@ -114,7 +114,7 @@ TEST(FormatEdits, RangeFormattingKeepsEditsTouchingTheRange) {
   const json Part = FormatEdits(Document, json(), {}, TyTextRange{{3, 1}, {3, 5}});
   ASSERT_GT(All.size(), Part.size());
   ASSERT_EQ(Part.size(), 1u);
-  EXPECT_EQ(Part[0]["range"]["start"]["line"], 1);  // the line end and indentation before <b/>
+  EXPECT_EQ(Part[0]["range"]["start"], json({{"line", 2}, {"character", 0}}));  // indents <b/>
 }
 
 TEST(FormatEdits, BrokenDocumentsAreRefusedWithTheirMessage) {
@@ -131,7 +131,9 @@ TEST(FormatEdits, BrokenDocumentsAreRefusedWithTheirMessage) {
       ADD_FAILURE() << Path << " was formatted";
     } catch (const CyLspError& Error) {
       EXPECT_EQ(Error.getCode(), lecRequestFailed);
-      if (std::string(Path) == "a.xml") EXPECT_STREQ(Error.what(), kNotWellFormedMessage);
+      if (std::string(Path) == "a.xml") {
+        EXPECT_STREQ(Error.what(), kNotWellFormedMessage);
+      }
     }
   }
 }

@@ -7,7 +7,8 @@ A transcript is a list of blocks, each starting with a marker line:
                       a response is matched by its id, a notification by its method; other
                       messages in between are skipped. The expected JSON is a pattern: objects
                       match when every key given matches (extra keys are allowed), arrays and
-                      scalars must match exactly (arrays element by element as patterns).
+                      scalars must match exactly (arrays element by element as patterns);
+                      {"$contains": [p...]} and {"$lacks": [p...]} match arrays loosely.
   === EXIT n          the server must exit with code n.
   === ARGS ...        (first block only) more arguments for `xylem lsp`.
 Lines starting with "#" are comments. "${URI}" stands for a file URI in the test folder.
@@ -44,6 +45,18 @@ def parse_blocks(path):
 
 
 def matches(expected, actual, where="$"):
+    if isinstance(expected, dict) and expected and all(k.startswith("$") for k in expected):
+        # {"$contains": [p...]}: an array holding an element matching each p, in any order;
+        # {"$lacks": [p...]}: an array with no element matching any p.
+        if not isinstance(actual, list):
+            return f"{where}: expected an array, got {json.dumps(actual)[:200]}"
+        for pattern in expected.get("$contains", []):
+            if all(matches(pattern, a, where) for a in actual):
+                return f"{where}: no element like {json.dumps(pattern)[:200]}"
+        for pattern in expected.get("$lacks", []):
+            if any(matches(pattern, a, where) is None for a in actual):
+                return f"{where}: unexpected element like {json.dumps(pattern)[:200]}"
+        return None
     if isinstance(expected, dict):
         if not isinstance(actual, dict):
             return f"{where}: expected an object, got {json.dumps(actual)[:200]}"
@@ -110,20 +123,30 @@ class Server:
         def same_kind(message):
             if "id" in pattern and "method" not in pattern:
                 return message.get("id") == pattern["id"] and "method" not in message
-            return message.get("method") == pattern.get("method") and "id" not in message
+            if message.get("method") != pattern.get("method") or "id" in message:
+                return False
+            # Notifications about one document (diagnostics) are told apart by its URI.
+            uri = pattern.get("params", {}).get("uri") if isinstance(pattern.get("params"), dict) else None
+            return uri is None or message.get("params", {}).get("uri") == uri
 
         deadline = time.monotonic() + TIMEOUT
         for i, message in enumerate(self.pending):
             if same_kind(message):
                 del self.pending[i]
-                return matches(pattern, message)
+                return self._check(pattern, message)
         while True:
             message = self._read_message(deadline)
             if message is None:
                 return f"no message like {json.dumps(pattern)[:300]} within {TIMEOUT} s"
             if same_kind(message):
-                return matches(pattern, message)
+                return self._check(pattern, message)
             self.pending.append(message)
+
+    def _check(self, pattern, message):
+        # REPLAY_SHOW=1 prints what the server sent, for writing a new transcript.
+        if os.environ.get("REPLAY_SHOW"):
+            print(json.dumps(message))
+        return matches(pattern, message)
 
 
 def main():
