@@ -20,7 +20,8 @@ class CyBytes {
   bool Empty() const { return At_ >= Size_; }
   uint8_t Byte() { return At_ < Size_ ? Data_[At_++] : 0; }
   std::string Text(size_t Max) {
-    const size_t Count = std::min<size_t>(Byte() % (Max + 1), Size_ - std::min(At_, Size_));
+    const size_t Wanted = Byte() % (Max + 1);  // read before the rest is measured
+    const size_t Count = std::min<size_t>(Wanted, Size_ - std::min(At_, Size_));
     std::string Result(reinterpret_cast<const char*>(Data_ + At_), Count);
     At_ += Count;
     for (char& C : Result)
