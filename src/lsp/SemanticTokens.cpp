@@ -1,6 +1,7 @@
 #include "lsp/SemanticTokens.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <numeric>
 
 #include "json/Coloring.hpp"
@@ -214,22 +215,57 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
 
 std::string CySemanticTokensState::NextResultId() { return std::to_string(++ResultNumber_); }
 
-json CySemanticTokensState::Full(const TxMarkupDocument& Document) {
+std::string CySemanticTokensState::FullData(const TxMarkupDocument& Document,
+                                            std::vector<uint32_t>& Data) {
   CyLineTokenizer Tokenizer(Document);
-  std::vector<uint32_t> Data;
+  Data.clear();
   SentCounts_.clear();
   int64_t Previous = 1;
   EncodeLineTokens(Tokenizer, 1, Document.getLineCount(), Previous, Data, &SentCounts_);
   HaveResult_ = true;
   Dirty_ = AllDirty_ = false;
   Shift_ = 0;
-  return {{"resultId", NextResultId()}, {"data", std::move(Data)}};
+  return NextResultId();
+}
+
+json CySemanticTokensState::Full(const TxMarkupDocument& Document) {
+  std::vector<uint32_t> Data;
+  std::string Id = FullData(Document, Data);
+  return {{"resultId", std::move(Id)}, {"data", std::move(Data)}};
+}
+
+std::string CySemanticTokensState::FullText(const TxMarkupDocument& Document) {
+  std::vector<uint32_t> Data;
+  const std::string Id = FullData(Document, Data);
+  // Written directly: a JSON array of millions of numbers would cost 16 bytes per number.
+  std::string Text;
+  Text.reserve(Data.size() * 4 + 64);
+  Text += "{\"data\":[";
+  char Digits[16];
+  for (size_t i = 0; i < Data.size(); ++i) {
+    if (i > 0) Text += ',';
+    const auto End = std::to_chars(Digits, Digits + sizeof Digits, Data[i]).ptr;
+    Text.append(Digits, End);
+  }
+  Text += "],\"resultId\":\"";
+  Text += Id;
+  Text += "\"}";
+  return Text;
+}
+
+bool CySemanticTokensState::NeedsFull(const std::string& PreviousResultId) const {
+  return !HaveResult_ || AllDirty_ || PreviousResultId != std::to_string(ResultNumber_);
+}
+
+std::string CySemanticTokensState::DeltaText(const TxMarkupDocument& Document,
+                                             const std::string& PreviousResultId) {
+  if (NeedsFull(PreviousResultId)) return FullText(Document);
+  return DumpMessage(Delta(Document, PreviousResultId));
 }
 
 json CySemanticTokensState::Delta(const TxMarkupDocument& Document,
                                   const std::string& PreviousResultId) {
-  if (!HaveResult_ || AllDirty_ || PreviousResultId != std::to_string(ResultNumber_))
-    return Full(Document);
+  if (NeedsFull(PreviousResultId)) return Full(Document);
   if (!Dirty_) return {{"resultId", NextResultId()}, {"edits", json::array()}};
   const int64_t OldCount = static_cast<int64_t>(SentCounts_.size());
   const int64_t NewCount = Document.getLineCount();
@@ -256,8 +292,13 @@ json CySemanticTokensState::Delta(const TxMarkupDocument& Document,
   std::vector<uint32_t> Data;
   std::vector<uint32_t> Counts;
   EncodeLineTokens(Tokenizer, From, Until, Previous, Data, &Counts);
-  SentCounts_.erase(Begin + (From - 1), Begin + OldUntil);
-  SentCounts_.insert(SentCounts_.begin() + (From - 1), Counts.begin(), Counts.end());
+  if (size_t(OldUntil - (From - 1)) == Counts.size()) {
+    // Typing keeps the line count: overwrite in place instead of moving every line behind.
+    std::copy(Counts.begin(), Counts.end(), Begin + (From - 1));
+  } else {
+    SentCounts_.erase(Begin + (From - 1), Begin + OldUntil);
+    SentCounts_.insert(SentCounts_.begin() + (From - 1), Counts.begin(), Counts.end());
+  }
   Dirty_ = false;
   Shift_ = 0;
   json Edit = {{"start", 5 * Before}, {"deleteCount", 5 * Removed}, {"data", std::move(Data)}};

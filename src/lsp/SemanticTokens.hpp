@@ -59,7 +59,13 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
 class CySemanticTokensState : public IyDocumentListener {
  public:
   // `textDocument/semanticTokens/full`: every line; remembers the result for later deltas.
+  // Linear in the text.
   json Full(const TxMarkupDocument& Document);
+  // Full as serialised JSON, written without building a JSON tree (the server's path: a big
+  // document has millions of numbers).
+  std::string FullText(const TxMarkupDocument& Document);
+  // Delta as serialised JSON (FullText when a full result is due).
+  std::string DeltaText(const TxMarkupDocument& Document, const std::string& PreviousResultId);
   // `textDocument/semanticTokens/full/delta` against PreviousResultId: a delta when that id is
   // the last result, else a full result.
   json Delta(const TxMarkupDocument& Document, const std::string& PreviousResultId);
@@ -70,6 +76,9 @@ class CySemanticTokensState : public IyDocumentListener {
 
  private:
   std::string NextResultId();
+  // Tokenizes every line into Data and makes it the last result; returns its id.
+  std::string FullData(const TxMarkupDocument& Document, std::vector<uint32_t>& Data);
+  bool NeedsFull(const std::string& PreviousResultId) const;
 
   std::vector<uint32_t> SentCounts_;  // tokens per line of the last result, in its numbering
   bool HaveResult_ = false;

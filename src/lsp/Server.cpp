@@ -17,6 +17,9 @@ namespace xylem::lsp {
 namespace {
 
 constexpr size_t kMaxCancelledIds = 4096;
+// The id of our own workspace/configuration requests.
+constexpr const char* kConfigurationRequestId = "xylem/configuration";
+const json kNull;
 
 const json& RequireObject(const json& Params, const char* Name) {
   if (!Params.is_object() || !Params.contains(Name) || !Params[Name].is_object())
@@ -50,6 +53,10 @@ void CyLspServer::Request(const std::string& Method, TyHandler Handler) {
   Requests_[Method] = std::move(Handler);
 }
 
+void CyLspServer::RawRequest(const std::string& Method, TyRawHandler Handler) {
+  RawRequests_[Method] = std::move(Handler);
+}
+
 void CyLspServer::Notification(const std::string& Method,
                                std::function<void(const json& Params)> Handler) {
   Notifications_[Method] = std::move(Handler);
@@ -61,7 +68,7 @@ void CyLspServer::Register() {
     ShutdownRequested_ = true;
     return json(nullptr);
   });
-  Notification("initialized", [](const json&) {});
+  Notification("initialized", [this](const json&) { RequestConfiguration(); });
   Notification("exit", [this](const json&) { ExitRequested_ = true; });
   Notification("$/setTrace", [](const json&) {});
   Notification("textDocument/didOpen", [this](const json& P) { DidOpen(P); });
@@ -71,13 +78,13 @@ void CyLspServer::Register() {
   Notification("workspace/didChangeConfiguration",
                [this](const json& P) { DidChangeConfiguration(P); });
 
-  Request("textDocument/semanticTokens/full", [this](const json& P) {
+  RawRequest("textDocument/semanticTokens/full", [this](const json& P) {
     CyLspDocument& D = DocumentOf(P);
-    return D.getTokens().Full(D.getDocument());
+    return D.getTokens().FullText(D.getDocument());
   });
-  Request("textDocument/semanticTokens/full/delta", [this](const json& P) {
+  RawRequest("textDocument/semanticTokens/full/delta", [this](const json& P) {
     CyLspDocument& D = DocumentOf(P);
-    return D.getTokens().Delta(D.getDocument(), RequireString(P, "previousResultId"));
+    return D.getTokens().DeltaText(D.getDocument(), RequireString(P, "previousResultId"));
   });
   Request("textDocument/semanticTokens/range", [this](const json& P) {
     CyLspDocument& D = DocumentOf(P);
@@ -133,6 +140,15 @@ void CyLspServer::Register() {
 json CyLspServer::Initialize(const json& Params) {
   if (Initialized_) throw CyLspError(lecInvalidRequest, "The server is already initialized.");
   Initialized_ = true;
+  const json* Node = &Params;
+  for (const char* Key : {"capabilities", "workspace", "configuration"}) {
+    if (!Node->is_object() || !Node->contains(Key)) {
+      Node = &kNull;
+      break;
+    }
+    Node = &(*Node)[Key];
+  }
+  ClientPullsConfiguration_ = Node->is_boolean() && Node->get<bool>();
   if (Params.is_object() && Params.contains("initializationOptions"))
     DidChangeConfiguration({{"settings", {{"xylem", Params["initializationOptions"]}}}});
   json Capabilities = {
@@ -193,7 +209,21 @@ void CyLspServer::DidClose(const json& Params) {
     Notify("textDocument/publishDiagnostics", {{"uri", Uri}, {"diagnostics", json::array()}});
 }
 
+void CyLspServer::RequestConfiguration() {
+  if (!ClientPullsConfiguration_) return;
+  Writer_.Write(DumpMessage({{"jsonrpc", "2.0"},
+                             {"id", kConfigurationRequestId},
+                             {"method", "workspace/configuration"},
+                             {"params", {{"items", {{{"section", "xylem"}}}}}}}));
+}
+
 void CyLspServer::DidChangeConfiguration(const json& Params) {
+  // A client of the pull model sends no settings here: ask it for them.
+  if (ClientPullsConfiguration_ &&
+      (!Params.is_object() || !Params.contains("settings") || Params["settings"].is_null())) {
+    RequestConfiguration();
+    return;
+  }
   if (!Params.is_object() || !Params.contains("settings")) return;
   const json& Settings = Params["settings"];
   if (!Settings.is_object() || !Settings.contains("xylem") || !Settings["xylem"].is_object())
@@ -241,6 +271,11 @@ void CyLspServer::Respond(const json& Id, json Result) {
   Writer_.Write(DumpMessage({{"jsonrpc", "2.0"}, {"id", Id}, {"result", std::move(Result)}}));
 }
 
+void CyLspServer::RespondRaw(const json& Id, const std::string& Result) {
+  // The members in the order DumpMessage writes them (sorted), so answers look alike.
+  Writer_.Write("{\"id\":" + DumpMessage(Id) + ",\"jsonrpc\":\"2.0\",\"result\":" + Result + "}");
+}
+
 void CyLspServer::RespondError(const json& Id, int Code, const std::string& Message) {
   Writer_.Write(DumpMessage(
       {{"jsonrpc", "2.0"}, {"id", Id}, {"error", {{"code", Code}, {"message", Message}}}}));
@@ -286,14 +321,23 @@ void CyLspServer::HandleMessage(const json& Message) {
     return;
   }
   if (MethodIt == Message.end() || !MethodIt->is_string()) {
-    // A response to a request of ours (none is sent that needs its answer) or garbage.
+    // The answer to our workspace/configuration request: one value per item asked.
+    if (HasId && *IdIt == kConfigurationRequestId) {
+      const json& Result = Message.value("result", json());
+      if (Result.is_array() && !Result.empty())
+        DidChangeConfiguration({{"settings", {{"xylem", Result[0]}}}});
+      return;
+    }
+    // A response to a request of ours that needs no answer, or garbage.
     if (!HasId || (!Message.contains("result") && !Message.contains("error")))
       RespondError(HasId ? *IdIt : json(nullptr), lecInvalidRequest,
                    "A message needs a method or a result.");
     return;
   }
   const std::string& Method = MethodIt->get_ref<const std::string&>();
-  const json Params = Message.value("params", json(nullptr));
+  // By reference: the params of didOpen hold the whole text.
+  const auto ParamsIt = Message.find("params");
+  const json& Params = ParamsIt != Message.end() ? *ParamsIt : kNull;
   if (!HasId) {
     if (Method == "$/cancelRequest") {
       if (Params.is_object() && Params.contains("id")) {
@@ -327,12 +371,16 @@ void CyLspServer::HandleMessage(const json& Message) {
     return;
   }
   auto It = Requests_.find(Method);
-  if (It == Requests_.end()) {
+  auto RawIt = RawRequests_.find(Method);
+  if (It == Requests_.end() && RawIt == RawRequests_.end()) {
     RespondError(Id, lecMethodNotFound, "Unhandled method " + Method + ".");
     return;
   }
   try {
-    Respond(Id, It->second(Params));
+    if (RawIt != RawRequests_.end())
+      RespondRaw(Id, RawIt->second(Params));
+    else
+      Respond(Id, It->second(Params));
   } catch (const CyLspError& Error) {
     RespondError(Id, Error.getCode(), Error.what());
   } catch (const json::exception& Error) {

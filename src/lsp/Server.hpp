@@ -64,6 +64,8 @@ class CyLspServer {
 
  private:
   using TyHandler = std::function<json(const json& Params)>;
+  // A handler whose result is already serialised JSON (big results skip the JSON tree).
+  using TyRawHandler = std::function<std::string(const json& Params)>;
   struct TyInbound {
     enum TyKind : uint8_t { ikMessage, ikCheckDone, ikEnd } Kind;
     json Message;
@@ -72,8 +74,10 @@ class CyLspServer {
 
   void Register();
   void Request(const std::string& Method, TyHandler Handler);
+  void RawRequest(const std::string& Method, TyRawHandler Handler);
   void Notification(const std::string& Method, std::function<void(const json& Params)> Handler);
   void Respond(const json& Id, json Result);
+  void RespondRaw(const json& Id, const std::string& Result);
   void RespondError(const json& Id, int Code, const std::string& Message);
   void Notify(const std::string& Method, json Params);
   void Post(TyInbound Item);
@@ -85,6 +89,8 @@ class CyLspServer {
   void DidChange(const json& Params);
   void DidClose(const json& Params);
   void DidChangeConfiguration(const json& Params);
+  // Asks a client that supports it for the "xylem" settings (workspace/configuration).
+  void RequestConfiguration();
   void ScheduleChecks(CyLspDocument& Document);
   void PublishDiagnostics(CyLspDocument& Document);
   json PullDiagnostics(const json& Params);
@@ -95,10 +101,12 @@ class CyLspServer {
   TyXMLFormatterChoices FormatterChoices_;
   std::map<std::string, std::unique_ptr<CyLspDocument>> Documents_;
   std::unordered_map<std::string, TyHandler> Requests_;
+  std::unordered_map<std::string, TyRawHandler> RawRequests_;
   std::unordered_map<std::string, std::function<void(const json&)>> Notifications_;
   bool Initialized_ = false;
   bool ShutdownRequested_ = false;
   bool ExitRequested_ = false;
+  bool ClientPullsConfiguration_ = false;
 
   // Shared with the reader thread and the check workers.
   std::mutex Mutex_;

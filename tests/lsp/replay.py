@@ -123,6 +123,8 @@ class Server:
         def same_kind(message):
             if "id" in pattern and "method" not in pattern:
                 return message.get("id") == pattern["id"] and "method" not in message
+            if "id" in pattern:  # a request of the server's
+                return message.get("id") == pattern["id"] and message.get("method") == pattern["method"]
             if message.get("method") != pattern.get("method") or "id" in message:
                 return False
             # Notifications about one document (diagnostics) are told apart by its URI.
