@@ -235,20 +235,32 @@ json CySemanticTokensState::Full(const TxMarkupDocument& Document) {
 }
 
 std::string CySemanticTokensState::FullText(const TxMarkupDocument& Document) {
+  // Written directly, a batch of lines at a time: neither a JSON array of millions of numbers
+  // (16 bytes each) nor the whole array of numbers is ever held.
+  constexpr int64_t kBatch = 4096;
+  CyLineTokenizer Tokenizer(Document);
+  SentCounts_.clear();
   std::vector<uint32_t> Data;
-  const std::string Id = FullData(Document, Data);
-  // Written directly: a JSON array of millions of numbers would cost 16 bytes per number.
-  std::string Text;
-  Text.reserve(Data.size() * 4 + 64);
-  Text += "{\"data\":[";
+  std::string Text = "{\"data\":[";
   char Digits[16];
-  for (size_t i = 0; i < Data.size(); ++i) {
-    if (i > 0) Text += ',';
-    const auto End = std::to_chars(Digits, Digits + sizeof Digits, Data[i]).ptr;
-    Text.append(Digits, End);
+  int64_t Previous = 1;
+  bool First = true;
+  const int64_t Count = Document.getLineCount();
+  for (int64_t From = 1; From <= Count; From += kBatch) {
+    Data.clear();
+    EncodeLineTokens(Tokenizer, From, std::min(Count, From + kBatch - 1), Previous, Data,
+                     &SentCounts_);
+    for (const uint32_t Value : Data) {
+      if (!First) Text += ',';
+      First = false;
+      Text.append(Digits, std::to_chars(Digits, Digits + sizeof Digits, Value).ptr);
+    }
   }
+  HaveResult_ = true;
+  Dirty_ = AllDirty_ = false;
+  Shift_ = 0;
   Text += "],\"resultId\":\"";
-  Text += Id;
+  Text += NextResultId();
   Text += "\"}";
   return Text;
 }

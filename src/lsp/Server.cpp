@@ -273,7 +273,8 @@ void CyLspServer::Respond(const json& Id, json Result) {
 
 void CyLspServer::RespondRaw(const json& Id, const std::string& Result) {
   // The members in the order DumpMessage writes them (sorted), so answers look alike.
-  Writer_.Write("{\"id\":" + DumpMessage(Id) + ",\"jsonrpc\":\"2.0\",\"result\":" + Result + "}");
+  const std::string Head = "{\"id\":" + DumpMessage(Id) + ",\"jsonrpc\":\"2.0\",\"result\":";
+  Writer_.Write({Head, Result, "}"});
 }
 
 void CyLspServer::RespondError(const json& Id, int Code, const std::string& Message) {

@@ -85,10 +85,15 @@ TyReadStatus CyMessageReader::Read(std::string& Body) {
   return TyReadStatus::rsMessage;
 }
 
-void CyMessageWriter::Write(std::string_view Body) {
+void CyMessageWriter::Write(std::string_view Body) { Write({Body}); }
+
+void CyMessageWriter::Write(std::initializer_list<std::string_view> Parts) {
+  size_t Length = 0;
+  for (std::string_view Part : Parts) Length += Part.size();
   std::lock_guard Lock(Mutex_);
-  Out_ << "Content-Length: " << Body.size() << "\r\n\r\n";
-  Out_.write(Body.data(), static_cast<std::streamsize>(Body.size()));
+  Out_ << "Content-Length: " << Length << "\r\n\r\n";
+  for (std::string_view Part : Parts)
+    Out_.write(Part.data(), static_cast<std::streamsize>(Part.size()));
   Out_.flush();
 }
 

@@ -3,6 +3,7 @@
 // header, read from and written to byte streams (standard input and output in the server).
 
 #include <cstddef>
+#include <initializer_list>
 #include <istream>
 #include <mutex>
 #include <ostream>
@@ -45,6 +46,8 @@ class CyMessageWriter {
  public:
   explicit CyMessageWriter(std::ostream& Out) : Out_(Out) {}
   void Write(std::string_view Body);
+  // Writes one message whose body is the concatenation of Parts (no copy of a big body).
+  void Write(std::initializer_list<std::string_view> Parts);
 
  private:
   std::ostream& Out_;

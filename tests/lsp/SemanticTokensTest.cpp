@@ -135,6 +135,28 @@ TEST(SemanticTokens, StaleResultIdGetsAFullResultAndRangeMatchesFullLines) {
   EXPECT_FALSE(Expected.empty());
 }
 
+// The serialised full result the server sends is the JSON of the full result, and a delta
+// against it works as against the JSON one.
+TEST(SemanticTokens, SerialisedFullResultMatchesTheJSONOne) {
+  for (const TyCase& Case : kCases) {
+    TxMarkupDocument Document;
+    Document.LoadFromText(Case.Text, Case.Path);
+    Document.setKind(Case.Kind);
+    CySemanticTokensState A, B;
+    json FromText = json::parse(A.FullText(Document));
+    json FromJson = B.Full(Document);
+    EXPECT_EQ(FromText["data"], FromJson["data"]) << Case.Path;
+    Document.AddListener(&A);
+    Document.InsertText({2, 1}, u"\n");
+    const json Delta = A.Delta(Document, FromText["resultId"]);
+    ASSERT_TRUE(Delta.contains("edits")) << Case.Path;
+    std::vector<uint32_t> Data = FromText["data"].get<std::vector<uint32_t>>();
+    test::ApplyTokenEdits(Data, Delta["edits"]);
+    EXPECT_EQ(Data, FreshFull(Document.getText(), Case)) << Case.Path;
+    Document.RemoveListener(&A);
+  }
+}
+
 // XPath inside XSLT attribute values is tokenized by the XPath colouring, not as one string.
 TEST(SemanticTokens, XPathAttributeValuesAreTokenizedInside) {
   TxMarkupDocument Document;
