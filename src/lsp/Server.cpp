@@ -415,6 +415,8 @@ int CyLspServer::Run(std::istream& In) {
         continue;
       }
       json Message = json::parse(Body, nullptr, false);
+      // A document's text is not kept twice: give back what a big message took.
+      if (Body.capacity() > (size_t{1} << 20)) std::string().swap(Body);
       if (Message.is_discarded()) {
         RespondError(nullptr, lecParseError, "The message is not valid JSON.");
         continue;
