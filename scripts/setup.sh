@@ -13,7 +13,7 @@ packages=(g++ cmake ninja-build ccache pkg-config libpcre2-dev libcli11-dev nloh
           libxerces2-java jing)
 case "${1:-release}" in
   bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
-  test) packages+=(libxml2-utils clang-format qt6-base-dev xvfb xauth xdotool) ;;
+  test) packages+=(libxml2-utils clang-format qt6-base-dev xvfb xauth xdotool nodejs npm neovim) ;;
   release) packages+=(qt6-base-dev) ;;
   fuzz) packages+=(clang libclang-rt-14-dev) ;;
 esac
@@ -48,7 +48,11 @@ case "${1:-release}" in
   test)
     cmake -S . -B build/test -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=address \
       -DXYLEM_WERROR="${XYLEM_WERROR:-OFF}" -DXYLEM_FUZZ_SECONDS="${XYLEM_FUZZ_SECONDS:-5}" >/dev/null
-    cmake --build build/test -j "$jobs" ;;
+    cmake --build build/test -j "$jobs"
+    # The language server's real-client test: its npm packages, pinned by the committed lock.
+    mkdir -p build/test/lsp-client
+    cp tests/lsp/client/package.json tests/lsp/client/package-lock.json build/test/lsp-client/
+    (cd build/test/lsp-client && npm ci --no-audit --no-fund --silent) ;;
   tsan)
     cmake -S . -B build/tsan -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXYLEM_SANITIZE=thread \
       -DXYLEM_WERROR="${XYLEM_WERROR:-OFF}" >/dev/null

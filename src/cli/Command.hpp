@@ -18,6 +18,7 @@ void AddCheckCommand(CLI::App& App, TyCommandRun& Run);
 void AddFormatCommand(CLI::App& App, TyCommandRun& Run);
 void AddHighlightCommand(CLI::App& App, TyCommandRun& Run);
 void AddInfoCommand(CLI::App& App, TyCommandRun& Run);
+void AddLspCommand(CLI::App& App, TyCommandRun& Run);
 void AddReplaceCommand(CLI::App& App, TyCommandRun& Run);
 void AddTokensCommand(CLI::App& App, TyCommandRun& Run);
 void AddTransformCommand(CLI::App& App, TyCommandRun& Run);

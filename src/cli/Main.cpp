@@ -66,6 +66,7 @@ int main(int argc, char** argv) {
   AddFormatCommand(app, run);
   AddHighlightCommand(app, run);
   AddInfoCommand(app, run);
+  AddLspCommand(app, run);
   AddReplaceCommand(app, run);
   AddTokensCommand(app, run);
   AddTransformCommand(app, run);

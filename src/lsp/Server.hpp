@@ -1,0 +1,118 @@
+#pragma once
+// CyLspServer: the language server behind `xylem lsp`. A reader thread takes framed messages
+// from the input and parses them; the dispatch thread (the caller of Run) handles them in
+// order against the open documents, so every answer reflects the document's current version.
+// Checks run on worker threads over snapshots and report back through the same queue; their
+// diagnostics are pushed after a pause in typing and replaced by newer ones.
+//
+//   CyLspServer server(std::cout);
+//   return server.Run(std::cin);
+//
+// Nothing a client sends ends the server but `exit` or the end of the input: malformed JSON,
+// oversize messages, unknown methods and bad parameters are answered with JSON-RPC errors.
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <istream>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <string>
+#include <unordered_map>
+
+#include "lsp/LspDocument.hpp"
+#include "lsp/Protocol.hpp"
+#include "lsp/Transport.hpp"
+#include "services/XPathCheckerCachePool.hpp"
+#include "xml/format/Formatter.hpp"
+
+namespace xylem::lsp {
+
+struct TyLspServerOptions {
+  // The largest message accepted; a 50 MB document in didOpen fits with its JSON escapes.
+  size_t MaxMessageLength = size_t{512} << 20;
+  // The pause in typing after which checks start.
+  std::chrono::milliseconds DiagnosticsDelay{300};
+};
+
+class CyLspServer {
+ public:
+  explicit CyLspServer(std::ostream& Out, const TyLspServerOptions& Options = {});
+  ~CyLspServer();
+  CyLspServer(const CyLspServer&) = delete;
+  CyLspServer& operator=(const CyLspServer&) = delete;
+
+  // Serves In until `exit` or its end. Returns the process exit code: 0 after shutdown and
+  // exit, 1 when the input ended or exit came without shutdown (as LSP asks).
+  int Run(std::istream& In);
+
+  // ---- The dispatcher's steps, callable directly (tests, fuzzing); dispatch thread only.
+
+  // Handles one message's content (a JSON-RPC request, notification or response).
+  void HandleContent(std::string_view Content);
+  // Handles one parsed message.
+  void HandleMessage(const json& Message);
+  // Starts the checks that are due and publishes finished ones.
+  void RunDueWork();
+  // True once `exit` was received.
+  bool getExitRequested() const { return ExitRequested_; }
+
+ private:
+  using TyHandler = std::function<json(const json& Params)>;
+  // A handler whose result is already serialised JSON (big results skip the JSON tree).
+  using TyRawHandler = std::function<std::string(const json& Params)>;
+  struct TyInbound {
+    enum TyKind : uint8_t { ikMessage, ikCheckDone, ikEnd } Kind;
+    json Message;
+    std::string Uri;
+  };
+
+  void Register();
+  void Request(const std::string& Method, TyHandler Handler);
+  void RawRequest(const std::string& Method, TyRawHandler Handler);
+  void Notification(const std::string& Method, std::function<void(const json& Params)> Handler);
+  void Respond(const json& Id, json Result);
+  void RespondRaw(const json& Id, const std::string& Result);
+  void RespondError(const json& Id, int Code, const std::string& Message);
+  void Notify(const std::string& Method, json Params);
+  void Post(TyInbound Item);
+  bool TakeCancelled(const json& Id);
+
+  CyLspDocument& DocumentOf(const json& Params);
+  json Initialize(const json& Params);
+  void DidOpen(const json& Params);
+  void DidChange(const json& Params);
+  void DidClose(const json& Params);
+  void DidChangeConfiguration(const json& Params);
+  // Asks a client that supports it for the "xylem" settings (workspace/configuration).
+  void RequestConfiguration();
+  void ScheduleChecks(CyLspDocument& Document);
+  void PublishDiagnostics(CyLspDocument& Document);
+  json PullDiagnostics(const json& Params);
+
+  TyLspServerOptions Options_;
+  CyMessageWriter Writer_;
+  CyXPathCheckerCachePool Caches_;
+  TyXMLFormatterChoices FormatterChoices_;
+  std::map<std::string, std::unique_ptr<CyLspDocument>> Documents_;
+  std::unordered_map<std::string, TyHandler> Requests_;
+  std::unordered_map<std::string, TyRawHandler> RawRequests_;
+  std::unordered_map<std::string, std::function<void(const json&)>> Notifications_;
+  bool Initialized_ = false;
+  bool ShutdownRequested_ = false;
+  bool ExitRequested_ = false;
+  bool ClientPullsConfiguration_ = false;
+
+  // Shared with the reader thread and the check workers.
+  std::mutex Mutex_;
+  std::condition_variable Arrived_;
+  std::deque<TyInbound> Queue_;
+  std::set<std::string> Cancelled_;  // ids (as JSON text) of requests cancelled before handled
+};
+
+}  // namespace xylem::lsp

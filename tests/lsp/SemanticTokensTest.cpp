@@ -1,0 +1,185 @@
+// Semantic tokens: deltas after random edits, applied to the previous result, must equal a
+// fresh full result of the same text loaded anew (so both the line-state repair and the
+// delta's choice of lines are checked), and every token must lie inside its line.
+#include "lsp/SemanticTokens.hpp"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "LspTestSupport.hpp"
+#include "common/Utf.hpp"
+#include "editor/Document.hpp"
+
+namespace xylem::lsp {
+namespace {
+
+struct TyCase {
+  const char* Path;
+  TyDocumentKind Kind;
+  const char16_t* Text;
+  std::vector<std::u16string> Snippets;  // what random edits insert
+};
+
+const TyCase kCases[] = {
+    {"a.xml",
+     TyDocumentKind::dkXML,
+     u"<?xml version=\"1.0\"?>\n<!DOCTYPE r [\n<!ENTITY e \"x\">\n]>\n<r a=\"1\">\n  <!-- note\n"
+     u"  more -->\n  <p:b xmlns:p=\"u\">t&amp;t</p:b>\n  <![CDATA[ <raw> ]]>\n  <?pi data?>\n"
+     u"</r>\n",
+     {u"<", u">", u"<!--", u"-->", u"\n", u"x", u"\"", u"<![CDATA[", u"]]>", u"</r>", u"<a b='c'>",
+      u"&lt;", u"?>", u" "}},
+    {"s.xsl",
+     TyDocumentKind::dkXSLT,
+     u"<xsl:stylesheet version=\"3.0\" xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\">\n"
+     u"  <xsl:template match=\"/a/b[@c = 1]\">\n    <xsl:value-of select=\"count(//x) + "
+     u"$v\"/>\n    <xsl:if test=\"a and\n      b\">y</xsl:if>\n    <out at=\"{1 + 2}\"/>\n"
+     u"  </xsl:template>\n</xsl:stylesheet>\n",
+     {u"(", u")", u"\"", u"\n", u"$a", u"+", u" ", u"<xsl:sequence select=\"1 to 3\"/>", u"'",
+      u"<!--", u"-->", u"/", u"fn:concat("}},
+    {"j.json",
+     TyDocumentKind::dkJSON,
+     u"{\n  \"a\": [1, 2.5, true, null],\n  \"b\": {\"c\": \"d\"},\n  \"e\": \"x\\\"y\"\n}\n",
+     {u"{", u"}", u"[", u"]", u"\"", u":", u",", u"\n", u"1e5", u"tru", u" "}},
+};
+
+std::vector<uint32_t> FreshFull(const std::u16string& Text, const TyCase& Case) {
+  TxMarkupDocument Fresh;
+  Fresh.LoadFromText(Text, Case.Path);
+  Fresh.setKind(Case.Kind);
+  CySemanticTokensState State;
+  return State.Full(Fresh)["data"].get<std::vector<uint32_t>>();
+}
+
+void ExpectTokensInsideLines(const TxMarkupDocument& Document, const std::vector<uint32_t>& Data) {
+  ASSERT_EQ(Data.size() % 5, 0u);
+  int64_t Line = 0;
+  uint32_t Start = 0, PreviousEnd = 0;
+  for (size_t i = 0; i < Data.size(); i += 5) {
+    if (Data[i] > 0) {
+      Line += Data[i];
+      Start = Data[i + 1];
+      PreviousEnd = 0;
+    } else {
+      Start += Data[i + 1];
+    }
+    ASSERT_LT(Line, Document.getLineCount());
+    EXPECT_GE(Start, PreviousEnd) << "overlap on line " << Line;
+    EXPECT_GT(Data[i + 2], 0u);
+    EXPECT_LE(Start + Data[i + 2], Document.getLine(Line + 1).size()) << "line " << Line << " of\n"
+                                                                      << ToUTF8(Document.getText());
+    PreviousEnd = Start + Data[i + 2];
+  }
+}
+
+TEST(SemanticTokens, DeltasAfterRandomEditsMatchAFreshFullResult) {
+  for (const TyCase& Case : kCases) {
+    SCOPED_TRACE(Case.Path);
+    std::mt19937 Random(17);
+    TxMarkupDocument Document;
+    Document.LoadFromText(Case.Text, Case.Path);
+    Document.setKind(Case.Kind);
+    CySemanticTokensState State;
+    Document.AddListener(&State);
+    json Result = State.Full(Document);
+    std::vector<uint32_t> Data = Result["data"].get<std::vector<uint32_t>>();
+    ASSERT_FALSE(Data.empty());
+    std::string Id = Result["resultId"];
+    for (int Step = 0; Step < 400; ++Step) {
+      const int64_t Length = static_cast<int64_t>(Document.getText().size());
+      const int64_t At = std::uniform_int_distribution<int64_t>(0, Length)(Random);
+      const int64_t Removed = std::min<int64_t>(Length - At, Random() % 4 == 0 ? Random() % 12 : 0);
+      const TyTextRange Range{Document.ConvertOffsetToPosition(At),
+                              Document.ConvertOffsetToPosition(At + Removed)};
+      const std::u16string& Snippet = Case.Snippets[Random() % Case.Snippets.size()];
+      Document.ReplaceRange(Range, Random() % 5 == 0 ? u"" : Snippet);
+      if (Random() % 3 != 0) continue;  // several edits between requests, too
+      Result = State.Delta(Document, Id);
+      if (Result.contains("edits"))
+        test::ApplyTokenEdits(Data, Result["edits"]);
+      else
+        Data = Result["data"].get<std::vector<uint32_t>>();
+      Id = Result["resultId"];
+      const std::u16string Text = Document.getText();
+      ASSERT_EQ(Data, FreshFull(Text, Case)) << "step " << Step;
+      ExpectTokensInsideLines(Document, Data);
+    }
+    Document.RemoveListener(&State);
+  }
+}
+
+TEST(SemanticTokens, StaleResultIdGetsAFullResultAndRangeMatchesFullLines) {
+  const TyCase& Case = kCases[1];
+  TxMarkupDocument Document;
+  Document.LoadFromText(Case.Text, Case.Path);
+  Document.setKind(Case.Kind);
+  CySemanticTokensState State;
+  Document.AddListener(&State);
+  const json Full = State.Full(Document);
+  Document.InsertText({2, 1}, u" ");
+  const json Stale = State.Delta(Document, "no such id");
+  ASSERT_TRUE(Stale.contains("data"));
+  EXPECT_EQ(Stale["data"].get<std::vector<uint32_t>>(), FreshFull(Document.getText(), Case));
+  Document.RemoveListener(&State);
+
+  // A range over all lines is the full result; over one line, that line's tokens.
+  const json All = CySemanticTokensState::Range(Document, {{1, 1}, Document.getEndPosition()});
+  EXPECT_EQ(All["data"], Stale["data"]);
+  const json One = CySemanticTokensState::Range(Document, {{3, 1}, {3, 5}});
+  std::vector<uint32_t> Expected;
+  CyLineTokenizer Tokenizer(Document);
+  // The first token of the range counts from the document's start.
+  int64_t Previous = 1;
+  EncodeLineTokens(Tokenizer, 3, 3, Previous, Expected, nullptr);
+  EXPECT_EQ(One["data"].get<std::vector<uint32_t>>(), Expected);
+  EXPECT_FALSE(Expected.empty());
+}
+
+// The serialised full result the server sends is the JSON of the full result, and a delta
+// against it works as against the JSON one.
+TEST(SemanticTokens, SerialisedFullResultMatchesTheJSONOne) {
+  for (const TyCase& Case : kCases) {
+    TxMarkupDocument Document;
+    Document.LoadFromText(Case.Text, Case.Path);
+    Document.setKind(Case.Kind);
+    CySemanticTokensState A, B;
+    json FromText = json::parse(A.FullText(Document));
+    json FromJson = B.Full(Document);
+    EXPECT_EQ(FromText["data"], FromJson["data"]) << Case.Path;
+    Document.AddListener(&A);
+    Document.InsertText({2, 1}, u"\n");
+    const json Delta = A.Delta(Document, FromText["resultId"]);
+    ASSERT_TRUE(Delta.contains("edits")) << Case.Path;
+    std::vector<uint32_t> Data = FromText["data"].get<std::vector<uint32_t>>();
+    test::ApplyTokenEdits(Data, Delta["edits"]);
+    EXPECT_EQ(Data, FreshFull(Document.getText(), Case)) << Case.Path;
+    Document.RemoveListener(&A);
+  }
+}
+
+// XPath inside XSLT attribute values is tokenized by the XPath colouring, not as one string.
+TEST(SemanticTokens, XPathAttributeValuesAreTokenizedInside) {
+  TxMarkupDocument Document;
+  Document.LoadFromText(
+      u"<xsl:stylesheet xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\">"
+      u"<xsl:value-of select=\"count($v)\"/></xsl:stylesheet>",
+      "s.xsl");
+  Document.setKind(TyDocumentKind::dkXSLT);
+  CyLineTokenizer Tokenizer(Document);
+  std::vector<TyLspToken> Tokens;
+  Tokenizer.Tokenize(1, Tokens);
+  const std::u16string Line(Document.getLine(1));
+  const size_t Count = Line.find(u"count");
+  const size_t Var = Line.find(u"$v");
+  bool SawFunction = false, SawVariable = false;
+  for (const TyLspToken& T : Tokens) {
+    // Legend indexes: 8 variable, 9 function; the "$" may be a token of its own.
+    if (T.Start == Count && T.Length == 5 && T.Type == 9) SawFunction = true;
+    if ((T.Start == Var || T.Start == Var + 1) && T.Type == 8) SawVariable = true;
+  }
+  EXPECT_TRUE(SawFunction);
+  EXPECT_TRUE(SawVariable);
+}
+
+}  // namespace
+}  // namespace xylem::lsp
