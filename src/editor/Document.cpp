@@ -94,17 +94,7 @@ void TxMarkupDocument::Install(std::unique_ptr<TxTextList> List, int64_t TotalDe
   Selection_ = {};
   FormatModified_ = false;
   Modified_ = false;
-  TyDocumentChange change;
-  change.FirstLine = 1;
-  change.LinesRemoved = oldCount;
-  change.LinesInserted = TextList_->getCount();
-  change.StatesChangedFrom = 1;
-  change.StatesChangedUntil = TextList_->getCount();
-  change.Start = {1, 1};
-  change.OldEnd = oldEnd;
-  change.NewEnd = getEndPosition();
-  change.WholeContent = true;
-  Notify(change);
+  NotifyWholeContent(oldCount, oldEnd, false);
 }
 
 bool TxMarkupDocument::LoadFromFile(const std::string& Path, const TyDocumentLoadOptions& Options) {
@@ -255,6 +245,21 @@ int64_t TxMarkupDocument::RepairAfter(int64_t FirstLine, int64_t ChangedCount,
   }
   Change.StatesChangedUntil = std::min(last, count);
   return Change.StatesChangedUntil;
+}
+
+void TxMarkupDocument::NotifyWholeContent(int64_t OldCount, TyTextPosition OldEnd, bool FromUndo) {
+  TyDocumentChange change;
+  change.FromUndo = FromUndo;
+  change.FirstLine = 1;
+  change.LinesRemoved = OldCount;
+  change.LinesInserted = TextList_->getCount();
+  change.StatesChangedFrom = 1;
+  change.StatesChangedUntil = TextList_->getCount();
+  change.Start = {1, 1};
+  change.OldEnd = OldEnd;
+  change.NewEnd = getEndPosition();
+  change.WholeContent = true;
+  Notify(change);
 }
 
 void TxMarkupDocument::Notify(TyDocumentChange& Change) {
@@ -433,23 +438,11 @@ void TxMarkupDocument::ReplaceContent(std::unique_ptr<TxTextList> Content,
   }
   Selection_ = {ClampPosition(Selection.Anchor), ClampPosition(Selection.Caret)};
   if (step) step->SelectionAfter = Selection_;
-  TyDocumentChange change;
-  change.FirstLine = 1;
-  change.LinesRemoved = oldCount;
-  change.LinesInserted = TextList_->getCount();
-  change.StatesChangedFrom = 1;
-  change.StatesChangedUntil = TextList_->getCount();
-  change.Start = {1, 1};
-  change.OldEnd = oldEnd;
-  change.NewEnd = getEndPosition();
-  change.WholeContent = true;
   UpdateModified();
-  Notify(change);
+  NotifyWholeContent(oldCount, oldEnd, false);
 }
 
 void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
-  TyDocumentChange change;
-  change.FromUndo = FromUndo;
   if (Entry.WholeContent) {
     const int64_t oldCount = TextList_->getCount();
     const TyTextPosition oldEnd = getEndPosition();
@@ -457,18 +450,11 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
     Entry.LineCount = TextList_->getCount();
     // The kept list holds its line states and total from when it was the document's.
     std::swap(TotalDelta_, Entry.TotalDelta);
-    change.FirstLine = 1;
-    change.LinesRemoved = oldCount;
-    change.LinesInserted = TextList_->getCount();
-    change.StatesChangedFrom = 1;
-    change.StatesChangedUntil = TextList_->getCount();
-    change.Start = {1, 1};
-    change.OldEnd = oldEnd;
-    change.NewEnd = getEndPosition();
-    change.WholeContent = true;
-    Notify(change);
+    NotifyWholeContent(oldCount, oldEnd, FromUndo);
     return;
   }
+  TyDocumentChange change;
+  change.FromUndo = FromUndo;
   const int64_t first = Entry.FirstLine;
   const int64_t removed = Entry.LineCount;
   TyUndoEntry taken = CaptureLines(first, removed);

@@ -215,6 +215,8 @@ class TxMarkupDocument {
   void ApplyEntry(TyUndoEntry& Entry, bool FromUndo);
   void SetLine(int64_t Index, std::u16string_view Text);
   int64_t RepairAfter(int64_t FirstLine, int64_t ChangedCount, TyDocumentChange& Change);
+  // Tells the markers and listeners that the whole text was replaced.
+  void NotifyWholeContent(int64_t OldCount, TyTextPosition OldEnd, bool FromUndo);
   void Notify(TyDocumentChange& Change);
   void UpdateModified();
   void RequireValid(TyTextPosition Position) const;

@@ -11,6 +11,7 @@
 
 #include "common/InputBytes.hpp"
 #include "common/Utf.hpp"
+#include "support/TempFolderTest.hpp"
 #include "text/DecodeError.hpp"
 #include "text/TextFile.hpp"
 
@@ -119,18 +120,7 @@ TEST(Refusal, OddUTF16SaysWhatIsWrong) {
   }
 }
 
-class SpecialInput : public ::testing::Test {
- protected:
-  void SetUp() override {
-    Folder_ = std::filesystem::temp_directory_path() /
-              ("xylem_refusal_" + std::to_string(getpid()) + "_" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(Folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(Folder_); }
-  std::string path(const std::string& Name) const { return (Folder_ / Name).string(); }
-  std::filesystem::path Folder_;
-};
+class SpecialInput : public test::CyTempFolderTest {};
 
 TEST_F(SpecialInput, PipesAreStreamsWithALimitAndDevicesAreRefused) {
   const std::string fifo = path("doc.xml");
@@ -143,7 +133,7 @@ TEST_F(SpecialInput, PipesAreStreamsWithALimitAndDevicesAreRefused) {
       const int fd = open(fifo.c_str(), O_WRONLY);
       const std::string bytes(size, 'x');
       // The reader stops at the limit: a write into a pipe nobody reads any more just fails.
-      if (size) (void)!write(fd, bytes.data(), bytes.size());
+      if (size) (void)!::write(fd, bytes.data(), bytes.size());
       close(fd);
     });
     TxTextList list;

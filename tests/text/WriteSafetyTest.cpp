@@ -13,6 +13,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/TempFolderTest.hpp"
 #include "text/TemporaryFiles.hpp"
 #include "text/TextFile.hpp"
 #include "text/TextFileWriter.hpp"
@@ -21,25 +22,8 @@ namespace xylem {
 
 namespace {
 
-class WriteSafety : public ::testing::Test {
+class WriteSafety : public test::CyTempFolderTest {
  protected:
-  void SetUp() override {
-    Folder_ = std::filesystem::temp_directory_path() /
-              ("xylem_write_" + std::to_string(getpid()) + "_" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(Folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(Folder_); }
-  std::string path(const std::string& Name) const { return (Folder_ / Name).string(); }
-  static void write(const std::string& Path, const std::string& Bytes) {
-    std::ofstream(Path, std::ios::binary) << Bytes;
-  }
-  static std::string read(const std::string& Path) {
-    std::ifstream in(Path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
-  }
   // Everything in the folder but the named files: temporary files left behind.
   std::vector<std::string> strays(std::initializer_list<std::string> Known) const {
     std::vector<std::string> found;
@@ -58,7 +42,6 @@ class WriteSafety : public ::testing::Test {
     PutTextList(list, out);
     out.Commit();
   }
-  std::filesystem::path Folder_;
 };
 
 }  // namespace
