@@ -20,6 +20,11 @@ esac
 
 missing=()
 for package in "${packages[@]}"; do
+  # Node.js from another source (NodeSource) bundles npm and conflicts with Debian's npm.
+  case "$package" in
+    nodejs) command -v node >/dev/null && continue ;;
+    npm) command -v npm >/dev/null && continue ;;
+  esac
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
     missing+=("$package")
 done
