@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets everything up, checks the include graph and the formatting, runs the parallel stages'
-# suites under ThreadSanitizer, then builds with AddressSanitizer and UndefinedBehaviorSanitizer
-# and runs every test (unit tests, tool tests, each fuzz target for a bounded time).
+# suites under ThreadSanitizer and each libFuzzer target (clang) for a few seconds, then builds
+# with AddressSanitizer and UndefinedBehaviorSanitizer and runs every test (unit tests, tool
+# tests, each fuzz target's corpus and built-in mutator for a bounded time).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "${CI:-}" = "true" ]; then
@@ -19,6 +20,9 @@ for suite in build/tsan/tests/*/test_* build/tsan/tests/*/*/test_*; do
   # The huge-file cases run below; here the parallel stages on ordinary inputs.
   "$suite" --gtest_brief=1 --gtest_filter='-*Large*:*Huge*'
 done
+
+# Every libFuzzer target, built with clang, for a bounded time on a copy of its corpus.
+scripts/fuzz.sh "${XYLEM_LIBFUZZER_SECONDS:-10}"
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
