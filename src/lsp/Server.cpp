@@ -254,7 +254,11 @@ json CyLspServer::PullDiagnostics(const json& Params) {
   IyXMLErrsPtr Errs;
   if (D.getChecks().getResultGeneration() == Doc.getGeneration() && !D.getChecks().getRunning())
     Errs = D.getChecks().getErrs();
-  if (!Errs) Errs = CheckSnapshot(*Doc.CreateSnapshot(), Caches_, {}, 1);
+  if (!Errs) {
+    TyJobContext Job;
+    Job.PieceCount = 1;
+    Errs = CheckSnapshot(*Doc.CreateSnapshot(), Caches_, Job);
+  }
   return {{"kind", "full"}, {"items", DiagnosticsOf(Errs.get(), Doc)}};
 }
 
