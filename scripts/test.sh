@@ -27,4 +27,5 @@ scripts/fuzz.sh "${XYLEM_LIBFUZZER_SECONDS:-10}"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 cd build/test
-ctest --output-on-failure -j "$(nproc)"
+# A hung test fails on its own instead of holding the run for ctest's 25-minute default.
+ctest --output-on-failure --timeout 300 -j "$(nproc)"

@@ -396,6 +396,9 @@ class CyXMLNodeScanner {
         }
         return;
       case S::TAG:
+        // The tokenizer ends a name only at "/>", so "<L//>" names "L/", which written back
+        // would read as another element.
+        if (TextOf(t).find(u'/') != std::u16string_view::npos) Fail(ConstructStart_);
         NameP_ = at.P;
         NameCount_ = static_cast<uint32_t>(t.Offset1 - t.Offset0);
         LastEndLine_ = Line_;

@@ -23,8 +23,9 @@ public final class Host {
   private final SchemaRequests schemas = new SchemaRequests();
   private final Map<Long, Thread> running = new ConcurrentHashMap<>();
   private final Map<Long, Boolean> cancelled = new ConcurrentHashMap<>();
+  // Runs the grace timers of cancellations.
   private final ExecutorService pool = Executors.newCachedThreadPool(r -> {
-    Thread t = new Thread(r, "request");
+    Thread t = new Thread(r, "cancel-grace");
     t.setDaemon(true);
     return t;
   });
@@ -61,22 +62,29 @@ public final class Host {
       if (op.equals("cancel")) {
         cancel(((Number) request.get("target")).longValue());
       } else {
+        // A thread of its own per request: an interrupt or a stop meant for a cancelled
+        // request can never land in a later one, as it could on a reused pool thread.
         final long requestId = id;
-        pool.execute(() -> serve(requestId, op, request));
+        Thread worker = new Thread(() -> serve(requestId, op, request), "request-" + requestId);
+        worker.setDaemon(true);
+        worker.start();
       }
     }
     // Input ended: the parent is done. Let answers in progress go out, briefly.
     pool.shutdown();
-    pool.awaitTermination(10, java.util.concurrent.TimeUnit.SECONDS);
+    for (int waited = 0; !running.isEmpty() && waited < 10000; waited += 20) Thread.sleep(20);
     System.exit(0);
   }
 
   @SuppressWarnings("deprecation")
   private void cancel(long target) {
-    Thread thread = running.get(target);
-    if (thread == null) return;
-    cancelled.put(target, true);
-    thread.interrupt();
+    Thread thread;
+    synchronized (running) {
+      thread = running.get(target);
+      if (thread == null) return;
+      cancelled.put(target, true);
+      thread.interrupt();
+    }
     // The processors do not poll interrupts; stop the thread if it is still busy after a grace.
     pool.execute(() -> {
       try {
@@ -84,11 +92,14 @@ public final class Host {
       } catch (InterruptedException ignored) {
         return;
       }
-      if (running.get(target) == thread) {
-        try {
-          thread.stop();
-        } catch (UnsupportedOperationException ignored) {
-          // A newer JVM: the request finishes on its own and its answer is dropped.
+      // Under the lock the request cannot have left its work yet: its reply line is never cut.
+      synchronized (running) {
+        if (running.get(target) == thread) {
+          try {
+            thread.stop();
+          } catch (UnsupportedOperationException ignored) {
+            // A newer JVM: the request finishes on its own and its answer is dropped.
+          }
         }
       }
     });
@@ -116,7 +127,9 @@ public final class Host {
       if (!cancelled.containsKey(id)) problems.add("fatal", "", "Processor failure: " + e, "", -1, -1);
       ok = false;
     } finally {
-      running.remove(id);
+      synchronized (running) {
+        running.remove(id);
+      }
     }
     if (cancelled.remove(id) != null) {
       problems = new Problems();
