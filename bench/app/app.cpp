@@ -19,46 +19,11 @@
 
 #include "app/TextView.hpp"
 #include "editor/Document.hpp"
+#include "support/ItemDocument.hpp"
 
 namespace {
 
 using namespace xylem;
-
-// One generated line of about 120 columns with attributes, text and an entity.
-std::string Line(uint64_t I) {
-  static const char* const kWords[] = {"alpha", "beta", "gamma", "delta", "common", "kappa"};
-  std::string line =
-      "  <item id=\"" + std::to_string(I) + "\" kind=\"" + kWords[I % 6] + "\" state=\"open\">";
-  line += kWords[(I * 7) % 6];
-  line += " text of the line &amp; a common word with more text ";
-  line += kWords[(I * 3) % 6];
-  line += "</item>\n";
-  return line;
-}
-
-std::string MakeFile(uint64_t Bytes, const std::string& Name) {
-  const char* tmp = std::getenv("TMPDIR");
-  const std::string path = std::string(tmp ? tmp : "/tmp") + "/" + Name;
-  std::ofstream out(path, std::ios::binary);
-  out << "<root>\n";
-  std::string chunk;
-  uint64_t written = 7;
-  for (uint64_t i = 0; written + chunk.size() < Bytes; ++i) {
-    chunk += Line(i);
-    if (chunk.size() > (1 << 20)) {
-      out << chunk;
-      written += chunk.size();
-      chunk.clear();
-    }
-  }
-  out << chunk << "</root>\n";
-  return path;
-}
-
-uint64_t BigBytes() {
-  const char* mib = std::getenv("XYLEM_BENCH_MIB");
-  return static_cast<uint64_t>(mib ? std::atoll(mib) : 256) << 20;
-}
 
 // A view shown offscreen with room for Rows lines of Columns columns.
 struct TyScreen {
@@ -76,8 +41,8 @@ struct TyScreen {
 };
 
 void BM_OpenToFirstColoredPaint(benchmark::State& State) {
-  const uint64_t bytes = BigBytes();
-  static const std::string path = MakeFile(bytes, "xylem_app_large.xml");
+  const uint64_t bytes = bench::BenchBytes(256);
+  static const std::string path = bench::MakeItemDocument(bytes, "xylem_app_large.xml");
   for (auto _ : State) {
     auto screen = std::make_unique<TyScreen>(60, 120);
     const auto start = std::chrono::steady_clock::now();
@@ -98,7 +63,7 @@ TyScreen& SmallScreen() {
   static std::unique_ptr<TyScreen> screen = [] {
     auto s = std::make_unique<TyScreen>(60, 120);
     std::string text;
-    for (uint64_t i = 0; i < 100000; ++i) text += Line(i);
+    for (uint64_t i = 0; i < 100000; ++i) text += bench::ItemLine(i);
     s->Document.LoadFromText(std::u16string(text.begin(), text.end()), "bench.xml");
     return s;
   }();

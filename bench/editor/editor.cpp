@@ -18,46 +18,12 @@
 
 #include "editor/Document.hpp"
 #include "editor/Search.hpp"
+#include "support/ItemDocument.hpp"
 #include "xml/lines/LineColoring.hpp"
 
 namespace {
 
 using namespace xylem;
-
-// One line of the generated document; about 80 bytes.
-std::string Line(uint64_t I) {
-  static const char* const kWords[] = {"alpha", "beta", "gamma", "delta", "common", "kappa"};
-  std::string line = "  <item id=\"" + std::to_string(I) + "\" kind=\"" + kWords[I % 6] + "\">";
-  line += kWords[(I * 7) % 6];
-  line += " text of the line with a common word ";
-  line += kWords[(I * 3) % 6];
-  line += "</item>\n";
-  return line;
-}
-
-std::string MakeFile(uint64_t Bytes, const std::string& Name) {
-  const std::string path =
-      std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") + "/" + Name;
-  std::ofstream out(path, std::ios::binary);
-  out << "<root>\n";
-  std::string chunk;
-  uint64_t written = 7;
-  for (uint64_t i = 0; written + chunk.size() < Bytes; ++i) {
-    chunk += Line(i);
-    if (chunk.size() > (1 << 20)) {
-      out << chunk;
-      written += chunk.size();
-      chunk.clear();
-    }
-  }
-  out << chunk << "</root>\n";
-  return path;
-}
-
-uint64_t BigBytes() {
-  const char* mib = std::getenv("XYLEM_BENCH_MIB");
-  return static_cast<uint64_t>(mib ? std::atoll(mib) : 1024) << 20;
-}
 
 struct TyFile {
   std::string Path;
@@ -70,8 +36,9 @@ const TyFile& File(int Which) {
   auto it = files.find(Which);
   if (it != files.end()) return it->second;
   TyFile file;
-  file.Path = Which == 0 ? MakeFile(2000 * 80, "xylem_editor_small.xml")
-                         : MakeFile(BigBytes(), "xylem_editor_large.xml");
+  file.Path = Which == 0
+                  ? bench::MakeItemDocument(2000 * 110, "xylem_editor_small.xml")
+                  : bench::MakeItemDocument(bench::BenchBytes(1024), "xylem_editor_large.xml");
   std::ifstream in(file.Path, std::ios::binary | std::ios::ate);
   file.Bytes = static_cast<uint64_t>(in.tellg());
   return files[Which] = file;
@@ -125,7 +92,7 @@ void BM_DeleteLines(benchmark::State& State, bool MeasureUndo) {
 void BM_Paste10MB(benchmark::State& State) {
   TxMarkupDocument& doc = Document(static_cast<int>(State.range(0)));
   std::string utf8;
-  for (uint64_t i = 0; utf8.size() < 10u << 20; ++i) utf8 += Line(i);
+  for (uint64_t i = 0; utf8.size() < 10u << 20; ++i) utf8 += bench::ItemLine(i);
   const std::u16string paste(utf8.begin(), utf8.end());
   const int64_t line = doc.getLineCount() / 2;
   for (auto _ : State) {

@@ -134,43 +134,40 @@ bool CyFindBar::FindNext() { return Find(true); }
 bool CyFindBar::FindPrevious() { return Find(false); }
 
 bool CyFindBar::ReplaceAndFindNext() {
-  if (!View_ || Find_->text().isEmpty()) return false;
-  try {
-    const bool found =
-        ReplaceSelectionAndFindNext(View_->getDocument(), getQuery(), ToU16(Replace_->text()));
+  return RunReplace([this](TxMarkupDocument& Document, const TySearchQuery& Query,
+                           std::u16string_view Replacement) {
+    const bool found = ReplaceSelectionAndFindNext(Document, Query, Replacement);
     ShowMessage(found ? QString() : tr("Not found"));
-    View_->setSelection(View_->getDocument().getSelection());
     return found;
-  } catch (const CyException& e) {
-    ShowMessage(QString::fromStdString(e.what()));
-    return false;
-  }
+  });
 }
 
 bool CyFindBar::ReplaceAll() {
-  if (!View_ || Find_->text().isEmpty()) return false;
-  try {
+  return RunReplace([this](TxMarkupDocument& Document, const TySearchQuery& Query,
+                           std::u16string_view Replacement) {
     int64_t count = 0;
-    const bool replaced =
-        ReplaceAllInDocument(View_->getDocument(), getQuery(), ToU16(Replace_->text()), count);
+    const bool replaced = ReplaceAllInDocument(Document, Query, Replacement, count);
     ShowMessage(tr("%n replaced", nullptr, static_cast<int>(count)));
-    View_->setSelection(View_->getDocument().getSelection());
     return replaced;
-  } catch (const CyException& e) {
-    ShowMessage(QString::fromStdString(e.what()));
-    return false;
-  }
+  });
 }
 
 bool CyFindBar::ReplaceRest() {
+  return RunReplace([this](TxMarkupDocument& Document, const TySearchQuery& Query,
+                           std::u16string_view Replacement) {
+    int64_t count = 0;
+    const bool replaced = ReplaceRestInDocument(Document, Query, Replacement, true, count);
+    ShowMessage(tr("%n replaced", nullptr, static_cast<int>(count)));
+    return replaced;
+  });
+}
+
+bool CyFindBar::RunReplace(const TyReplaceCommand& Command) {
   if (!View_ || Find_->text().isEmpty()) return false;
   try {
-    int64_t count = 0;
-    const bool replaced = ReplaceRestInDocument(View_->getDocument(), getQuery(),
-                                                ToU16(Replace_->text()), true, count);
-    ShowMessage(tr("%n replaced", nullptr, static_cast<int>(count)));
+    const bool done = Command(View_->getDocument(), getQuery(), ToU16(Replace_->text()));
     View_->setSelection(View_->getDocument().getSelection());
-    return replaced;
+    return done;
   } catch (const CyException& e) {
     ShowMessage(QString::fromStdString(e.what()));
     return false;

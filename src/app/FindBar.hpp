@@ -7,6 +7,8 @@
 // GUI thread only; works on the view given with setView (none: the bar does nothing).
 
 #include <QWidget>
+#include <functional>
+#include <string_view>
 
 #include "editor/Search.hpp"
 
@@ -46,7 +48,13 @@ class CyFindBar : public QWidget {
   bool ReplaceRest();
 
  private:
+  using TyReplaceCommand =
+      std::function<bool(TxMarkupDocument&, const TySearchQuery&, std::u16string_view Replacement)>;
   bool Find(bool Forward);
+  // Runs a replace command on the view's document with the bar's pattern and replacement: none
+  // without a pattern; a refused pattern or template shows its message; the view's selection
+  // follows the document's.
+  bool RunReplace(const TyReplaceCommand& Command);
   void ShowMessage(const QString& Message);
   void UpdateHighlight();
 

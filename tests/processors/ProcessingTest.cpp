@@ -2,40 +2,18 @@
 // and background runs on snapshots. One host serves the whole suite.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <latch>
-#include <random>
 #include <sstream>
 
 #include "common/Utf.hpp"
 #include "processors/Background.hpp"
 #include "processors/HostRequests.hpp"
 #include "processors/JavaHost.hpp"
+#include "support/ScratchFolder.hpp"
 
 #ifdef XYLEM_HAVE_JAVA_HOST
 namespace xylem {
 namespace {
-
-class CyScratch {
- public:
-  CyScratch() {
-    std::random_device seed;
-    Path_ = std::filesystem::temp_directory_path() / ("xylem-run-" + std::to_string(seed()));
-    std::filesystem::create_directories(Path_);
-  }
-  ~CyScratch() {
-    std::error_code ignored;
-    std::filesystem::remove_all(Path_, ignored);
-  }
-  std::string Write(const std::string& Name, const std::string& Text) const {
-    std::ofstream(Path_ / Name, std::ios::binary) << Text;
-    return (Path_ / Name).string();
-  }
-
- private:
-  std::filesystem::path Path_;
-};
 
 // The text from (Line, Linepos), both 1-based, to the end of that line.
 std::string textAt(const std::string& Text, int32_t Line, int32_t Linepos) {
@@ -50,7 +28,7 @@ std::string textAt(const std::string& Text, int32_t Line, int32_t Linepos) {
 const char* kLongExpression = "count((1 to 2000000000)[. mod 7 = 0])";
 
 TEST(ProcessingTest, XSLT30NamedTemplateModeAndIterate) {
-  CyScratch scratch;
+  test::CyScratchFolder scratch;
   const std::string stylesheet = scratch.Write("s.xsl", R"xsl(<xsl:stylesheet version="3.0"
     xmlns:xsl="http://www.w3.org/1999/XSL/Transform" xmlns:xs="http://www.w3.org/2001/XMLSchema"
     exclude-result-prefixes="xs">
@@ -115,7 +93,7 @@ TEST(ProcessingTest, StylesheetErrorsPlacedOnTheirCharacter) {
       {"<xsl:value-of select=\"1\" foo=\"1\"/>", "XTSE0090", 4, "foo=\"1\""},
       {"<xsl:bogus/>", "XTSE0010", 4, "xsl:bogus"},
   };
-  CyScratch scratch;
+  test::CyScratchFolder scratch;
   const std::string document = scratch.Write("d.xml", "<a/>");
   for (const TyCase& c : cases) {
     SCOPED_TRACE(c.Body);
@@ -143,7 +121,7 @@ TEST(ProcessingTest, StylesheetErrorsPlacedOnTheirCharacter) {
 }
 
 TEST(ProcessingTest, XPathNamespacesVariablesAndXQuery) {
-  CyScratch scratch;
+  test::CyScratchFolder scratch;
   TyXPathEvaluation xpath;
   xpath.Document.Path =
       scratch.Write("d.xml", "<p:a xmlns:p='urn:p' xmlns:q='urn:q'><q:b>x</q:b><q:b>y</q:b></p:a>");
@@ -184,7 +162,7 @@ TEST(ProcessingTest, XPathNamespacesVariablesAndXQuery) {
 }
 
 TEST(ProcessingTest, CvcIdFromXercesWithItsPosition) {
-  CyScratch scratch;
+  test::CyScratchFolder scratch;
   TyHostDocument document;
   document.Path =
       scratch.Write("d.xml", "<list>\n  <item id=\"a\"/>\n  <item ref=\"b\"/>\n</list>\n");
@@ -226,7 +204,7 @@ TEST(ProcessingTest, HostThatStopsAnsweringIsReplaced) {
 }
 
 TEST(ProcessingTest, BackgroundRunsOnSnapshots) {
-  CyScratch scratch;
+  test::CyScratchFolder scratch;
   const std::string schema = scratch.Write("s.dtd", "<!ELEMENT a (b)>\n<!ELEMENT b EMPTY>\n");
   // The file on disk is valid; the snapshot (unsaved edits) is not, and is what gets checked.
   const std::string path = scratch.Write("d.xml", "<a><b/></a>\n");

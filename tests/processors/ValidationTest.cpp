@@ -9,38 +9,16 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <random>
 #include <thread>
 
 #include "common/Utf.hpp"
 #include "processors/HostRequests.hpp"
 #include "processors/JavaHost.hpp"
 #include "processors/SchemaReference.hpp"
+#include "support/ScratchFolder.hpp"
 
 namespace xylem {
 namespace {
-
-class CyFolder {
- public:
-  CyFolder() {
-    std::random_device seed;
-    Path_ = std::filesystem::temp_directory_path() / ("xylem-proc-" + std::to_string(seed()));
-    std::filesystem::create_directories(Path_);
-  }
-  ~CyFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(Path_, ignored);
-  }
-  std::string Write(const std::string& Name, const std::string& Text) const {
-    std::ofstream(Path_ / Name, std::ios::binary) << Text;
-    return (Path_ / Name).string();
-  }
-
- private:
-  std::filesystem::path Path_;
-};
 
 const char* kXSD = R"(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema">
   <xs:element name="note"><xs:complexType><xs:sequence>
@@ -79,7 +57,7 @@ struct TyCase {
 };
 
 IyXMLErrsPtr run(const TyCase& Case, TyValidationVerdict& Verdict) {
-  CyFolder folder;
+  test::CyScratchFolder folder;
   TyValidationRequest request;
   request.SchemaPath = folder.Write(Case.SchemaName, Case.Schema);
   request.DocumentPath = folder.Write("doc.xml", Case.Document);
@@ -134,7 +112,7 @@ TEST(ValidationTest, SchemasAgainstDocuments) {
 }
 
 TEST(ValidationTest, LinesBeyond65535) {
-  CyFolder folder;
+  test::CyScratchFolder folder;
   std::string doc = "<note>\n";
   for (int i = 0; i < 70000; ++i) doc += "\n";
   doc += "<to>A</to><priority>x</priority></note>\n";
@@ -147,7 +125,7 @@ TEST(ValidationTest, LinesBeyond65535) {
 }
 
 TEST(ValidationTest, FileEntitiesOutsideTheFoldersAreRefused) {
-  CyFolder folder;
+  test::CyScratchFolder folder;
   const std::string doc =
       "<!DOCTYPE note [<!ENTITY secret SYSTEM \"file:///etc/hostname\">]>\n"
       "<note><to>&secret;</to><priority>1</priority></note>\n";
@@ -162,7 +140,7 @@ TEST(ValidationTest, FileEntitiesOutsideTheFoldersAreRefused) {
 }
 
 TEST(ValidationTest, SchemaFoundThroughEachReferenceAndACatalog) {
-  CyFolder folder;
+  test::CyScratchFolder folder;
   folder.Write("s.xsd", kXSD);
   folder.Write("s.dtd", kDTD);
   folder.Write("s.rng", kRNG);
@@ -204,7 +182,7 @@ TEST(ValidationTest, SchemaFoundThroughEachReferenceAndACatalog) {
 #ifdef XYLEM_HAVE_JAVA_HOST
 TEST(JavaHostTest, EvaluationTransformationQueryAndRecovery) {
   CyJavaHost& host = CyJavaHost::Shared();
-  CyFolder folder;
+  test::CyScratchFolder folder;
   TyXPathEvaluation xpath;
   xpath.Expression = "map{'a':1}?a, array{1,2}, upper-case('x'), //p:b/string()";
   xpath.Document.Path = folder.Write("d.xml", "<a xmlns='urn:p'><b>1</b></a>");
@@ -285,7 +263,7 @@ TEST(ValidationTest, NetworkSchemaIsNeverFetched) {
   socklen_t length = sizeof address;
   getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
   const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/s.xsd";
-  CyFolder folder;
+  test::CyScratchFolder folder;
   TyValidationRequest request;
   request.DocumentPath =
       folder.Write("doc.xml",
