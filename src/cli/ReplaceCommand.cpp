@@ -77,7 +77,7 @@ std::optional<TyTextFileFormat> StreamableFormat(const std::string& Path) {
 // Replaces a UTF-8 file as a stream (constant memory) into stdout or, with InPlace and at least
 // one replacement, atomically into the file, with the document's rules: line ends and the
 // template's newline escapes become the newline a load would choose, counted over the whole
-// file first; that first pass also refuses a NUL anywhere before anything is written.
+// file first; that first pass also refuses bytes that are not UTF-8 before anything is written.
 // Returns the exit code.
 int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
                     const std::u16string& Search, const std::u16string& Replacement,
@@ -90,9 +90,8 @@ int replaceStreamed(const std::string& Path, const TyTextFileFormat& Format,
   const TyJobContext job = JobFor(&bar);
   int64_t count = 0;
   try {
-    // Standard output cannot be taken back: bytes that are not UTF-8 are refused before the
-    // first byte goes out. In place, the temporary file is simply dropped.
-    if (!InPlace) CheckUTF8File(Path, job);
+    // Standard output cannot be taken back: the newline's pass refuses bytes that are not
+    // UTF-8 before the first byte goes out.
     target.Format.Newline = ScanUTF8FileNewline(Path, job);
     const auto replacer = CreateReplacer(Search, Replacement, Options, target.Format.Newline);
     const bool written = WriteStreamed(

@@ -317,6 +317,18 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
         HasMarkup(Text) || (sameLine ? HasMarkup(getLine(l1).substr(prefix0, suffixAt0 - prefix0))
                                      : HasMarkup(getLine(l1).substr(prefix0)) ||
                                            HasMarkup(getLine(l2).substr(0, suffixAt0)));
+    // A name character or blank joins the markup beside it into another construct: between
+    // "<" and "/a>" it makes the end tag a start tag, which no line count shows. Behind the end
+    // of a tag or reference, and in front of the next one, it is only text.
+    const std::u16string_view firstLine = getLine(l1);
+    const std::u16string_view lastLine = getLine(l2);
+    const auto joinsMarkup = [](char16_t Neighbour, char16_t Harmless1, char16_t Harmless2) {
+      return Neighbour != Harmless1 && Neighbour != Harmless2 &&
+             HasMarkup(std::u16string_view(&Neighbour, 1));
+    };
+    structureChanged =
+        structureChanged || (prefix0 > 0 && joinsMarkup(firstLine[prefix0 - 1], u'>', u';')) ||
+        (suffixAt0 < lastLine.size() && joinsMarkup(lastLine[suffixAt0], u'<', u'&'));
     for (int64_t line = l1 + 1; line <= l2 && !structureChanged; ++line)
       structureChanged = !movable(*items.getItems(line));
   } else if (Kind_ == TyDocumentKind::dkJSON) {

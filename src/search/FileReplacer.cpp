@@ -92,40 +92,6 @@ class CyFileBytes {
   bool AtEnd_ = false;
 };
 
-// Counts line ends as a load does. CR, LF and NUL bytes never occur inside a multi-byte UTF-8
-// sequence, so the bytes are counted as they are, without decoding.
-template <typename TyBytes>
-std::u16string ScanNewline(TyBytes& Bytes, const TyJobContext& Job) {
-  int64_t lf = 0, cr = 0, pairs = 0;
-  bool crBefore = false;  // the previous piece ended with a CR
-  for (;;) {
-    Job.ThrowIfStopped();
-    size_t got = 0;
-    bool atEnd = false;
-    const uint8_t* data = Bytes.Fetch(kScanStep, got, atEnd);
-    if (got == 0) break;
-    const uint8_t* const end = data + got;
-    if (std::memchr(data, 0, got)) ThrowBinaryFile(Job.ApplicationName);
-    if (crBefore && *data == '\n') ++pairs;
-    for (const void* at = data;
-         (at = std::memchr(at, '\n', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
-         at = static_cast<const uint8_t*>(at) + 1)
-      ++lf;
-    for (const void* at = data;
-         (at = std::memchr(at, '\r', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
-         at = static_cast<const uint8_t*>(at) + 1) {
-      ++cr;
-      const auto* next = static_cast<const uint8_t*>(at) + 1;
-      if (next < end && *next == '\n') ++pairs;
-    }
-    crBefore = end[-1] == '\r';
-    Bytes.Consume(got);
-    Job.Advance(got);
-    if (atEnd) break;
-  }
-  return CyTextListLoaderPieces::ChooseNewline(lf - pairs, cr - pairs, pairs);
-}
-
 // A piece held bytes that are not UTF-8 (or a NUL); the caller finds the first for the message.
 struct TyNotUTF8 {};
 
@@ -148,6 +114,63 @@ size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Targe
   if (decoded.NulFound || decoded.ErrorCount) throw TyNotUTF8{};
   Written = static_cast<int64_t>(decoded.Written);
   return end;
+}
+
+// True when [Data, Data + Size) is all ASCII; eight bytes at a time.
+bool IsASCII(const uint8_t* Data, size_t Size) {
+  uint64_t seen = 0;
+  size_t i = 0;
+  for (; i + 8 <= Size; i += 8) {
+    uint64_t word;
+    std::memcpy(&word, Data + i, 8);
+    seen |= word;
+  }
+  for (; i < Size; ++i) seen |= Data[i];
+  return (seen & 0x8080808080808080u) == 0;
+}
+
+// Counts line ends as a load does, and refuses what a load refuses (TyNotUTF8 for a NUL or an
+// invalid sequence). CR, LF and NUL bytes never occur inside a multi-byte UTF-8 sequence, so
+// the bytes are counted as they are; only pieces that are not ASCII are decoded, to check them.
+template <typename TyBytes>
+std::u16string ScanNewline(TyBytes& Bytes, const TyJobContext& Job) {
+  int64_t lf = 0, cr = 0, pairs = 0;
+  bool crBefore = false;                // the previous piece ended with a CR
+  std::unique_ptr<char16_t[]> decoded;  // for the first piece that is not ASCII
+  for (;;) {
+    Job.ThrowIfStopped();
+    size_t got = 0;
+    bool atEnd = false;
+    const uint8_t* data = Bytes.Fetch(kScanStep, got, atEnd);
+    if (got == 0) break;
+    if (std::memchr(data, 0, got)) throw TyNotUTF8{};
+    // A character cut at the piece's end is checked with the next piece; its bytes hold no
+    // line end, so counting them twice counts nothing.
+    size_t used = got;
+    if (!IsASCII(data, got)) {
+      if (!decoded) decoded = std::make_unique_for_overwrite<char16_t[]>(kScanStep);
+      int64_t written = 0;
+      used = DecodePiece(data, got, atEnd, decoded.get(), written);
+    }
+    const uint8_t* const end = data + used;
+    if (crBefore && *data == '\n') ++pairs;
+    for (const void* at = data;
+         (at = std::memchr(at, '\n', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
+         at = static_cast<const uint8_t*>(at) + 1)
+      ++lf;
+    for (const void* at = data;
+         (at = std::memchr(at, '\r', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
+         at = static_cast<const uint8_t*>(at) + 1) {
+      ++cr;
+      const auto* next = static_cast<const uint8_t*>(at) + 1;
+      if (next < end && *next == '\n') ++pairs;
+    }
+    crBefore = end[-1] == '\r';
+    Bytes.Consume(used);
+    Job.Advance(used);
+    if (atEnd && used == got) break;
+  }
+  return CyTextListLoaderPieces::ChooseNewline(lf - pairs, cr - pairs, pairs);
 }
 
 // The replacer's source: decoded pieces with every line end (CR LF, lone CR, lone LF) made the
@@ -180,19 +203,28 @@ class CyDocumentSource {
   }
 
  private:
+  // Copies the stretches between line ends whole; with LF as the newline only CRs change.
   int64_t Normalise(const char16_t* From, int64_t Count, char16_t* Target) {
+    static constexpr char16_t kLineEnds[2] = {u'\r', u'\n'};
+    const bool keepLF = Newline_ == u"\n";
     char16_t* out = Target;
-    for (const char16_t* const end = From + Count; From < end; ++From) {
-      const char16_t unit = *From;
-      if (SkipLF_) {
-        SkipLF_ = false;
-        if (unit == u'\n') continue;  // the second half of CR LF
-      }
-      if (unit == u'\r' || unit == u'\n') {
-        SkipLF_ = unit == u'\r';
-        out = std::copy(Newline_.begin(), Newline_.end(), out);
-      } else {
-        *out++ = unit;
+    const char16_t* const end = From + Count;
+    if (SkipLF_ && From < end) {
+      SkipLF_ = false;
+      if (*From == u'\n') ++From;  // the second half of CR LF
+    }
+    while (From < end) {
+      const char16_t* const stop =
+          keepLF ? FindUnit(From, end, u'\r') : FindAnyUnit(From, end, kLineEnds);
+      out = std::copy(From, stop, out);
+      if (stop == end) break;
+      out = std::copy(Newline_.begin(), Newline_.end(), out);
+      From = stop + 1;
+      if (*stop == u'\r') {
+        if (From == end)
+          SkipLF_ = true;
+        else if (*From == u'\n')
+          ++From;
       }
     }
     return out - Target;
@@ -312,13 +344,23 @@ void CheckUTF8File(const std::string& Path, const TyJobContext& Job, uint64_t Ma
 std::u16string ScanUTF8Newline(const uint8_t* Data, size_t Size, const TyJobContext& Job) {
   CyMemoryBytes bytes(Data, Size);
   Job.Begin("Scanning", Size);
-  return ScanNewline(bytes, Job);
+  try {
+    return ScanNewline(bytes, Job);
+  } catch (const TyNotUTF8&) {
+    CheckUTF8(Data, Size, Job);  // raises with the first bad byte's position
+    throw CyShouldNeverHappenException("ScanUTF8Newline: a piece was not UTF-8, the whole is");
+  }
 }
 
 std::u16string ScanUTF8FileNewline(const std::string& Path, const TyJobContext& Job) {
   CyFileBytes bytes(Path);
   Job.Begin("Scanning", bytes.getSize());
-  return ScanNewline(bytes, Job);
+  try {
+    return ScanNewline(bytes, Job);
+  } catch (const TyNotUTF8&) {
+    CheckUTF8File(Path, Job);  // raises with the first bad byte's position
+    throwChanged("nothing was written.");
+  }
 }
 
 int64_t ReplaceAllUTF8(const uint8_t* Data, size_t Size, CyReplacer& Replacer,

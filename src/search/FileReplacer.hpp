@@ -4,7 +4,7 @@
 // The result is what the editor's replace all gives for the document the text loads as: every
 // line end (CR LF, lone CR, lone LF) comes out as the document's one newline.
 //
-//   const std::u16string newline = ScanUTF8FileNewline(path, job);   // refuses a NUL first
+//   const std::u16string newline = ScanUTF8FileNewline(path, job);   // refuses bad bytes first
 //   auto replacer = CreateReplacer(search, replacement, options, newline);
 //   ReplaceAllUTF8File(path, *replacer, newline, write, job);
 
@@ -24,9 +24,9 @@ namespace xylem {
 using TyUTF8Sink = std::function<void(std::string_view Bytes)>;
 
 // The newline a load of the UTF-8 text [Data, Data + Size) chooses (counted over the whole
-// text, CyTextListLoaderPieces::ChooseNewline). Raises CyException (code 17, the binary-file
-// message) for a NUL byte, so that a caller can refuse before writing anything. Linear, one
-// thread; polls Job's stop token every 1 MiB.
+// text, CyTextListLoaderPieces::ChooseNewline). Refuses what CheckUTF8 refuses, as it does,
+// so that a caller can refuse before writing anything: the one pass both counts and checks.
+// Linear, one thread, constant memory; polls Job's stop token every 1 MiB.
 std::u16string ScanUTF8Newline(const uint8_t* Data, size_t Size, const TyJobContext& Job = {});
 // The same over the file at Path, read in 1 MiB pieces. Raises CyException when it cannot be
 // read.
