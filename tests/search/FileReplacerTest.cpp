@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <random>
 
 #include "SearchTestSupport.hpp"
@@ -95,7 +96,8 @@ TEST(FileReplacer, BinaryAndMissingFilesFail) {
 // (refused by the newline scan exactly when the load refuses them).
 TEST(FileReplacer, StreamedRouteKeepsTheDocumentsRules) {
   std::mt19937 random(7);
-  const char* atoms[] = {"a", "b", "\r", "\n", "\r\n", "\n\r", "\xC3\xA9", "k=1", " "};
+  const char* atoms[] = {"a",    "b",        "\r",  "\n", "\r\n",
+                         "\n\r", "\xC3\xA9", "k=1", " ",  "\xF0\x9F\x98\x80"};
   struct {
     const char16_t *Search, *Template;
     bool Regex;
@@ -107,18 +109,33 @@ TEST(FileReplacer, StreamedRouteKeepsTheDocumentsRules) {
     std::string input;
     const int atomCount = static_cast<int>(random() % 24);
     for (int i = 0; i < atomCount; ++i) input += atoms[random() % std::size(atoms)];
+    // A NUL, a stray continuation byte or a cut sequence now and then: refused by both.
     if (round % 25 == 24) input.insert(random() % (input.size() + 1), 1, '\0');
+    if (round % 25 == 12)
+      input.insert(random() % (input.size() + 1), round % 2 ? "\x80" : "\xE2\x82");
     const auto* data = reinterpret_cast<const uint8_t*>(input.data());
     TxTextList list;
     std::u16string newline;
-    bool loaded = true;
+    // A file load refuses what the mapped byte check refuses (the text list's own load only
+    // counts bad sequences); the scan must refuse the same, with the same message.
+    std::string refusal;
     try {
       newline = list.LoadFromDataEncoded__PARALLEL__(data, input.size(), CyEncoding(), nullptr, 1);
     } catch (const CyException&) {
-      loaded = false;
+      refusal = "the load";
     }
-    if (!loaded) {
-      EXPECT_THROW(ScanUTF8Newline(data, input.size()), CyException) << round;
+    try {
+      CheckUTF8(data, input.size());
+    } catch (const CyException& error) {
+      refusal = error.what();
+    }
+    if (!refusal.empty()) {
+      try {
+        ScanUTF8Newline(data, input.size());
+        ADD_FAILURE() << "round " << round << ": not refused";
+      } catch (const CyException& error) {
+        EXPECT_EQ(error.what(), refusal) << round;
+      }
       continue;
     }
     ASSERT_EQ(ScanUTF8Newline(data, input.size()), newline) << round;
@@ -151,6 +168,31 @@ TEST(FileReplacer, NewlineScanAgreesWithTheLoadAcrossItsSteps) {
       EXPECT_EQ(ScanUTF8Newline(data, input.size()),
                 list.LoadFromDataEncoded__PARALLEL__(data, input.size(), CyEncoding(), nullptr, 3))
           << pair << " in " << filler;
+    }
+  }
+}
+
+// The scan checks the bytes piece by piece: a character cut by a step is whole, and a bad
+// sequence on either side of a step is refused at its own position, as the load refuses it.
+TEST(FileReplacer, NewlineScanRefusesBadBytesWhereverTheStepsFall) {
+  constexpr size_t kStep = size_t{1} << 20;
+  const char* characters[] = {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"};
+  for (const char* character : characters) {
+    const size_t length = std::strlen(character);
+    for (size_t cut = 1; cut < length; ++cut) {
+      std::string input(2 * kStep, 'a');
+      input.replace(kStep - cut, length, character);
+      EXPECT_EQ(ScanUTF8Newline(reinterpret_cast<const uint8_t*>(input.data()), input.size()),
+                u"\r\n")
+          << character << " cut after " << cut;
+      // The same character without its last byte.
+      input[kStep - cut + length - 1] = 'a';
+      try {
+        ScanUTF8Newline(reinterpret_cast<const uint8_t*>(input.data()), input.size());
+        ADD_FAILURE() << "a cut sequence was not refused";
+      } catch (const CyDecodeException& error) {
+        EXPECT_EQ(error.getPosition().Linepos, static_cast<int64_t>(kStep - cut + 1));
+      }
     }
   }
 }
