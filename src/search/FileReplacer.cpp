@@ -18,6 +18,10 @@
 #include "common/Utf.hpp"
 #include "text/TextListLoader.hpp"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace xylem {
 
 namespace {
@@ -116,26 +120,70 @@ size_t DecodePiece(const uint8_t* Data, size_t Size, bool AtEnd, char16_t* Targe
   return end;
 }
 
-// True when [Data, Data + Size) is all ASCII; eight bytes at a time.
-bool IsASCII(const uint8_t* Data, size_t Size) {
-  uint64_t seen = 0;
-  size_t i = 0;
-  for (; i + 8 <= Size; i += 8) {
-    uint64_t word;
-    std::memcpy(&word, Data + i, 8);
-    seen |= word;
+// What the newline scan needs of a run of bytes, counted in one pass: LF, CR and CR LF (a pair
+// cut between two runs counts through CRBefore), whether a NUL or a byte above 0x7F occurs.
+struct TyByteCensus {
+  int64_t LF = 0, CR = 0, Pairs = 0;
+  bool CRBefore = false;  // the last byte counted so far was a CR
+  bool Nul = false;
+  bool NonASCII = false;  // of the bytes since the caller last cleared it
+
+  void Count(const uint8_t* Data, size_t Size) {
+    if (Size == 0) return;
+    Pairs += CRBefore && Data[0] == '\n';
+    size_t i = 0;  // pairs are counted by their CR, from here on inside the run
+    bool nul = false, high = false;
+#if defined(__SSE2__)
+    // Byte lanes count up to 255 hits, then are summed; every 16 bytes also look at the 16
+    // after their first, for the LF of each CR.
+    const __m128i vLF = _mm_set1_epi8('\n'), vCR = _mm_set1_epi8('\r');
+    const __m128i vZero = _mm_setzero_si128();
+    const auto sum = [&](__m128i Lanes) {
+      const __m128i halves = _mm_sad_epu8(Lanes, vZero);
+      return static_cast<int64_t>(_mm_cvtsi128_si32(halves) +
+                                  _mm_cvtsi128_si32(_mm_srli_si128(halves, 8)));
+    };
+    __m128i nuls = vZero, highs = vZero;
+    while (Size - i >= 17) {
+      __m128i lfs = vZero, crs = vZero, pairs = vZero;
+      const size_t stop = i + std::min<size_t>((Size - i - 1) / 16, 255) * 16;
+      for (; i < stop; i += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Data + i));
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(Data + i + 1));
+        const __m128i isCR = _mm_cmpeq_epi8(v, vCR);
+        lfs = _mm_sub_epi8(lfs, _mm_cmpeq_epi8(v, vLF));
+        crs = _mm_sub_epi8(crs, isCR);
+        pairs = _mm_sub_epi8(pairs, _mm_and_si128(isCR, _mm_cmpeq_epi8(next, vLF)));
+        nuls = _mm_or_si128(nuls, _mm_cmpeq_epi8(v, vZero));
+        highs = _mm_or_si128(highs, v);
+      }
+      LF += sum(lfs);
+      CR += sum(crs);
+      Pairs += sum(pairs);
+    }
+    nul = _mm_movemask_epi8(nuls) != 0;
+    high = _mm_movemask_epi8(highs) != 0;
+#endif
+    for (; i < Size; ++i) {
+      const uint8_t byte = Data[i];
+      high = high || byte >= 0x80;
+      nul = nul || byte == 0;
+      LF += byte == '\n';
+      CR += byte == '\r';
+      Pairs += byte == '\r' && i + 1 < Size && Data[i + 1] == '\n';
+    }
+    CRBefore = Data[Size - 1] == '\r';
+    Nul = Nul || nul;
+    NonASCII = NonASCII || high;
   }
-  for (; i < Size; ++i) seen |= Data[i];
-  return (seen & 0x8080808080808080u) == 0;
-}
+};
 
 // Counts line ends as a load does, and refuses what a load refuses (TyNotUTF8 for a NUL or an
 // invalid sequence). CR, LF and NUL bytes never occur inside a multi-byte UTF-8 sequence, so
 // the bytes are counted as they are; only pieces that are not ASCII are decoded, to check them.
 template <typename TyBytes>
 std::u16string ScanNewline(TyBytes& Bytes, const TyJobContext& Job) {
-  int64_t lf = 0, cr = 0, pairs = 0;
-  bool crBefore = false;                // the previous piece ended with a CR
+  TyByteCensus census;
   std::unique_ptr<char16_t[]> decoded;  // for the first piece that is not ASCII
   for (;;) {
     Job.ThrowIfStopped();
@@ -143,34 +191,23 @@ std::u16string ScanNewline(TyBytes& Bytes, const TyJobContext& Job) {
     bool atEnd = false;
     const uint8_t* data = Bytes.Fetch(kScanStep, got, atEnd);
     if (got == 0) break;
-    if (std::memchr(data, 0, got)) throw TyNotUTF8{};
-    // A character cut at the piece's end is checked with the next piece; its bytes hold no
-    // line end, so counting them twice counts nothing.
+    // A character cut at the piece's end is checked with the next piece. Its bytes hold no
+    // line end and no CR before them, so counting them again counts nothing.
     size_t used = got;
-    if (!IsASCII(data, got)) {
+    census.NonASCII = false;
+    census.Count(data, got);
+    if (census.Nul) throw TyNotUTF8{};
+    if (census.NonASCII) {
       if (!decoded) decoded = std::make_unique_for_overwrite<char16_t[]>(kScanStep);
       int64_t written = 0;
       used = DecodePiece(data, got, atEnd, decoded.get(), written);
     }
-    const uint8_t* const end = data + used;
-    if (crBefore && *data == '\n') ++pairs;
-    for (const void* at = data;
-         (at = std::memchr(at, '\n', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
-         at = static_cast<const uint8_t*>(at) + 1)
-      ++lf;
-    for (const void* at = data;
-         (at = std::memchr(at, '\r', static_cast<size_t>(end - static_cast<const uint8_t*>(at))));
-         at = static_cast<const uint8_t*>(at) + 1) {
-      ++cr;
-      const auto* next = static_cast<const uint8_t*>(at) + 1;
-      if (next < end && *next == '\n') ++pairs;
-    }
-    crBefore = end[-1] == '\r';
     Bytes.Consume(used);
     Job.Advance(used);
     if (atEnd && used == got) break;
   }
-  return CyTextListLoaderPieces::ChooseNewline(lf - pairs, cr - pairs, pairs);
+  return CyTextListLoaderPieces::ChooseNewline(census.LF - census.Pairs, census.CR - census.Pairs,
+                                               census.Pairs);
 }
 
 // The replacer's source: decoded pieces with every line end (CR LF, lone CR, lone LF) made the
@@ -182,10 +219,12 @@ class CyDocumentSource {
       : Bytes_(Bytes), Newline_(Newline), Job_(Job) {}
 
   int64_t operator()(char16_t* Target, int64_t Capacity) {
-    // A unit becomes at most two (a lone LF or CR becoming CR LF): half the room in bytes,
-    // which never decode to more units.
-    const auto budget = static_cast<size_t>(Capacity / 2);
-    if (Decoded_.size() < budget) Decoded_.resize(budget);
+    // Bytes never decode to more units. A one-unit newline never lengthens the text, so a piece
+    // is decoded straight into Target and its line ends rewritten in place; with CR LF a lone
+    // CR or LF becomes two units: half the room, decoded aside first.
+    const bool inPlace = Newline_.size() == 1;
+    const auto budget = static_cast<size_t>(inPlace ? Capacity : Capacity / 2);
+    if (!inPlace && Decoded_.size() < budget) Decoded_.resize(budget);
     int64_t produced = 0;
     while (produced == 0) {  // a piece holding only the LF of a split CR LF gives nothing
       Job_.ThrowIfStopped();
@@ -194,16 +233,18 @@ class CyDocumentSource {
       const uint8_t* data = Bytes_.Fetch(budget, got, atEnd);
       if (got == 0) return 0;
       int64_t written = 0;
-      const size_t used = DecodePiece(data, got, atEnd, Decoded_.data(), written);
+      char16_t* const decoded = inPlace ? Target : Decoded_.data();
+      const size_t used = DecodePiece(data, got, atEnd, decoded, written);
       Bytes_.Consume(used);
       Job_.Advance(used);
-      produced = Normalise(Decoded_.data(), written, Target);
+      produced = Normalise(decoded, written, Target);
     }
     return produced;
   }
 
  private:
   // Copies the stretches between line ends whole; with LF as the newline only CRs change.
+  // Target may be From when the newline is one unit (the writing never passes the reading).
   int64_t Normalise(const char16_t* From, int64_t Count, char16_t* Target) {
     static constexpr char16_t kLineEnds[2] = {u'\r', u'\n'};
     const bool keepLF = Newline_ == u"\n";
@@ -216,11 +257,14 @@ class CyDocumentSource {
     while (From < end) {
       const char16_t* const stop =
           keepLF ? FindUnit(From, end, u'\r') : FindAnyUnit(From, end, kLineEnds);
-      out = std::copy(From, stop, out);
+      const auto stretch = static_cast<size_t>(stop - From);
+      if (out != From) std::memmove(out, From, stretch * sizeof(char16_t));
+      out += stretch;
       if (stop == end) break;
+      const char16_t lineEnd = *stop;  // read before the newline may overwrite it in place
       out = std::copy(Newline_.begin(), Newline_.end(), out);
       From = stop + 1;
-      if (*stop == u'\r') {
+      if (lineEnd == u'\r') {
         if (From == end)
           SkipLF_ = true;
         else if (*From == u'\n')
