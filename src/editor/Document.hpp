@@ -214,7 +214,11 @@ class TxMarkupDocument {
   TyUndoEntry CaptureLines(int64_t FirstLine, int64_t Count) const;
   void ApplyEntry(TyUndoEntry& Entry, bool FromUndo);
   void SetLine(int64_t Index, std::u16string_view Text);
-  int64_t RepairAfter(int64_t FirstLine, int64_t ChangedCount, TyDocumentChange& Change);
+  // Repairs the line states after lines FirstLine .. FirstLine + ChangedCount - 1 changed and
+  // fills the change's state range. Scanned: lines behind the first carry states of a scan of
+  // their texts (CyXMLLineStates::AfterInsertScanned), else all changed lines are rescanned.
+  int64_t RepairAfter(int64_t FirstLine, int64_t ChangedCount, TyDocumentChange& Change,
+                      bool Scanned = false);
   // Tells the markers and listeners that the whole text was replaced.
   void NotifyWholeContent(int64_t OldCount, TyTextPosition OldEnd, bool FromUndo);
   void Notify(TyDocumentChange& Change);
