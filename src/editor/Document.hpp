@@ -132,8 +132,9 @@ class TxMarkupDocument {
   // otherwise, nothing changed). Text may hold line ends of any convention: they become the
   // document's newline. A NUL in Text is refused (code 17), nothing changed. Each call is one
   // undo step unless it merges (typing) or a compound change is open. Returns the position
-  // behind the inserted text. Cost: the touched lines plus the repair, plus one block move of
-  // the line records behind the change when the line count changes.
+  // behind the inserted text. Cost: the touched lines plus the repair, plus, when the line
+  // count changes, a move of the records between the previous such edit and this one (the
+  // records' gap, TxTextItems). Text beyond 1 Mi units is loaded and scanned in parallel.
 
   TyTextPosition ReplaceRange(const TyTextRange& Range, std::u16string_view Text,
                               TyEditKind Kind = TyEditKind::ekOther);
