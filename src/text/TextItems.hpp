@@ -56,11 +56,12 @@ using PxItem = TxItem*;
 // Layout: the block holds getCount() records and a gap of free records between them; lines
 // before the gap sit at the block's start, the rest at its end. An insert or remove first moves
 // the gap to the edit (a block move of the records between the old and the new place), so
-// repeated edits in one region cost the lines they touch, not the lines behind them (one
-// line inserted in the middle of 10 M lines moved 400 MB before). The gap is preferred to a
-// list of blocks because every reader stays one pointer computation per line (the parallel
-// stages, the coloring and the repair walk lines by number), and the block keeps growing by
-// remapping. The gap grows by at least 1/64 of the count, so its memory stays a small share.
+// repeated edits in one region cost the lines they touch, not the lines behind them (a line
+// inserted in the middle of 10 M lines would otherwise move 400 MB); an edit far from the
+// previous one pays that move once. The gap is preferred to a list of blocks because every
+// reader stays one pointer computation per line (the parallel stages, the coloring and the
+// repair walk lines by number), and the block keeps growing by remapping. A full gap grows by
+// 1/64 of the count (doubling below 64 K lines), so its memory stays a small share.
 //
 // After Allocate the records are contiguous (the gap is at the end) until the next edit; code
 // that walks records by pointer over more than one line calls CloseGap first, or walks the
