@@ -61,7 +61,7 @@ using PxItem = TxItem*;
 // previous one pays that move once. The gap is preferred to a list of blocks because every
 // reader stays one pointer computation per line (the parallel stages, the coloring and the
 // repair walk lines by number), and the block keeps growing by remapping. A full gap grows by
-// 1/64 of the count (doubling below 64 K lines), so its memory stays a small share.
+// the count below 64 K lines, then by 64 K records or 1/64 of the count, whichever is more.
 //
 // After Allocate the records are contiguous (the gap is at the end) until the next edit; code
 // that walks records by pointer over more than one line calls CloseGap first, or walks the
