@@ -1,7 +1,8 @@
 // The editable document on a large XML file (XYLEM_BENCH_MIB, 1024 by default) and on a
 // 2,000-line one in the same run: a typed character (edit, undo record, repair, 60 lines
-// recoloured), a 100,000-line selection deleted and undone, a 10 MB paste, replace all of a
-// common word and its undo, and peak memory after opening and after 10,000 typed characters.
+// recoloured), a typed line break (near the last edit and far from it), a 100,000-line
+// selection deleted and undone, a 10 MB paste, replace all of a common word and its undo, and
+// peak memory after opening and after 10,000 typed characters. Medians of repetitions.
 // Inputs are generated deterministically.
 
 #include <benchmark/benchmark.h>
@@ -73,6 +74,26 @@ void BM_TypeCharacter(benchmark::State& State, bool Recolor) {
   }
   benchmark::DoNotOptimize(tokens);
   State.counters["lines"] = static_cast<double>(doc.getLineCount());
+}
+
+// A line break typed in the middle and taken out again: the line count changes, so before the
+// records had a gap this moved every record behind the line. Arg 2 alternates between a
+// quarter and three quarters of the large document, so the gap crosses half the records each
+// time (the cost of the first edit far from the last one).
+void BM_TypeNewline(benchmark::State& State) {
+  const bool far = State.range(0) == 2;
+  TxMarkupDocument& doc = Document(far ? 1 : static_cast<int>(State.range(0)));
+  bool upper = false;
+  for (auto _ : State) {
+    const int64_t line = far ? (upper ? 3 : 1) * doc.getLineCount() / 4 : doc.getLineCount() / 2;
+    upper = !upper;
+    doc.CloseUndoStep();
+    const auto start = std::chrono::steady_clock::now();
+    doc.InsertText({line, 5}, u"\n", TyEditKind::ekTyping);
+    const auto end = std::chrono::steady_clock::now();
+    State.SetIterationTime(std::chrono::duration<double>(end - start).count());
+    doc.DeleteRange({{line, 5}, {line + 1, 1}}, TyEditKind::ekDelete);
+  }
 }
 
 void BM_DeleteLines(benchmark::State& State, bool MeasureUndo) {
@@ -191,19 +212,41 @@ BENCHMARK_CAPTURE(BM_TypeCharacter, edit_repair_only, false)
     ->Unit(benchmark::kMicrosecond)
     ->Repetitions(5)
     ->ReportAggregatesOnly(true);
+BENCHMARK(BM_TypeNewline)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
+BENCHMARK(BM_TypeNewline)
+    ->Arg(2)
+    ->UseManualTime()
+    ->Iterations(2)
+    ->Repetitions(3)
+    ->ReportAggregatesOnly(true)
+    ->Unit(benchmark::kMillisecond);
+// One iteration per repetition: the median leaves out the first run, which moves the records'
+// gap to the edit (and grows it), a cost BM_TypeNewline/2 shows on its own.
 BENCHMARK_CAPTURE(BM_DeleteLines, delete_100k_lines, false)
     ->UseManualTime()
-    ->Iterations(3)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_DeleteLines, undo_delete_100k_lines, true)
     ->UseManualTime()
-    ->Iterations(3)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Paste10MB)
     ->Arg(0)
     ->Arg(1)
     ->UseManualTime()
-    ->Iterations(3)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_ReplaceAll, replace_all, false)
     ->Arg(0)

@@ -26,6 +26,9 @@ bool HasMarkup(std::u16string_view Text) {
   return Text.find_first_of(u"<>&\"'/!?-[]=;") != std::u16string_view::npos;
 }
 
+// Inserted text beyond this many units is loaded and scanned in parallel pieces.
+constexpr size_t kParallelInsertUnits = size_t{1} << 20;
+
 bool IsNeutral(const TxItem& Item) {
   return Item.Delta == 0 && Item.DeltaMin == 0 && Item.DeltaMax == 0;
 }
@@ -233,11 +236,14 @@ void TxMarkupDocument::SetLine(int64_t Index, std::u16string_view Text) {
 }
 
 int64_t TxMarkupDocument::RepairAfter(int64_t FirstLine, int64_t ChangedCount,
-                                      TyDocumentChange& Change) {
+                                      TyDocumentChange& Change, bool Scanned) {
   const int64_t count = TextList_->getCount();
   int64_t last = FirstLine + ChangedCount - 1;
   Change.StatesChangedFrom = FirstLine;
-  if (KeepsLineStates_) {
+  if (KeepsLineStates_ && Scanned && ChangedCount > 1) {
+    last = std::max(last, CyXMLLineStates::AfterInsertScanned(TextList_->getTextItems(), FirstLine,
+                                                              ChangedCount, TotalDelta_));
+  } else if (KeepsLineStates_) {
     const int64_t rewritten =
         CyXMLLineStates::AfterEdit(TextList_->getTextItems(), FirstLine, ChangedCount, TotalDelta_);
     if (FirstLine + ChangedCount > count && FirstLine > 1) Change.StatesChangedFrom = FirstLine - 1;
@@ -346,6 +352,7 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   const size_t prefix = static_cast<size_t>(range.Start.Linepos - 1);
   const size_t suffixAt = static_cast<size_t>(range.End.Linepos - 1);
   int64_t inserted = 1;
+  bool scanned = false;
   if (KeepsLineStates_) CyXMLLineStates::BeforeEdit(items, l1, l2 - l1 + 1, TotalDelta_);
   if (!multi) {
     LineBuffer_.assign(first.substr(0, prefix));
@@ -362,8 +369,17 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
     const size_t suffixLength = last.size() - suffixAt;
     LineBuffer_ += last.substr(suffixAt);
     TxTextList lines;
-    lines.LoadFromText__PARALLEL__(LineBuffer_, LineBuffer_.size() > (size_t{1} << 20) ? 0 : 1);
+    const bool large = LineBuffer_.size() > kParallelInsertUnits;
+    const TyJobContext job = DefaultJob();
+    lines.LoadFromText__PARALLEL__(LineBuffer_, large ? job.PieceCount : 1, job);
     inserted = lines.getCount();
+    // A large block's states come from a parallel scan of its own; the repair then rewrites
+    // only the lines whose start state differs in the document.
+    if (large && KeepsLineStates_) {
+      int64_t blockTotal = 0;
+      CyXMLParserParallel::UpdateAllLines(lines.getTextItems(), blockTotal, job.PieceCount, job);
+      scanned = true;
+    }
     change.NewEnd = {l1 + inserted - 1,
                      static_cast<int64_t>(lines.getLine(inserted).size() - suffixLength) + 1};
     if (l2 > l1) TextList_->Remove(l1 + 1, l2 - l1);
@@ -372,7 +388,7 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   }
   change.LinesInserted = inserted;
   if (recorded) recorded->LineCount = inserted;
-  RepairAfter(l1, inserted, change);
+  RepairAfter(l1, inserted, change, scanned);
   if (KeepsLineStates_) {
     structureChanged = structureChanged || TripleOf(*items.getItems(l1)) != firstBefore ||
                        change.StatesChangedFrom != l1 ||
@@ -412,6 +428,7 @@ TyUndoEntry TxMarkupDocument::CaptureLines(int64_t FirstLine, int64_t Count) con
   TyUndoEntry entry;
   entry.FirstLine = FirstLine;
   entry.LineCount = 0;  // set by the caller once the new line count is known
+  entry.StatesKept = KeepsLineStates_;
   if (Count == 1) {
     entry.Line = CySharedLine(TextList_->getItems(FirstLine)->TextUTF16);
   } else {
@@ -471,6 +488,9 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
   const int64_t removed = Entry.LineCount;
   TyUndoEntry taken = CaptureLines(first, removed);
   const int64_t inserted = Entry.getHeldCount();
+  // Records held since states were kept carry states computed for their texts: the repair
+  // then checks them at both ends instead of rescanning them all.
+  const bool scanned = Entry.StatesKept && KeepsLineStates_;
   TxTextItems& items = TextList_->getTextItems();
   if (KeepsLineStates_) CyXMLLineStates::BeforeEdit(items, first, removed, TotalDelta_);
   if (removed > 1) TextList_->Remove(first + 1, removed - 1);
@@ -478,9 +498,10 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
     SetLine(first, Entry.Lines->getLine(1));
     if (inserted > 1) {
       TextList_->InsertBefore(first + 1, *Entry.Lines, 2, inserted);
-      // Copied records bring their old deltas; the repair counts from zero.
-      for (int64_t line = first + 1; line < first + inserted; ++line)
-        items.getItems(line)->Delta = 0;
+      // Rescanned records are counted from zero by the repair.
+      if (!scanned)
+        for (int64_t line = first + 1; line < first + inserted; ++line)
+          items.getItems(line)->Delta = 0;
     }
   } else {
     SetLine(first, Entry.Line.getView());
@@ -506,7 +527,8 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
   Entry.Line = std::move(taken.Line);
   Entry.Lines = std::move(taken.Lines);
   Entry.LineCount = inserted;
-  RepairAfter(first, inserted, change);
+  Entry.StatesKept = taken.StatesKept;
+  RepairAfter(first, inserted, change, scanned);
   Notify(change);
 }
 

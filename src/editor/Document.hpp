@@ -132,8 +132,9 @@ class TxMarkupDocument {
   // otherwise, nothing changed). Text may hold line ends of any convention: they become the
   // document's newline. A NUL in Text is refused (code 17), nothing changed. Each call is one
   // undo step unless it merges (typing) or a compound change is open. Returns the position
-  // behind the inserted text. Cost: the touched lines plus the repair, plus one block move of
-  // the line records behind the change when the line count changes.
+  // behind the inserted text. Cost: the touched lines plus the repair, plus, when the line
+  // count changes, a move of the records between the previous such edit and this one (the
+  // records' gap, TxTextItems). Text beyond 1 Mi units is loaded and scanned in parallel.
 
   TyTextPosition ReplaceRange(const TyTextRange& Range, std::u16string_view Text,
                               TyEditKind Kind = TyEditKind::ekOther);
@@ -214,7 +215,11 @@ class TxMarkupDocument {
   TyUndoEntry CaptureLines(int64_t FirstLine, int64_t Count) const;
   void ApplyEntry(TyUndoEntry& Entry, bool FromUndo);
   void SetLine(int64_t Index, std::u16string_view Text);
-  int64_t RepairAfter(int64_t FirstLine, int64_t ChangedCount, TyDocumentChange& Change);
+  // Repairs the line states after lines FirstLine .. FirstLine + ChangedCount - 1 changed and
+  // fills the change's state range. Scanned: lines behind the first carry states of a scan of
+  // their texts (CyXMLLineStates::AfterInsertScanned), else all changed lines are rescanned.
+  int64_t RepairAfter(int64_t FirstLine, int64_t ChangedCount, TyDocumentChange& Change,
+                      bool Scanned = false);
   // Tells the markers and listeners that the whole text was replaced.
   void NotifyWholeContent(int64_t OldCount, TyTextPosition OldEnd, bool FromUndo);
   void Notify(TyDocumentChange& Change);

@@ -46,6 +46,7 @@ struct TyUndoEntry {
   std::unique_ptr<TxTextList> Lines;  // several lines, or the whole old text (WholeContent)
   bool WholeContent = false;          // Lines replaces every line
   int64_t TotalDelta = 0;             // WholeContent: the held list's total delta
+  bool StatesKept = false;  // the held records carry the line states computed for their texts
   int64_t getHeldCount() const { return Lines ? Lines->getCount() : 1; }
 };
 

@@ -173,9 +173,8 @@ void CyPageMemory::Populate(void* Begin, size_t Bytes) {
 
 void CyMemoryBlockWithZero::Reserve(size_t Count) {
   if (Count <= Capacity_) return;
-  const size_t capacity = std::max({Count, Capacity_ + Capacity_ / 2, size_t{16}});
-  Data_ = CyPageMemory::Resize(Data_, Capacity_ * ElementSize_, capacity * ElementSize_);
-  Capacity_ = capacity;
+  Data_ = CyPageMemory::Resize(Data_, Capacity_ * ElementSize_, Count * ElementSize_);
+  Capacity_ = Count;
 }
 
 void CyMemoryBlockWithZero::ResetUninitialized(size_t Count) {

@@ -43,8 +43,9 @@ class CyMemoryBlockWithZero {
   void* getData() const { return Data_; }
   // Elements that fit without moving the block.
   size_t getCapacity() const { return Capacity_; }
-  // Makes room for at least Count elements (growing by half again at least, so appends are
-  // amortised constant); the contents and the zero tail are kept.
+  // Makes room for at least Count elements; when it grows, to exactly Count (the caller
+  // chooses the slack). The contents are kept and the new elements zero-filled; a mapped
+  // block grows by remapping, without copying.
   void Reserve(size_t Count);
   // Drops the contents and leaves a block of exactly Count elements whose contents are
   // undefined: the caller writes every element (a load fills all records in parallel, so

@@ -52,49 +52,104 @@ void CyTextItemsCrusher::Crush_PARALLEL(TxItem* TextItems, int64_t TextItemsCoun
 
 TxTextItems::~TxTextItems() { Clear(); }
 
+TxItem* TxTextItems::getSpan(int64_t Index, int64_t Count, int64_t& Length) const {
+  const int64_t at = Index - 1;
+  const int64_t limit = at < GapStart_ ? GapStart_ : Count_;
+  Length = std::max<int64_t>(0, std::min(Count, limit - at));
+  return getItems(Index);
+}
+
+void TxTextItems::MoveGap(int64_t At) {
+  if (At == GapStart_) return;
+  if (GapSize_ > 0) {
+    TxItem* base = data();
+    if (At < GapStart_)
+      std::memmove(static_cast<void*>(base + At + GapSize_), base + At,
+                   static_cast<size_t>(GapStart_ - At) * sizeof(TxItem));
+    else
+      std::memmove(static_cast<void*>(base + GapStart_), base + GapStart_ + GapSize_,
+                   static_cast<size_t>(At - GapStart_) * sizeof(TxItem));
+  }
+  GapStart_ = At;
+}
+
+void TxTextItems::ReserveGap(int64_t Count) {
+  if (GapSize_ >= Count) return;
+  // Doubling while small keeps appends amortised constant; for large lists 1/64 of the count
+  // bounds the gap's memory while a paste of many lines still fits without another move.
+  const int64_t slack = std::max<int64_t>({16, std::min<int64_t>(Count_, 65536), Count_ / 64});
+  const int64_t oldCapacity = Count_ + GapSize_;
+  const int64_t capacity = Count_ + Count + slack;
+  const int64_t behind = Count_ - GapStart_;
+  Block_.Reserve(static_cast<size_t>(capacity));
+  TxItem* base = data();
+  if (behind > 0)
+    std::memmove(static_cast<void*>(base + capacity - behind), base + oldCapacity - behind,
+                 static_cast<size_t>(behind) * sizeof(TxItem));
+  GapSize_ = capacity - Count_;
+}
+
 TxItem* TxTextItems::InsertBefore(int64_t Index, int64_t Count) {
   if (Count <= 0) return nullptr;
-  Block_.Reserve(static_cast<size_t>(Count_ + Count));
-  TxItem* at = data() + (Index - 1);
-  std::memmove(at + Count, at, static_cast<size_t>(Count_ - (Index - 1)) * sizeof(TxItem));
+  MoveGap(Index - 1);
+  ReserveGap(Count);
+  TxItem* at = data() + GapStart_;
   std::memset(static_cast<void*>(at), 0, static_cast<size_t>(Count) * sizeof(TxItem));
+  GapStart_ += Count;
+  GapSize_ -= Count;
   Count_ += Count;
   return at;
 }
 
 void TxTextItems::Remove(int64_t Index, int64_t Count) {
   if (Count <= 0) return;
-  TxItem* at = data() + (Index - 1);
-  CyTextItemsCrusher::Crush_PARALLEL(at, Count);
-  std::memmove(static_cast<void*>(at), at + Count,
-               static_cast<size_t>(Count_ - (Index - 1) - Count) * sizeof(TxItem));
+  const int64_t first = Index - 1;
+  // The gap joins the removed records from whichever side moves fewer records; a gap inside
+  // the range moves nothing.
+  if (GapStart_ <= first)
+    MoveGap(first);
+  else if (GapStart_ >= first + Count)
+    MoveGap(first + Count);
+  TxItem* base = data();
+  const int64_t before = GapStart_ - first;  // removed records in front of the gap
+  if (before > 0) CyTextItemsCrusher::Crush_PARALLEL(base + first, before);
+  if (Count - before > 0)
+    CyTextItemsCrusher::Crush_PARALLEL(base + GapStart_ + GapSize_, Count - before);
+  GapStart_ = first;
+  GapSize_ += Count;
   Count_ -= Count;
-  std::memset(static_cast<void*>(data() + Count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
 }
 
 void TxTextItems::Clear() {
-  CyTextItemsCrusher::Crush_PARALLEL(data(), Count_);
+  if (GapStart_ > 0) CyTextItemsCrusher::Crush_PARALLEL(data(), GapStart_);
+  if (Count_ > GapStart_)
+    CyTextItemsCrusher::Crush_PARALLEL(data() + GapStart_ + GapSize_, Count_ - GapStart_);
   Block_.ResetUninitialized(0);
-  Count_ = 0;
+  Count_ = GapStart_ = GapSize_ = 0;
 }
 
 void TxTextItems::Trim(int64_t Count) {
   Count = std::min(Count, Count_);
+  if (Count <= 0) return;
+  // The records behind the gap end at the block's end: the gap moves in front of the dropped
+  // ones, which then join it.
+  MoveGap(Count_ - Count);
+  GapSize_ += Count;
   Count_ -= Count;
-  std::memset(static_cast<void*>(data() + Count_), 0, static_cast<size_t>(Count) * sizeof(TxItem));
 }
 
 void TxTextItems::Allocate(int64_t Count) {
   Clear();
   Block_.ResetUninitialized(static_cast<size_t>(Count));
-  Count_ = Count;
+  Count_ = GapStart_ = Count;
+  GapSize_ = 0;
 }
 
 void TxTextItems::Abandon() {
   // Given back rather than zero-filled: a fill may stop (cancelled) with most of a huge block
   // not even faulted in.
   Block_.ResetUninitialized(0);
-  Count_ = 0;
+  Count_ = GapStart_ = GapSize_ = 0;
 }
 
 int64_t TxTextItems::CalcDelta(int64_t FirstLine, int64_t LastLine) const {

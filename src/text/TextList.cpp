@@ -108,9 +108,13 @@ int64_t TxTextList::Dent(int64_t FirstLine, const std::vector<std::u16string>& S
     const std::u16string_view old = item->TextUTF16.getView();
     const size_t cut = std::min(Source[k].size(), old.size());
     if (old.substr(0, cut) == Target[k] && cut == Target[k].size()) continue;  // unchanged
-    text.assign(Target[k]);
-    text.append(old.substr(cut));
-    item->TextUTF16.Replace(text);
+    if (cut == old.size()) {
+      item->TextUTF16.Replace(Target[k]);  // the whole line: no joined copy first
+    } else {
+      text.assign(Target[k]);
+      text.append(old.substr(cut));
+      item->TextUTF16.Replace(text);
+    }
     item->UniqueID = CreateUniqueID();
     ++changed;
   }

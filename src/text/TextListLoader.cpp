@@ -192,6 +192,7 @@ inline void writeRecord(TxItem* Target, const TxItem& Source) {
 int64_t CyTextListLoaderPiece::FillTextList(CyTextOwner* Owner, const TyJobContext& Job) {
   char16_t* at = DataPartUTF16.Start;
   char16_t* const end = DataPartUTF16.End;
+  // Allocate left the records contiguous (no gap), so the piece walks them by pointer.
   TxItem* item = TextList->getItems(TextListOffset + 1);
   TxItem* const first = item;
   // Take the page faults of this piece's records here, in parallel with the other pieces, a

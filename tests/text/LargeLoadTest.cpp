@@ -48,13 +48,16 @@ TEST(LargeLoad, ReusedBuffersGiveTheSameListsAsFreshOnes) {
     }
     EXPECT_GT(CyPageMemory::getRetainedBytes(), 0u);
   }
-  // Growing the record block line by line crosses from the heap to a mapping and keeps the
-  // unused tail zero.
+  // Growing the record block line by line crosses from the heap to a mapping; records made
+  // room for come zero-filled even where removed ones lay.
   TxTextList list;
   for (int line = 0; line < 60000; ++line) list.InsertAtEnd(u"x");
   list.Remove(2, 59998);
   EXPECT_EQ(list.getText(), u"x\r\nx");
-  EXPECT_EQ(list.getTextItems().getItems(3)->TextUTF16.Owner, nullptr);
+  const TxItem* room = list.getTextItems().InsertBefore(2, 3);
+  for (int k = 0; k < 3; ++k) EXPECT_EQ(room[k].TextUTF16.Owner, nullptr);
+  list.getTextItems().Remove(2, 3);
+  EXPECT_EQ(list.getText(), u"x\r\nx");
   CyPageMemory::ReleaseRetained();
   EXPECT_EQ(CyPageMemory::getRetainedBytes(), 0u);
 }

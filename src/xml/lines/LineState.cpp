@@ -107,6 +107,22 @@ int64_t CyXMLLineStates::AfterEdit(TxTextItems& TextItems, int64_t FirstChangedL
          RepairFrom(TextItems, first, count - first + 1, ChangedCount, state, TotalDelta);
 }
 
+int64_t CyXMLLineStates::AfterInsertScanned(TxTextItems& TextItems, int64_t FirstLine,
+                                            int64_t Count, int64_t& TotalDelta) {
+  const int64_t count = TextItems.getCount();
+  const int64_t last = FirstLine + Count - 1;
+  if (Count < 2 || FirstLine < 1 || last > count)
+    return FirstLine - 1 + AfterEdit(TextItems, FirstLine, Count, TotalDelta);
+  TotalDelta += TextItems.CalcDelta(FirstLine + 1, last);
+  TxXMLParser parser;
+  const TyXMLLineState start = StateBefore(TextItems, FirstLine, parser);
+  const int64_t head =
+      RepairFrom(TextItems, FirstLine, count - FirstLine + 1, 1, start, TotalDelta);
+  if (FirstLine + head - 1 >= last) return FirstLine + head - 1;
+  const TyXMLLineState state = getStartState(*TextItems.getItems(last));
+  return last - 1 + RepairFrom(TextItems, last, count - last + 1, 1, state, TotalDelta);
+}
+
 void CyXMLParserParallel::UpdatePiece(CyXMLParserParam& Param) {
   TxTextItems& items = *Param.TextItems;
   const int64_t count = items.getCount();

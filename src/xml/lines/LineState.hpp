@@ -65,6 +65,18 @@ class CyXMLLineStates {
   // proportional to that number. Editor thread only.
   static int64_t AfterEdit(TxTextItems& TextItems, int64_t FirstChangedLine, int64_t ChangedCount,
                            int64_t& TotalDelta);
+  // After an edit that put Count >= 2 lines from FirstLine in place of others, where line
+  // FirstLine holds new text and lines FirstLine + 1 .. FirstLine + Count - 1 come with start
+  // states and counts that one scan of the same texts in the same order computed, from any
+  // start state (records restored by undo, or an inserted block scanned on its own): adds their
+  // deltas to TotalDelta, rescans line FirstLine and repairs on with the stop rule, then
+  // rescans the block's last line from its stored start state (its end-of-input flag may have
+  // differed) and repairs on behind it with the stop rule. Exact: where the repair stops inside
+  // the block the stored states agree and the rest of the block was computed from them. Returns
+  // the last line rewritten (at least the block's last). Cost: linear in Count for the delta
+  // sum, plus the lines whose state was wrong. Editor thread only.
+  static int64_t AfterInsertScanned(TxTextItems& TextItems, int64_t FirstLine, int64_t Count,
+                                    int64_t& TotalDelta);
 };
 
 class CyXMLParserParallel {

@@ -145,17 +145,29 @@ void TxXMLParser::ScanUntilEOL(const char16_t* Text, bool AtEnd, int32_t& LastDe
   SymbolWord = S_;
 }
 
+namespace {
+
+// One state word as one 8-byte load. The steps store the two words separately; copied as a pair,
+// they become one 16-byte load that the store buffer cannot serve, which stalls every token.
+inline uint64_t LoadWord(const uint64_t& Word) {
+  uint64_t word = Word;
+  asm("" : "+r"(word));
+  return word;
+}
+
+}  // namespace
+
 void TxXMLParser::Scan() {
   Token_.DeltaUp = false;
   Token_.DeltaDown = false;
-  Token_.StackG0 = G_;
-  Token_.StackS0 = S_;
+  Token_.StackG0 = LoadWord(G_);
+  Token_.StackS0 = LoadWord(S_);
   const char16_t* start = P_;
   // End of the text: a construct finished last is counted off at the final token.
   if (*start == kNul && ClosePending_) Begin(false);
   Step();
-  Token_.StackG1 = G_;
-  Token_.StackS1 = S_;
+  Token_.StackG1 = LoadWord(G_);
+  Token_.StackS1 = LoadWord(S_);
   Token_.Start = start;
   Token_.Offset0 = start - Base_;
   Token_.Offset1 = P_ - Base_;

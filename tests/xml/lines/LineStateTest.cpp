@@ -140,6 +140,66 @@ TEST(LineStateTest, RepairAfterRandomEditsEqualsAFreshScan) {
   }
 }
 
+// The same edits move the records' gap all over the list; parallel scans in between (pieces
+// reading lines on both sides of the gap) must leave what the repair left.
+TEST(LineStateTest, ParallelScansBetweenEditsAgreeWithTheRepair) {
+  std::mt19937 random(23);
+  TxTextList list;
+  Load(list, test::GenerateLines(random, 400));
+  int64_t total = 0;
+  CyXMLParserParallel::UpdateAllLines(list.getTextItems(), total, 3);
+  for (int edit = 0; edit < 300; ++edit) {
+    test::RandomEdit(random, list, total);
+    if (edit % 7 != 6) continue;
+    const std::vector<TyLineRecord> repaired = Stored(list.getTextItems());
+    int64_t scanned = 0;
+    CyXMLParserParallel::UpdateAllLines(list.getTextItems(), scanned, 2 + edit % 3);
+    ASSERT_EQ(Stored(list.getTextItems()), repaired) << "edit " << edit;
+    ASSERT_EQ(scanned, total) << "edit " << edit;
+  }
+}
+
+// A block of lines that carries states of its own scan (a large paste scanned apart, or lines
+// restored by undo with the states they had) is put in place of a random range; the repair
+// that checks only the block's ends must leave the records of a fresh scan.
+TEST(LineStateTest, InsertedScannedBlocksEqualAFreshScan) {
+  std::mt19937 random(31);
+  for (int round = 0; round < 300; ++round) {
+    TxTextList list;
+    Load(list, test::GenerateLines(random, 1 + static_cast<int>(random() % 40)));
+    TxTextItems& items = list.getTextItems();
+    int64_t total = 0;
+    CyXMLParserParallel::UpdateAllLines(items, total, 2);
+    const int64_t count = list.getCount();
+    const int64_t first = 1 + static_cast<int64_t>(random() % static_cast<uint32_t>(count));
+    const int64_t removed =
+        1 + static_cast<int64_t>(random() % static_cast<uint32_t>(count - first + 1));
+    // The block: lines of the list itself with their states (undo's case) or new lines
+    // scanned on their own from the document-level state (a paste).
+    TxTextList block;
+    if (round % 2 == 0) {
+      const int64_t from = 1 + static_cast<int64_t>(random() % static_cast<uint32_t>(count));
+      const int64_t to = std::min(count, from + 1 + static_cast<int64_t>(random() % 20));
+      block.InsertAtEnd(list, from, to);
+    } else {
+      Load(block, test::GenerateLines(random, 2 + static_cast<int>(random() % 20)));
+      int64_t blockTotal = 0;
+      CyXMLParserParallel::UpdateAllLines(block.getTextItems(), blockTotal, 3);
+    }
+    if (block.getCount() < 2) continue;
+    CyXMLLineStates::BeforeEdit(items, first, removed, total);
+    if (removed > 1) list.Remove(first + 1, removed - 1);
+    list.Dent(first, {std::u16string(list.getLine(first))}, {std::u16string(block.getLine(1))});
+    list.InsertBefore(first + 1, block, 2, block.getCount());
+    const int64_t last = CyXMLLineStates::AfterInsertScanned(items, first, block.getCount(), total);
+    int64_t expectedTotal = 0;
+    const std::vector<TyLineRecord> expected = ReferenceScan(items, expectedTotal);
+    ASSERT_EQ(Stored(items), expected) << "round " << round;
+    ASSERT_EQ(total, expectedTotal) << "round " << round;
+    ASSERT_GE(last, first + block.getCount() - 1) << "round " << round;
+  }
+}
+
 TEST(LineStateTest, TypingInCharacterDataRewritesOneLine) {
   TxTextList list;
   Load(list, u"<r>\n<a>one</a>\n<a>two</a>\n<a>three</a>\n</r>");
