@@ -1,9 +1,9 @@
 #include "app/FilePreview.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 
-#include "common/InputBytes.hpp"
 #include "text/Encoding.hpp"
 
 namespace xylem {
@@ -50,14 +50,19 @@ std::optional<TyFilePreview> Decode(std::string_view Bytes, const std::string& P
 }  // namespace
 
 int64_t CountLineEnds(const char* Bytes, size_t Size) {
-  int64_t count = 0;
-  const char* const end = Bytes + Size;
-  for (const char* p = Bytes; (p = static_cast<const char*>(std::memchr(p, '\n', end - p))); ++p)
-    ++count;
-  // A CR counts unless an LF (already counted) follows it.
-  for (const char* p = Bytes; (p = static_cast<const char*>(std::memchr(p, '\r', end - p))); ++p)
-    if (p + 1 == end || p[1] != '\n') ++count;
-  return count;
+  // One branch-free pass (the compiler vectorises it); pairs only when there is a CR at all.
+  size_t lf = 0, cr = 0;
+  for (size_t i = 0; i < Size; ++i) {
+    lf += Bytes[i] == '\n';
+    cr += Bytes[i] == '\r';
+  }
+  size_t pairs = 0;
+  if (cr > 0) {
+    const char* const end = Bytes + Size;
+    for (const char* p = Bytes; (p = static_cast<const char*>(std::memchr(p, '\r', end - p))); ++p)
+      pairs += p + 1 < end && p[1] == '\n';
+  }
+  return static_cast<int64_t>(lf + cr - pairs);
 }
 
 size_t FindTagLineStart(const char* Bytes, size_t From, size_t Size) {
@@ -97,31 +102,34 @@ std::optional<TyFilePreview> ReadHeadPreview(const std::string& Path, size_t Max
 
 std::optional<TyFilePreview> ReadTailPreview(const std::string& Path, const TyFilePreview& Head,
                                              size_t MaxBytes) {
-  std::optional<CyInputBytes> input;
-  try {
-    input = CyInputBytes::FromPath(Path);
-  } catch (const std::exception&) {
-    return std::nullopt;
-  }
-  if (!input->IsMapped()) return std::nullopt;
-  const auto* data = reinterpret_cast<const char*>(input->getData());
-  const size_t size = input->getSize();
-  const size_t window = size > MaxBytes ? size - MaxBytes : 0;
-  std::string bytes;
-  bytes.resize(size - window);
-  int64_t lineEnds = 0;
+  // Read, not mapped: the pages of a mapping would count in the process's memory beside the
+  // load's own mapping of the same file.
+  std::ifstream in(Path, std::ios::binary | std::ios::ate);
+  if (!in) return std::nullopt;
+  const auto size = static_cast<uint64_t>(in.tellg());
+  const uint64_t window = size > MaxBytes ? size - MaxBytes : 0;
+  std::string bytes(static_cast<size_t>(size - window), '\0');
+  in.seekg(static_cast<std::streamoff>(window));
+  if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) return std::nullopt;
   size_t start = 0;
-  const bool read = ReadMapped([&] {
-    std::memcpy(bytes.data(), data + window, size - window);
-    if (window > 0) {
-      // The window's first line is cut; a line start is behind its first line end (an LF at
-      // the window's start ends the line, or the pair whose CR lies before it).
-      const size_t first = NextLineStart(bytes.data(), 0, bytes.size());
-      start = FindTagLineStart(bytes.data(), first, bytes.size());
-    }
-    lineEnds = CountLineEnds(data, window + start);
-  });
-  if (!read) return std::nullopt;
+  if (window > 0) {
+    // The window's first line is cut; a line start is behind its first line end (an LF at the
+    // window's start ends the line, or the pair whose CR lies before it).
+    start =
+        FindTagLineStart(bytes.data(), NextLineStart(bytes.data(), 0, bytes.size()), bytes.size());
+  }
+  // Line ends before the stretch, in chunks; a pair split between chunks counts once.
+  int64_t lineEnds = 0;
+  std::string chunk(size_t{1} << 20, '\0');
+  in.seekg(0);
+  bool afterCR = false;
+  for (uint64_t left = window + start; left > 0;) {
+    const size_t count = static_cast<size_t>(std::min<uint64_t>(left, chunk.size()));
+    if (!in.read(chunk.data(), static_cast<std::streamsize>(count))) return std::nullopt;
+    lineEnds += CountLineEnds(chunk.data(), count) - (afterCR && chunk[0] == '\n' ? 1 : 0);
+    afterCR = chunk[count - 1] == '\r';
+    left -= count;
+  }
   TyDocumentLoadOptions options;
   options.Encoding = Head.Loaded.Format.Encoding;
   std::optional<TyFilePreview> preview =

@@ -198,6 +198,26 @@ class LoadPreviewTest : public QObject {
     CompareWithFile(end, tail->WholeLines, full, tail->FirstLine);
   }
 
+  // A CR LF pair split between the chunks the tail's numbering reads counts once.
+  void numbersTheTailAcrossChunks() {
+    std::string content = "x";
+    while (content.size() < (size_t{3} << 19)) content += "ab\r\n";
+    QCOMPARE(content[(size_t{1} << 20) - 1], '\r');
+    const std::string path = Write(QStringLiteral("pairs.txt"), content);
+    std::optional<TyLoadedDocument> loaded = TxMarkupDocument::ReadFile(path, {});
+    QVERIFY(loaded);
+    TxMarkupDocument full;
+    full.InstallLoaded(std::move(*loaded));
+    std::optional<TyFilePreview> head = ReadHeadPreview(path, 1000);
+    QVERIFY(head);
+    std::optional<TyFilePreview> tail = ReadTailPreview(path, *head, 1000);
+    QVERIFY(tail);
+    QCOMPARE(tail->FirstLine + tail->WholeLines - 1, full.getLineCount());
+    TxMarkupDocument end;
+    end.InstallLoaded(std::move(tail->Loaded));
+    CompareWithFile(end, tail->WholeLines, full, tail->FirstLine);
+  }
+
   // UTF-16 and binary files get no preview (their bytes 0x0A are not all line ends).
   void refusesWhatItCannotCut() {
     const std::string utf16 =
