@@ -68,6 +68,7 @@ CyEditorTab::CyEditorTab(QWidget* Parent)
 }
 
 CyEditorTab::~CyEditorTab() {
+  Counter_.reset();
   Loader_.reset();  // stops and joins the load; what it posted is dropped with this object
   Document_->RemoveListener(this);
   Checks_.reset();  // joins the worker before the view and the document go
@@ -135,6 +136,8 @@ void CyEditorTab::OpenInBackground(const std::string& Path) {
 void CyEditorTab::EndLoading() {
   if (Loader_) Loader_->request_stop();
   Loader_.reset();
+  Counter_.reset();
+  ++CountGeneration_;
   Progress_.reset();
   ProgressTimer_.stop();
   Head_.reset();
@@ -144,7 +147,8 @@ void CyEditorTab::EndLoading() {
 
 void CyEditorTab::FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadResult>& Result) {
   if (Generation != LoadGeneration_ || !Loader_) return;  // cancelled meanwhile
-  const int64_t base = View_->getLineNumberBase();
+  const bool showsEnd = ShowsEnd_;
+  const int64_t previewLines = Document_->getLineCount();
   const int64_t top = View_->verticalScrollBar()->value();
   TySelection selection = Document_->getSelection();
   EndLoading();
@@ -157,7 +161,10 @@ void CyEditorTab::FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadRe
     return;
   }
   Document_->InstallLoaded(std::move(*Result->Loaded));
-  // The preview's lines are the file's lines base + 1 ...: the same text stays on screen.
+  // The preview's lines are the file's lines base + 1 ...: the same text stays on screen. The
+  // end preview runs to the file's end, whether or not its count has arrived.
+  const int64_t base =
+      showsEnd ? std::max<int64_t>(0, Document_->getLineCount() - previewLines) : 0;
   View_->setLineNumbering(0, LineCountHint_);
   selection.Anchor.Line += base;
   selection.Caret.Line += base;
@@ -183,9 +190,29 @@ bool CyEditorTab::ShowPreview(bool ToEnd) {
   std::optional<TyFilePreview> preview =
       ToEnd ? ReadTailPreview(LoadingPath_, *Head_) : ReadHeadPreview(LoadingPath_);
   if (!preview) return false;
+  Counter_.reset();  // a count for an earlier end preview is not wanted any more
+  const uint64_t generation = ++CountGeneration_;
   Document_->InstallLoaded(std::move(preview->Loaded));
-  View_->setLineNumbering(preview->FirstLine - 1, LineCountHint_);
   ShowsEnd_ = ToEnd;
+  if (ToEnd) {
+    // The lines show at once; their numbers follow when the line ends before them are counted.
+    View_->setLineNumbering(-1, LineCountHint_);
+    Counter_ =
+        std::make_unique<std::jthread>([this, path = LoadingPath_, offset = preview->StretchOffset,
+                                        generation](std::stop_token Stop) {
+          const int64_t lineEnds = CountFileLineEnds(path, offset, Stop);
+          if (lineEnds < 0) return;
+          QMetaObject::invokeMethod(
+              this,
+              [this, lineEnds, generation] {
+                if (generation == CountGeneration_ && ShowsEnd_)
+                  View_->setLineNumbering(lineEnds, LineCountHint_);
+              },
+              Qt::QueuedConnection);
+        });
+  } else {
+    View_->setLineNumbering(0, LineCountHint_);
+  }
   View_->setSelection(TySelection::At(ToEnd ? Document_->getEndPosition() : TyTextPosition{1, 1}));
   return true;
 }

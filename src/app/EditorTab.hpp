@@ -60,8 +60,9 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   // Stops a background load (waits for its worker, a fraction of a second); the document
   // becomes empty and untitled, and loadEnded(false, "") follows.
   void CancelLoad();
-  // While loading: shows the file's last lines (numbered as in the file) with the caret at the
-  // end, or the first ones again (ToEnd false). False when the file allows no preview.
+  // While loading: shows the file's last lines with the caret at the end, or the first ones
+  // again (ToEnd false). The last lines are numbered as in the file once a worker has counted
+  // the line ends before them (no numbers until then). False when the file allows no preview.
   bool ShowPreview(bool ToEnd);
   // True while the view shows the file's last lines rather than its first.
   bool getShowsEnd() const { return ShowsEnd_; }
@@ -120,6 +121,9 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   class CyLoadProgress;
   std::unique_ptr<CyLoadProgress> Progress_;
   std::unique_ptr<std::jthread> Loader_;
+  // Counts the line ends before the end preview, for its line numbers.
+  std::unique_ptr<std::jthread> Counter_;
+  uint64_t CountGeneration_ = 0;
   uint64_t LoadGeneration_ = 0;
   std::string LoadingPath_;
   // The head preview's encoding and kind (its lines went to the document), for the tail.

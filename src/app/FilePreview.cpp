@@ -99,8 +99,6 @@ std::optional<TyFilePreview> ReadHeadPreview(const std::string& Path, size_t Max
 
 std::optional<TyFilePreview> ReadTailPreview(const std::string& Path, const TyFilePreview& Head,
                                              size_t MaxBytes) {
-  // Read, not mapped: the pages of a mapping would count in the process's memory beside the
-  // load's own mapping of the same file.
   std::ifstream in(Path, std::ios::binary | std::ios::ate);
   if (!in) return std::nullopt;
   const auto size = static_cast<uint64_t>(in.tellg());
@@ -115,18 +113,6 @@ std::optional<TyFilePreview> ReadTailPreview(const std::string& Path, const TyFi
     start =
         FindTagLineStart(bytes.data(), NextLineStart(bytes.data(), 0, bytes.size()), bytes.size());
   }
-  // Line ends before the stretch, in chunks; a pair split between chunks counts once.
-  int64_t lineEnds = 0;
-  std::string chunk(size_t{1} << 20, '\0');
-  in.seekg(0);
-  bool afterCR = false;
-  for (uint64_t left = window + start; left > 0;) {
-    const size_t count = static_cast<size_t>(std::min<uint64_t>(left, chunk.size()));
-    if (!in.read(chunk.data(), static_cast<std::streamsize>(count))) return std::nullopt;
-    lineEnds += CountLineEnds(chunk.data(), count) - (afterCR && chunk[0] == '\n' ? 1 : 0);
-    afterCR = chunk[count - 1] == '\r';
-    left -= count;
-  }
   TyDocumentLoadOptions options;
   options.Encoding = Head.Loaded.Format.Encoding;
   std::optional<TyFilePreview> preview =
@@ -134,9 +120,29 @@ std::optional<TyFilePreview> ReadTailPreview(const std::string& Path, const TyFi
   if (!preview) return std::nullopt;
   preview->FileBytes = size;
   preview->StretchBytes = bytes.size() - start;
-  preview->FirstLine = lineEnds + 1;
+  preview->FirstLine = 0;
+  preview->StretchOffset = window + start;
   preview->WholeLines = preview->Loaded.List->getCount();
   return preview;
+}
+
+int64_t CountFileLineEnds(const std::string& Path, uint64_t Bytes, std::stop_token Stop) {
+  // Read, not mapped: the pages of a mapping would count in the process's memory beside the
+  // load's own mapping of the same file.
+  std::ifstream in(Path, std::ios::binary);
+  if (!in) return -1;
+  int64_t lineEnds = 0;
+  std::string chunk(size_t{1} << 20, '\0');
+  bool afterCR = false;  // a pair split between chunks counts once
+  for (uint64_t left = Bytes; left > 0;) {
+    if (Stop.stop_requested()) return -1;
+    const size_t count = static_cast<size_t>(std::min<uint64_t>(left, chunk.size()));
+    if (!in.read(chunk.data(), static_cast<std::streamsize>(count))) return -1;
+    lineEnds += CountLineEnds(chunk.data(), count) - (afterCR && chunk[0] == '\n' ? 1 : 0);
+    afterCR = chunk[count - 1] == '\r';
+    left -= count;
+  }
+  return lineEnds;
 }
 
 }  // namespace xylem

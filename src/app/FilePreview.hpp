@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "editor/Document.hpp"
@@ -23,8 +24,11 @@ namespace xylem {
 struct TyFilePreview {
   // The stretch's lines with their line states, ready for InstallLoaded.
   TyLoadedDocument Loaded;
-  // The file's line number of the stretch's first line.
+  // The file's line number of the stretch's first line: 1 for the first stretch; 0 (not
+  // counted) for the last, whose number is CountFileLineEnds(path, StretchOffset) + 1.
   int64_t FirstLine = 1;
+  // Where the stretch starts in the file, in bytes.
+  uint64_t StretchOffset = 0;
   // The stretch's first lines that are whole lines of the file; the first stretch has one more
   // line behind them, the empty rest after its last line end.
   int64_t WholeLines = 0;
@@ -40,12 +44,15 @@ std::optional<TyFilePreview> ReadHeadPreview(const std::string& Path,
                                              size_t MaxBytes = size_t{1} << 20);
 
 // The last stretch: from a safe line start among the last MaxBytes bytes to the end, decoded
-// in Head's encoding and coloured as Head's kind. Numbering the lines counts every line end
-// before the stretch (one pass over the file's bytes read in 1 MiB chunks, a few tenths of a
-// second per GiB when the file is cached). nullopt as for the head, and when the file shrank
-// meanwhile.
+// in Head's encoding and coloured as Head's kind; its lines are not numbered (FirstLine 0).
+// nullopt as for the head. Cost: the stretch's bytes.
 std::optional<TyFilePreview> ReadTailPreview(const std::string& Path, const TyFilePreview& Head,
                                              size_t MaxBytes = size_t{256} << 10);
+
+// The line ends among the file's first Bytes bytes (Bytes a line start), read in 1 MiB chunks:
+// about a tenth of a second per GiB when the file is cached. -1 when the file cannot be read
+// that far or Stop was requested (polled per chunk).
+int64_t CountFileLineEnds(const std::string& Path, uint64_t Bytes, std::stop_token Stop = {});
 
 // Line ends in Bytes as a load counts them: LF, lone CR and CR LF each count once.
 int64_t CountLineEnds(const char* Bytes, size_t Size);

@@ -412,8 +412,9 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
     Painter.setPen(Line == Document_.getSelection().Caret.Line ? Theme_.Foreground
                                                                : Theme_.GutterForeground);
   }
-  Painter.drawText(QRect(0, Y, Width - foldWidth - 2, LineHeight_),
-                   Qt::AlignRight | Qt::AlignVCenter, QString::number(LineNumberBase_ + Line));
+  if (LineNumberBase_ >= 0)
+    Painter.drawText(QRect(0, Y, Width - foldWidth - 2, LineHeight_),
+                     Qt::AlignRight | Qt::AlignVCenter, QString::number(LineNumberBase_ + Line));
   if (!FoldRangeAt(Line)) return;
   // A boxed minus for an open range, a boxed plus for a collapsed one.
   const int size = std::max(7, LineHeight_ / 2 | 1);

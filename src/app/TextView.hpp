@@ -53,7 +53,7 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   bool getReadOnly() const { return ReadOnly_; }
   // The gutter shows Base + line for each line (a stretch of a longer file) and is at least
   // as wide as CountHint's number needs, so that it keeps its width when the whole file
-  // arrives. (0, 0): the document's own numbers.
+  // arrives; Base -1: numbers not known yet, none shown. (0, 0): the document's own numbers.
   void setLineNumbering(int64_t Base, int64_t CountHint);
   int64_t getLineNumberBase() const { return LineNumberBase_; }
 
