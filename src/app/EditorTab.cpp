@@ -40,6 +40,9 @@ class CyEditorTab::CyLoadProgress : public IyProgressSink {
 
 struct CyEditorTab::TyLoadResult {
   std::optional<TyLoadedDocument> Loaded;  // empty: failed (Error) or stopped
+  // A copy of the loaded lines for the first check, made on the loading thread: copying
+  // millions of records would hold the window up at the switch.
+  std::unique_ptr<TxTextList> CheckLines;
   std::string Error;
 };
 
@@ -123,6 +126,11 @@ void CyEditorTab::OpenInBackground(const std::string& Path) {
       options.Job.Progress = progress;
       options.Job.StopToken = Stop;
       result->Loaded = TxMarkupDocument::ReadFile(Path, options, pieces);
+      if (result->Loaded && !Stop.stop_requested()) {
+        const TxTextList& lines = *result->Loaded->List;
+        result->CheckLines = std::make_unique<TxTextList>();
+        result->CheckLines->InsertAtEnd(lines, 1, lines.getCount());
+      }
     } catch (const std::exception& e) {
       result->Error = e.what();
     }
@@ -171,7 +179,15 @@ void CyEditorTab::FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadRe
   View_->setSelection(
       {Document_->ClampPosition(selection.Anchor), Document_->ClampPosition(selection.Caret)});
   View_->verticalScrollBar()->setValue(static_cast<int>(base + top));
-  AfterOpen();
+  NoteSaved();
+  CheckTimer_.stop();
+  if (Result->CheckLines)
+    Checks_->Start(std::make_shared<const TxDocumentSnapshot>(
+        std::move(Result->CheckLines), std::u16string(Document_->getNewline()),
+        Document_->getKind(), Document_->getPath(), Document_->getGeneration()));
+  else
+    CheckNow();
+  Q_EMIT titleChanged();
   Q_EMIT loadEnded(true, {});
 }
 

@@ -20,6 +20,9 @@
 #include "app/LineColors.hpp"
 #include "app/MainWindow.hpp"
 #include "app/TextView.hpp"
+#include "diag/ErrList.hpp"
+#include "diag/ErrLocation.hpp"
+#include "diag/ErrRecord.hpp"
 
 using namespace xylem;
 
@@ -94,6 +97,17 @@ void NumberTail(const std::string& Path, TyFilePreview& Tail) {
   const int64_t lineEnds = CountFileLineEnds(Path, Tail.StretchOffset);
   QVERIFY(lineEnds >= 0);
   Tail.FirstLine = lineEnds + 1;
+}
+
+// Where the tab's errors are, in order.
+QStringList ErrorPlaces(CyEditorTab& Tab) {
+  QStringList places;
+  if (IyXMLErrsPtr errs = Tab.getErrs())
+    for (int32_t i = 0; i < errs->getCount(); ++i) {
+      const IyXMLLocationPtr& at = errs->getXMLErr(i)->getLocation();
+      places << QStringLiteral("%1:%2").arg(at ? at->getLine() : 0).arg(at ? at->getLinepos() : 0);
+    }
+  return places;
 }
 
 void Press(QWidget* Widget, int Key, Qt::KeyboardModifiers Modifiers = Qt::NoModifier,
@@ -249,6 +263,7 @@ class LoadPreviewTest : public QObject {
     tab.setBackgroundLoadBytes(0);
     tab.setBeforeLoadHook([&gate] { gate.acquire(); });
     QSignalSpy ended(&tab, &CyEditorTab::loadEnded);
+    QSignalSpy checked(&tab, &CyEditorTab::errorsChanged);
     tab.Open(QString::fromStdString(path));
     QVERIFY(tab.getLoading());
     QVERIFY(tab.getView()->getReadOnly());
@@ -276,6 +291,15 @@ class LoadPreviewTest : public QObject {
     QVERIFY(document.getLine(90) == line90);
     QCOMPARE(tab.getView()->getGutterWidth(), gutter);
     QVERIFY(!document.getModified());
+    // The first check ran on the lines copied by the loading thread, as the loaded document.
+    QVERIFY(checked.isEmpty());
+    QVERIFY(checked.wait(20000));
+    QCOMPARE(tab.getChecks().getResultGeneration(), document.getGeneration());
+    const QStringList first = ErrorPlaces(tab);
+    QVERIFY(!first.isEmpty());  // &ent; is not declared
+    tab.CheckNow();             // on a snapshot the document makes itself
+    QVERIFY(checked.wait(20000));
+    QCOMPARE(ErrorPlaces(tab), first);
     Press(tab.getView(), Qt::Key_X, Qt::NoModifier, QStringLiteral("x"));
     QVERIFY(document.getModified());
   }
