@@ -79,7 +79,11 @@ CyEditorTab::~CyEditorTab() {
 }
 
 void CyEditorTab::Open(const QString& Path) {
-  if (Loader_) CancelLoad();
+  if (Loader_) {
+    // Replaced by the new file: no loadEnded, which would have the window close the tab.
+    ++LoadGeneration_;
+    EndLoading();
+  }
   const QFileInfo info(Path);
   if (info.isFile() && info.size() >= BackgroundLoadBytes_)
     return OpenInBackground(Path.toStdString());
