@@ -47,6 +47,18 @@ std::optional<TyFilePreview> Decode(std::string_view Bytes, const std::string& P
   }
 }
 
+// The first line start in Bytes[From, Size) that begins, after blanks, with a start or end
+// tag; From when none does. From is a line start.
+size_t FindTagLineStart(const char* Bytes, size_t From, size_t Size) {
+  for (size_t line = From; line < Size; line = NextLineStart(Bytes, line, Size)) {
+    size_t i = line;
+    while (i < Size && (Bytes[i] == ' ' || Bytes[i] == '\t')) ++i;
+    if (i + 1 < Size && Bytes[i] == '<' && (IsNameStart(Bytes[i + 1]) || Bytes[i + 1] == '/'))
+      return line;
+  }
+  return From;
+}
+
 }  // namespace
 
 int64_t CountLineEnds(const char* Bytes, size_t Size) {
@@ -60,16 +72,6 @@ int64_t CountLineEnds(const char* Bytes, size_t Size) {
   for (const char* p = Bytes; (p = static_cast<const char*>(std::memchr(p, '\r', end - p))); ++p)
     if (p + 1 == end || p[1] != '\n') ++count;
   return count;
-}
-
-size_t FindTagLineStart(const char* Bytes, size_t From, size_t Size) {
-  for (size_t line = From; line < Size; line = NextLineStart(Bytes, line, Size)) {
-    size_t i = line;
-    while (i < Size && (Bytes[i] == ' ' || Bytes[i] == '\t')) ++i;
-    if (i + 1 < Size && Bytes[i] == '<' && (IsNameStart(Bytes[i + 1]) || Bytes[i + 1] == '/'))
-      return line;
-  }
-  return From;
 }
 
 std::optional<TyFilePreview> ReadHeadPreview(const std::string& Path, size_t MaxBytes) {

@@ -57,9 +57,4 @@ int64_t CountFileLineEnds(const std::string& Path, uint64_t Bytes, std::stop_tok
 // Line ends in Bytes as a load counts them: LF, lone CR and CR LF each count once.
 int64_t CountLineEnds(const char* Bytes, size_t Size);
 
-// The offset of the first line start in Bytes[From, Size) that begins, after blanks, with a
-// start tag or an end tag; the first line start at or after From when none does, and Size when
-// there is no line start at all. From is a line start.
-size_t FindTagLineStart(const char* Bytes, size_t From, size_t Size);
-
 }  // namespace xylem

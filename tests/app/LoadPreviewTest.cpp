@@ -154,24 +154,6 @@ class LoadPreviewTest : public QObject {
     }
   }
 
-  void findsTagLines_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("first line") << QByteArray("<a>\n") << 0 << 0;
-    QTest::newRow("blanks before") << QByteArray("text\n \t<b>\n") << 0 << 5;
-    QTest::newRow("end tag") << QByteArray("x\n</a>\n") << 0 << 2;
-    QTest::newRow("not a name") << QByteArray("< a\n<1\n<!-- c\n<_x>") << 0 << 14;
-    QTest::newRow("crlf") << QByteArray("x\r\n<a>") << 0 << 3;
-    QTest::newRow("none") << QByteArray("x\ny\n") << 2 << 2;
-  }
-  void findsTagLines() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, from);
-    QFETCH(int, expected);
-    QCOMPARE(FindTagLineStart(bytes.constData(), from, bytes.size()), size_t(expected));
-  }
-
   // The previews against the whole file, over line ends, encodings and stretch sizes that cut
   // the file at every kind of line.
   void previewsMatchTheLoadedFile_data() {
