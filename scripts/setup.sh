@@ -12,7 +12,7 @@ packages=(g++ cmake ninja-build ccache pkg-config libpcre2-dev libcli11-dev nloh
           libgtest-dev libgmock-dev libxml2-dev default-jdk-headless libsaxonhe-java
           libxerces2-java jing)
 case "${1:-release}" in
-  bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time) ;;
+  bench) packages+=(libbenchmark-dev libexpat1-dev libxml2-utils jq hyperfine python3 time vim tmux) ;;
   test) packages+=(libxml2-utils clang-format qt6-base-dev xvfb xauth xdotool nodejs npm neovim) ;;
   release) packages+=(qt6-base-dev) ;;
   fuzz) packages+=(clang libclang-rt-14-dev) ;;

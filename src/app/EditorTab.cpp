@@ -1,15 +1,50 @@
 #include "app/EditorTab.hpp"
 
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QMetaObject>
+#include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "app/TextView.hpp"
+#include "common/InputBytes.hpp"
 #include "diag/ErrList.hpp"
 #include "diag/ErrLocation.hpp"
 #include "diag/ErrRecord.hpp"
 
 namespace xylem {
+
+// The load's progress as its stages report it; written by the load's threads, read by the GUI.
+class CyEditorTab::CyLoadProgress : public IyProgressSink {
+ public:
+  void Begin(const char* Stage, uint64_t Total) override {
+    Done_.store(0, std::memory_order_relaxed);
+    Total_.store(Total, std::memory_order_relaxed);
+    Stage_.store(Stage, std::memory_order_release);
+  }
+  void Advance(uint64_t Count) override { Done_.fetch_add(Count, std::memory_order_relaxed); }
+  const char* getStage() const { return Stage_.load(std::memory_order_acquire); }
+  double getFraction() const {
+    const uint64_t total = Total_.load(std::memory_order_relaxed);
+    return total ? std::min(1.0, static_cast<double>(Done_.load(std::memory_order_relaxed)) /
+                                     static_cast<double>(total))
+                 : 0.0;
+  }
+
+ private:
+  std::atomic<const char*> Stage_{"Loading"};
+  std::atomic<uint64_t> Total_{0};
+  std::atomic<uint64_t> Done_{0};
+};
+
+struct CyEditorTab::TyLoadResult {
+  std::optional<TyLoadedDocument> Loaded;  // empty: failed (Error) or stopped
+  // A copy of the loaded lines for the first check, made on the loading thread: copying
+  // millions of records would hold the window up at the switch.
+  std::unique_ptr<TxTextList> CheckLines;
+  std::string Error;
+};
 
 CyEditorTab::CyEditorTab(QWidget* Parent)
     : QWidget(Parent), Document_(std::make_unique<TxMarkupDocument>()) {
@@ -30,23 +65,200 @@ CyEditorTab::CyEditorTab(QWidget* Parent)
   CheckTimer_.setInterval(500);
   connect(&CheckTimer_, &QTimer::timeout, this, &CyEditorTab::CheckNow);
   connect(&Watcher_, &QFileSystemWatcher::fileChanged, this, &CyEditorTab::OnFileChanged);
+  ProgressTimer_.setInterval(200);
+  connect(&ProgressTimer_, &QTimer::timeout, this, [this] { Q_EMIT titleChanged(); });
+  View_->installEventFilter(this);
 }
 
 CyEditorTab::~CyEditorTab() {
+  Counter_.reset();
+  Loader_.reset();  // stops and joins the load; what it posted is dropped with this object
   Document_->RemoveListener(this);
   Checks_.reset();  // joins the worker before the view and the document go
   delete View_;     // a child widget would outlive the document it listens to
 }
 
 void CyEditorTab::Open(const QString& Path) {
+  if (Loader_) {
+    // Replaced by the new file: no loadEnded, which would have the window close the tab.
+    ++LoadGeneration_;
+    EndLoading();
+  }
+  const QFileInfo info(Path);
+  if (info.isFile() && info.size() >= BackgroundLoadBytes_)
+    return OpenInBackground(Path.toStdString());
   Document_->LoadFromFile(Path.toStdString());
   View_->setSelection(TySelection::At({1, 1}));
+  AfterOpen();
+}
+
+void CyEditorTab::AfterOpen() {
   NoteSaved();
   CheckNow();
   Q_EMIT titleChanged();
 }
 
+void CyEditorTab::OpenInBackground(const std::string& Path) {
+  CyInputBytes::FromPath(Path);  // an unreadable file is refused at once, not later
+  Head_ = ReadHeadPreview(Path);
+  LoadingPath_ = Path;
+  ShowsEnd_ = false;
+  if (Head_) {
+    // The gutter is sized for the whole file from the preview's bytes per line, with room to
+    // spare, so that it keeps its width when the file arrives.
+    const double perLine = static_cast<double>(Head_->StretchBytes) /
+                           static_cast<double>(std::max<int64_t>(1, Head_->WholeLines));
+    LineCountHint_ =
+        static_cast<int64_t>(1.5 * static_cast<double>(Head_->FileBytes) / std::max(1.0, perLine));
+    Document_->InstallLoaded(std::move(Head_->Loaded));
+  } else {
+    LineCountHint_ = 0;
+    Document_->LoadFromText(u"", Path);
+  }
+  View_->setLineNumbering(0, LineCountHint_);
+  View_->setReadOnly(true);
+  View_->setSelection(TySelection::At({1, 1}));
+  Progress_ = std::make_unique<CyLoadProgress>();
+  const uint64_t generation = ++LoadGeneration_;
+  const int pieces = Document_->getOptions().PieceCount;
+  Loader_ = std::make_unique<std::jthread>([this, Path, generation, pieces, hook = BeforeLoadHook_,
+                                            progress = Progress_.get()](std::stop_token Stop) {
+    auto result = std::make_shared<TyLoadResult>();
+    try {
+      if (hook) hook();
+      TyDocumentLoadOptions options;
+      options.Job.Progress = progress;
+      options.Job.StopToken = Stop;
+      result->Loaded = TxMarkupDocument::ReadFile(Path, options, pieces);
+      if (result->Loaded && !Stop.stop_requested()) {
+        const TxTextList& lines = *result->Loaded->List;
+        result->CheckLines = std::make_unique<TxTextList>();
+        result->CheckLines->InsertAtEnd(lines, 1, lines.getCount());
+      }
+    } catch (const std::exception& e) {
+      result->Error = e.what();
+    }
+    QMetaObject::invokeMethod(
+        this, [this, generation, result] { FinishLoad(generation, result); }, Qt::QueuedConnection);
+  });
+  ProgressTimer_.start();
+  Q_EMIT titleChanged();
+}
+
+void CyEditorTab::EndLoading() {
+  if (Loader_) Loader_->request_stop();
+  Loader_.reset();
+  Counter_.reset();
+  ++CountGeneration_;
+  Progress_.reset();
+  ProgressTimer_.stop();
+  Head_.reset();
+  ShowsEnd_ = false;
+  View_->setReadOnly(false);
+}
+
+void CyEditorTab::FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadResult>& Result) {
+  if (Generation != LoadGeneration_ || !Loader_) return;  // cancelled meanwhile
+  const bool showsEnd = ShowsEnd_;
+  const int64_t previewLines = Document_->getLineCount();
+  const int64_t top = View_->verticalScrollBar()->value();
+  TySelection selection = Document_->getSelection();
+  EndLoading();
+  if (!Result->Loaded) {
+    Document_->LoadFromText(u"");
+    View_->setLineNumbering(0, 0);
+    Q_EMIT titleChanged();
+    Q_EMIT loadEnded(false, Result->Error.empty() ? tr("The load stopped.")
+                                                  : QString::fromStdString(Result->Error));
+    return;
+  }
+  Document_->InstallLoaded(std::move(*Result->Loaded));
+  // The preview's lines are the file's lines base + 1 ...: the same text stays on screen. The
+  // end preview runs to the file's end, whether or not its count has arrived.
+  const int64_t base =
+      showsEnd ? std::max<int64_t>(0, Document_->getLineCount() - previewLines) : 0;
+  View_->setLineNumbering(0, LineCountHint_);
+  selection.Anchor.Line += base;
+  selection.Caret.Line += base;
+  View_->setSelection(
+      {Document_->ClampPosition(selection.Anchor), Document_->ClampPosition(selection.Caret)});
+  View_->verticalScrollBar()->setValue(static_cast<int>(base + top));
+  NoteSaved();
+  CheckTimer_.stop();
+  if (Result->CheckLines)
+    Checks_->Start(std::make_shared<const TxDocumentSnapshot>(
+        std::move(Result->CheckLines), std::u16string(Document_->getNewline()),
+        Document_->getKind(), Document_->getPath(), Document_->getGeneration()));
+  else
+    CheckNow();
+  Q_EMIT titleChanged();
+  Q_EMIT loadEnded(true, {});
+}
+
+void CyEditorTab::CancelLoad() {
+  if (!Loader_) return;
+  ++LoadGeneration_;
+  EndLoading();
+  Document_->LoadFromText(u"");
+  View_->setLineNumbering(0, 0);
+  Q_EMIT titleChanged();
+  Q_EMIT loadEnded(false, {});
+}
+
+bool CyEditorTab::ShowPreview(bool ToEnd) {
+  if (!Loader_ || !Head_) return false;
+  std::optional<TyFilePreview> preview =
+      ToEnd ? ReadTailPreview(LoadingPath_, *Head_) : ReadHeadPreview(LoadingPath_);
+  if (!preview) return false;
+  Counter_.reset();  // a count for an earlier end preview is not wanted any more
+  const uint64_t generation = ++CountGeneration_;
+  Document_->InstallLoaded(std::move(preview->Loaded));
+  ShowsEnd_ = ToEnd;
+  if (ToEnd) {
+    // The lines show at once; their numbers follow when the line ends before them are counted.
+    View_->setLineNumbering(-1, LineCountHint_);
+    Counter_ =
+        std::make_unique<std::jthread>([this, path = LoadingPath_, offset = preview->StretchOffset,
+                                        generation](std::stop_token Stop) {
+          const int64_t lineEnds = CountFileLineEnds(path, offset, Stop);
+          if (lineEnds < 0) return;
+          QMetaObject::invokeMethod(
+              this,
+              [this, lineEnds, generation] {
+                if (generation == CountGeneration_ && ShowsEnd_)
+                  View_->setLineNumbering(lineEnds, LineCountHint_);
+              },
+              Qt::QueuedConnection);
+        });
+  } else {
+    View_->setLineNumbering(0, LineCountHint_);
+  }
+  View_->setSelection(TySelection::At(ToEnd ? Document_->getEndPosition() : TyTextPosition{1, 1}));
+  return true;
+}
+
+QString CyEditorTab::getLoadStage() const {
+  return Progress_ ? QString::fromLatin1(Progress_->getStage()) : QString();
+}
+
+double CyEditorTab::getLoadProgress() const { return Progress_ ? Progress_->getFraction() : 0.0; }
+
+bool CyEditorTab::eventFilter(QObject* Watched, QEvent* Event) {
+  if (Watched == View_ && Loader_ && Event->type() == QEvent::KeyPress) {
+    const auto* key = static_cast<QKeyEvent*>(Event);
+    const bool ctrl = key->modifiers() & Qt::ControlModifier;
+    if (key->key() == Qt::Key_Escape) {
+      CancelLoad();
+      return true;
+    }
+    if (ctrl && key->key() == Qt::Key_End && !ShowsEnd_) return ShowPreview(true);
+    if (ctrl && key->key() == Qt::Key_Home && ShowsEnd_) return ShowPreview(false);
+  }
+  return QWidget::eventFilter(Watched, Event);
+}
+
 bool CyEditorTab::Reload() {
+  if (Loader_) return false;
   const TyTextPosition caret = Document_->getSelection().Caret;
   try {
     Document_->LoadFromFile(Document_->getPath());
@@ -86,11 +298,16 @@ QString CyEditorTab::getTitle() const {
   QString title = path.empty() ? QStringLiteral("Untitled")
                                : QFileInfo(QString::fromStdString(path)).fileName();
   if (Document_->getModified()) title += QLatin1Char('*');
+  if (Progress_)
+    title += QStringLiteral(" (%1 %2%)")
+                 .arg(getLoadStage())
+                 .arg(static_cast<int>(100 * getLoadProgress()));
   return title;
 }
 
 void CyEditorTab::CheckNow() {
   CheckTimer_.stop();
+  if (Loader_) return;  // a preview is not the document; the load's end starts the check
   Checks_->Start();
 }
 

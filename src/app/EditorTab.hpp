@@ -4,16 +4,29 @@
 // arrives on the GUI thread (posted from the worker), becomes the view's wavy underlines and
 // is announced with errorsChanged.
 //
-// GUI thread only; the check's worker only reads a snapshot.
+// A big file loads in the background: the tab shows its first screen at once (a preview read
+// from the file's first stretch, coloured from the start state), read-only, while a worker
+// thread loads and scans the whole file; the loaded text then takes the preview's place with
+// the same lines on screen and the caret where it was. Ctrl+End meanwhile shows the file's
+// last lines the same way; Escape cancels. A load that fails or is cancelled leaves an empty
+// untitled document, never a part of the file.
+//
+// GUI thread only; the check's and the load's workers only read their own data.
 
 #include <QDateTime>
 #include <QFileSystemWatcher>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
+#include <atomic>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 
+#include "app/FilePreview.hpp"
 #include "editor/BackgroundCheck.hpp"
 #include "editor/Document.hpp"
 #include "services/XPathCheckerCachePool.hpp"
@@ -33,8 +46,28 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   CyTextView* getView() { return View_; }
   CyBackgroundChecks& getChecks() { return *Checks_; }
 
-  // Loads Path; raises CyException with the loader's message on a bad file.
+  // Loads Path: a file smaller than the background size at once (raising CyException with the
+  // loader's message on a bad file); a bigger one in the background (see above), whose end is
+  // announced by loadEnded. An unreadable file raises at once either way.
   void Open(const QString& Path);
+  // Files of at least Bytes bytes open in the background (default 16 MiB).
+  void setBackgroundLoadBytes(int64_t Bytes) { BackgroundLoadBytes_ = Bytes; }
+  // True while a background load runs; the view is read-only meanwhile.
+  bool getLoading() const { return static_cast<bool>(Loader_); }
+  // The running load's stage ("Loading", "Scanning"...) and its fraction done, 0 .. 1.
+  QString getLoadStage() const;
+  double getLoadProgress() const;
+  // Stops a background load (waits for its worker, a fraction of a second); the document
+  // becomes empty and untitled, and loadEnded(false, "") follows.
+  void CancelLoad();
+  // While loading: shows the file's last lines with the caret at the end, or the first ones
+  // again (ToEnd false). The last lines are numbered as in the file once a worker has counted
+  // the line ends before them (no numbers until then). False when the file allows no preview.
+  bool ShowPreview(bool ToEnd);
+  // True while the view shows the file's last lines rather than its first.
+  bool getShowsEnd() const { return ShowsEnd_; }
+  // For tests: runs on the loading thread before the file is read.
+  void setBeforeLoadHook(std::function<void()> Hook) { BeforeLoadHook_ = std::move(Hook); }
   // Loads the file again (after a change on disk); false when it cannot be read.
   bool Reload();
   // Records the file's state after a save, so that the save is not taken for a change on disk.
@@ -57,8 +90,19 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   void titleChanged();
   // Another program changed (or removed) the file.
   void changedOnDisk();
+  // A background load ended: Ok, or failed with Message (empty when cancelled).
+  void loadEnded(bool Ok, const QString& Message);
+
+ protected:
+  bool eventFilter(QObject* Watched, QEvent* Event) override;
 
  private:
+  struct TyLoadResult;
+  void OpenInBackground(const std::string& Path);
+  void FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadResult>& Result);
+  // Ends the background state: joins the worker, the view editable again.
+  void EndLoading();
+  void AfterOpen();
   void PollChecks();
   void OnFileChanged();
 
@@ -72,6 +116,23 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   QFileSystemWatcher Watcher_;
   QDateTime KnownTime_;
   qint64 KnownSize_ = -1;
+  // The background load: its worker, stop, progress and generation (a result of an older
+  // generation is dropped), the head preview (kept to go back from the end).
+  class CyLoadProgress;
+  std::unique_ptr<CyLoadProgress> Progress_;
+  std::unique_ptr<std::jthread> Loader_;
+  // Counts the line ends before the end preview, for its line numbers.
+  std::unique_ptr<std::jthread> Counter_;
+  uint64_t CountGeneration_ = 0;
+  uint64_t LoadGeneration_ = 0;
+  std::string LoadingPath_;
+  // The head preview's encoding and kind (its lines went to the document), for the tail.
+  std::optional<TyFilePreview> Head_;
+  int64_t LineCountHint_ = 0;
+  bool ShowsEnd_ = false;
+  QTimer ProgressTimer_;
+  int64_t BackgroundLoadBytes_ = int64_t{16} << 20;
+  std::function<void()> BeforeLoadHook_;
 };
 
 }  // namespace xylem

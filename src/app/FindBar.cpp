@@ -164,6 +164,10 @@ bool CyFindBar::ReplaceRest() {
 
 bool CyFindBar::RunReplace(const TyReplaceCommand& Command) {
   if (!View_ || Find_->text().isEmpty()) return false;
+  if (View_->getReadOnly()) {
+    ShowMessage(tr("The document is still loading."));
+    return false;
+  }
   try {
     const bool done = Command(View_->getDocument(), getQuery(), ToU16(Replace_->text()));
     View_->setSelection(View_->getDocument().getSelection());

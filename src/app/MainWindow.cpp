@@ -13,6 +13,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPointer>
 #include <QSettings>
 #include <QStatusBar>
 #include <QStyle>
@@ -267,6 +268,22 @@ CyEditorTab* CyMainWindow::NewDocument() {
   connect(tab->getView(), &CyTextView::caretMoved, this, [this, tab] {
     if (tab == getCurrentTab()) UpdateStatus();
   });
+  // A big file's load ends after OpenFile returned: a failed or cancelled one closes its tab.
+  connect(tab, &CyEditorTab::loadEnded, this, [this, tab](bool Ok, const QString& Message) {
+    if (Ok) {
+      if (tab == getCurrentTab()) OnCurrentTabChanged();
+      return;
+    }
+    // Closed once the tab's signal has returned.
+    QMetaObject::invokeMethod(
+        this,
+        [this, guard = QPointer<CyEditorTab>(tab), Message] {
+          if (!Message.isEmpty())
+            statusBar()->showMessage(tr("Cannot open the file: %1").arg(Message), 15000);
+          if (guard && Tabs_->indexOf(guard) >= 0) CloseTab(Tabs_->indexOf(guard));
+        },
+        Qt::QueuedConnection);
+  });
   Tabs_->setCurrentIndex(Tabs_->addTab(tab, tab->getTitle()));
   tab->setFocus();
   return tab;
@@ -327,7 +344,7 @@ void CyMainWindow::OnCurrentTabChanged() {
 
 bool CyMainWindow::Save() {
   CyEditorTab* tab = getCurrentTab();
-  if (!tab) return false;
+  if (!tab || tab->getLoading()) return false;
   if (tab->getDocument().getPath().empty()) {
     SaveAsWithDialog();
     return !tab->getDocument().getModified();
@@ -345,7 +362,7 @@ bool CyMainWindow::Save() {
 
 bool CyMainWindow::SaveAs(const QString& Path) {
   CyEditorTab* tab = getCurrentTab();
-  if (!tab) return false;
+  if (!tab || tab->getLoading()) return false;
   try {
     tab->getDocument().SaveAs(QFileInfo(Path).absoluteFilePath().toStdString());
     tab->NoteSaved();
@@ -444,6 +461,7 @@ void CyMainWindow::UpdateRecentMenu() {
 QString CyMainWindow::Format() {
   CyEditorTab* tab = getCurrentTab();
   if (!tab) return {};
+  if (tab->getLoading()) return tr("The document is still loading.");
   const TyFormatResult result =
       CyEditorFormat::FormatDocument(tab->getDocument(), LoadFormatChoices());
   if (result.Refused) {

@@ -124,7 +124,9 @@ void CyTextView::setHighlightText(const QString& Text, bool CaseSensitive) {
 
 int CyTextView::getGutterWidth() const {
   int digits = 1;
-  for (int64_t n = Document_.getLineCount(); n >= 10; n /= 10) ++digits;
+  for (int64_t n = std::max(Document_.getLineCount() + LineNumberBase_, LineCountHint_); n >= 10;
+       n /= 10)
+    ++digits;
   return static_cast<int>(std::ceil((digits + 1) * CharWidth_)) + LineHeight_;
 }
 
@@ -410,8 +412,9 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
     Painter.setPen(Line == Document_.getSelection().Caret.Line ? Theme_.Foreground
                                                                : Theme_.GutterForeground);
   }
-  Painter.drawText(QRect(0, Y, Width - foldWidth - 2, LineHeight_),
-                   Qt::AlignRight | Qt::AlignVCenter, QString::number(Line));
+  if (LineNumberBase_ >= 0)
+    Painter.drawText(QRect(0, Y, Width - foldWidth - 2, LineHeight_),
+                     Qt::AlignRight | Qt::AlignVCenter, QString::number(LineNumberBase_ + Line));
   if (!FoldRangeAt(Line)) return;
   // A boxed minus for an open range, a boxed plus for a collapsed one.
   const int size = std::max(7, LineHeight_ / 2 | 1);
@@ -494,7 +497,7 @@ void CyTextView::Copy() {
 }
 
 void CyTextView::Cut() {
-  if (Document_.getSelection().isEmpty()) return;
+  if (ReadOnly_ || Document_.getSelection().isEmpty()) return;
   Copy();
   Document_.DeleteAtCaret(false);
   EnsureCaretVisible();
@@ -502,10 +505,17 @@ void CyTextView::Cut() {
 
 void CyTextView::Paste() {
   const QString text = QApplication::clipboard()->text();
-  if (text.isEmpty()) return;
+  if (ReadOnly_ || text.isEmpty()) return;
   Document_.CloseUndoStep();
   Document_.TypeText(ToU16(text), TyEditKind::ekOther);
   EnsureCaretVisible();
+}
+
+void CyTextView::setLineNumbering(int64_t Base, int64_t CountHint) {
+  LineNumberBase_ = Base;
+  LineCountHint_ = CountHint;
+  UpdateScrollBars();
+  viewport()->update();
 }
 
 void CyTextView::SelectAll() {
@@ -515,11 +525,11 @@ void CyTextView::SelectAll() {
 }
 
 void CyTextView::Undo() {
-  if (Document_.Undo()) setSelection(Document_.getSelection());
+  if (!ReadOnly_ && Document_.Undo()) setSelection(Document_.getSelection());
 }
 
 void CyTextView::Redo() {
-  if (Document_.Redo()) setSelection(Document_.getSelection());
+  if (!ReadOnly_ && Document_.Redo()) setSelection(Document_.getSelection());
 }
 
 void CyTextView::FoldAll() {
@@ -702,16 +712,19 @@ void CyTextView::keyPressEvent(QKeyEvent* Event) {
       return MoveCaret({caret.Line, lineEnd}, shift);
     case Qt::Key_Return:
     case Qt::Key_Enter:
+      if (ReadOnly_) return;
       InsertNewline();
       EnsureCaretVisible();
       return;
     case Qt::Key_Backspace:
     case Qt::Key_Delete:
+      if (ReadOnly_) return;
       Document_.DeleteAtCaret(Event->key() == Qt::Key_Delete);
       EnsureCaretVisible();
       return;
     case Qt::Key_Tab:
     case Qt::Key_Backtab: {
+      if (ReadOnly_) return;
       const TyTextRange range = selection.getRange();
       const bool outdent = Event->key() == Qt::Key_Backtab || shift;
       if (range.Start.Line != range.End.Line || outdent) {
@@ -733,6 +746,7 @@ void CyTextView::keyPressEvent(QKeyEvent* Event) {
   }
   const QString text = Event->text();
   if (!text.isEmpty() && !ctrl && text.at(0).isPrint()) {
+    if (ReadOnly_) return;
     TypeAndComplete(text);
     EnsureCaretVisible();
     return;
@@ -741,7 +755,7 @@ void CyTextView::keyPressEvent(QKeyEvent* Event) {
 }
 
 void CyTextView::inputMethodEvent(QInputMethodEvent* Event) {
-  if (!Event->commitString().isEmpty()) {
+  if (!ReadOnly_ && !Event->commitString().isEmpty()) {
     TypeAndComplete(Event->commitString());
     EnsureCaretVisible();
   }

@@ -48,6 +48,15 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   void setEditorFont(const QFont& Font);
   const TyViewTheme& getTheme() const { return Theme_; }
 
+  // A read-only view moves, selects and copies but refuses every edit (a file still loading).
+  void setReadOnly(bool ReadOnly) { ReadOnly_ = ReadOnly; }
+  bool getReadOnly() const { return ReadOnly_; }
+  // The gutter shows Base + line for each line (a stretch of a longer file) and is at least
+  // as wide as CountHint's number needs, so that it keeps its width when the whole file
+  // arrives; Base -1: numbers not known yet, none shown. (0, 0): the document's own numbers.
+  void setLineNumbering(int64_t Base, int64_t CountHint);
+  int64_t getLineNumberBase() const { return LineNumberBase_; }
+
   // Ranges underlined as errors, in the current text's positions.
   void setErrorRanges(std::vector<TyTextRange> Ranges);
   // Text highlighted wherever it occurs on the visible lines (empty: none); plain text.
@@ -150,6 +159,9 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   uint64_t MatchGeneration_ = UINT64_MAX;
   TyTextPosition MatchCaret_{0, 0};
   bool HighlightCaseSensitive_ = false;
+  bool ReadOnly_ = false;
+  int64_t LineNumberBase_ = 0;
+  int64_t LineCountHint_ = 0;
   QTimer FoldTimer_;
   // Mouse: selecting by drag; a triple click selects the line.
   bool Dragging_ = false;

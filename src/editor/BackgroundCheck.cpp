@@ -46,7 +46,9 @@ void CyBackgroundChecks::Join() {
   if (Worker_.joinable()) Worker_.join();
 }
 
-void CyBackgroundChecks::Start() {
+void CyBackgroundChecks::Start() { Start(Document_.CreateSnapshot()); }
+
+void CyBackgroundChecks::Start(TxDocumentSnapshotPtr Snapshot) {
   Cancel();
   Join();
   {
@@ -54,7 +56,7 @@ void CyBackgroundChecks::Start() {
     Finished_ = false;
     FinishedErrs_.reset();
   }
-  TxDocumentSnapshotPtr snapshot = Document_.CreateSnapshot();
+  TxDocumentSnapshotPtr snapshot = std::move(Snapshot);
   RunningGeneration_ = snapshot->getGeneration();
   Worker_ = std::jthread([this, snapshot](std::stop_token Stop) {
     IyXMLErrsPtr errs;

@@ -50,6 +50,10 @@ class CyBackgroundChecks : public IyDocumentListener {
   // Takes a snapshot of the document now (linear in its lines) and starts checking it on a
   // worker thread, cancelling any older check. Returns at once.
   void Start();
+  // The same for a snapshot made elsewhere (a front end copies a big load's lines on its
+  // loading thread, so that the editing thread need not); it must show the document's current
+  // generation, or its result is dropped as outdated.
+  void Start(TxDocumentSnapshotPtr Snapshot);
   // Requests the running check to stop; its result will be discarded.
   void Cancel();
   // True while a check runs (or has finished without being polled).

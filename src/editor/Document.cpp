@@ -74,11 +74,16 @@ TyJobContext TxMarkupDocument::DefaultJob() const {
 
 void TxMarkupDocument::ComputeLineStates(TxTextList& List, TyDocumentKind Kind, int64_t& TotalDelta,
                                          const TyJobContext& Job) const {
+  ComputeLineStates(List, Kind, TotalDelta, Job, Options_.PieceCount);
+}
+
+void TxMarkupDocument::ComputeLineStates(TxTextList& List, TyDocumentKind Kind, int64_t& TotalDelta,
+                                         const TyJobContext& Job, int PieceCount) {
   TotalDelta = 0;
   if (!KeepsXMLStates(Kind)) return;
   Job.Begin("Scanning", static_cast<uint64_t>(List.getCount()));
   CyXMLParserParallel::UpdateAllLines(List.getTextItems(), TotalDelta,
-                                      Job.ResolvePieceCount(Options_.PieceCount), Job);
+                                      Job.ResolvePieceCount(PieceCount), Job);
 }
 
 void TxMarkupDocument::Install(std::unique_ptr<TxTextList> List, int64_t TotalDelta,
@@ -101,25 +106,55 @@ void TxMarkupDocument::Install(std::unique_ptr<TxTextList> List, int64_t TotalDe
 }
 
 bool TxMarkupDocument::LoadFromFile(const std::string& Path, const TyDocumentLoadOptions& Options) {
+  std::optional<TyLoadedDocument> loaded = ReadFile(Path, Options, Options_.PieceCount);
+  if (!loaded) return false;
+  InstallLoaded(std::move(*loaded));
+  return true;
+}
+
+std::optional<TyLoadedDocument> TxMarkupDocument::ReadFile(const std::string& Path,
+                                                           const TyDocumentLoadOptions& Options,
+                                                           int PieceCount) {
   const TyJobContext& job = Options.Job;
-  if (job.StopRequested()) return false;
-  auto list = std::make_unique<TxTextList>();
-  list->setOnCreateUniqueID(CreateProcessUniqueIDs);
+  if (job.StopRequested()) return std::nullopt;
+  TyLoadedDocument loaded;
+  loaded.List = std::make_unique<TxTextList>();
+  loaded.List->setOnCreateUniqueID(CreateProcessUniqueIDs);
   TyTextFileLoadOptions load;
   load.Encoding = Options.Encoding;
-  load.PieceCount = job.ResolvePieceCount(Options_.PieceCount);
+  load.PieceCount = job.ResolvePieceCount(PieceCount);
   load.Job = &job;
   try {
-    const TyTextFileFormat format = LoadTextFile(Path, *list, load);
-    const TyDocumentKind kind = DetectDocumentKind(Path, *list);
-    int64_t total = 0;
-    ComputeLineStates(*list, kind, total, job);
+    loaded.Format = LoadTextFile(Path, *loaded.List, load);
+    loaded.Kind = DetectDocumentKind(Path, *loaded.List);
+    ComputeLineStates(*loaded.List, loaded.Kind, loaded.TotalDelta, job, PieceCount);
     job.ThrowIfStopped();
-    Install(std::move(list), total, format, Path, kind);
   } catch (const CyCancelledException&) {
-    return false;
+    return std::nullopt;
   }
-  return true;
+  loaded.Path = Path;
+  return loaded;
+}
+
+TyLoadedDocument TxMarkupDocument::ReadBytes(std::string_view Bytes, const std::string& Path,
+                                             const TyDocumentLoadOptions& Options,
+                                             std::optional<TyDocumentKind> Kind) {
+  TyLoadedDocument loaded;
+  loaded.List = std::make_unique<TxTextList>();
+  loaded.List->setOnCreateUniqueID(CreateProcessUniqueIDs);
+  TyTextFileLoadOptions load;
+  load.Encoding = Options.Encoding;
+  load.PieceCount = 1;
+  load.Job = &Options.Job;
+  loaded.Format = LoadTextBytes(Bytes, Path, *loaded.List, load);
+  loaded.Kind = Kind ? *Kind : DetectDocumentKind(Path, *loaded.List);
+  ComputeLineStates(*loaded.List, loaded.Kind, loaded.TotalDelta, Options.Job, 1);
+  loaded.Path = Path;
+  return loaded;
+}
+
+void TxMarkupDocument::InstallLoaded(TyLoadedDocument Loaded) {
+  Install(std::move(Loaded.List), Loaded.TotalDelta, Loaded.Format, Loaded.Path, Loaded.Kind);
 }
 
 void TxMarkupDocument::LoadFromText(std::u16string_view Text, const std::string& Path) {

@@ -56,6 +56,16 @@ struct TyDocumentLoadOptions {
   TyJobContext Job;
 };
 
+// A file's text read and scanned off the editing thread (TxMarkupDocument::ReadFile or
+// ReadBytes), waiting to become a document's content through InstallLoaded. Owns its lines.
+struct TyLoadedDocument {
+  std::unique_ptr<TxTextList> List;
+  TyTextFileFormat Format;
+  std::string Path;
+  TyDocumentKind Kind = TyDocumentKind::dkText;
+  int64_t TotalDelta = 0;  // sum of the line deltas (0 unless the kind keeps line states)
+};
+
 // Code of the error raised for an edit position outside the text.
 inline constexpr int kErrorEditPosition = 6301;
 
@@ -75,6 +85,20 @@ class TxMarkupDocument {
   // Options.Job's stop was requested; raises CyException (with the loader's code) on a bad file,
   // also leaving everything as it was.
   bool LoadFromFile(const std::string& Path, const TyDocumentLoadOptions& Options = {});
+  // LoadFromFile in two halves, so that a front end can read a big file on a worker thread
+  // while the editing thread keeps the document: ReadFile touches no document (any thread; the
+  // job's stop ends it with nullopt; raises CyException on a bad file) and InstallLoaded makes
+  // its result the content as LoadFromFile does (editing thread; history and markers cleared,
+  // clean, listeners told of a whole new content). PieceCount 0: the job's piece count.
+  static std::optional<TyLoadedDocument> ReadFile(const std::string& Path,
+                                                  const TyDocumentLoadOptions& Options,
+                                                  int PieceCount = 0);
+  // The same for bytes in memory named Path (its extension and content decide the kind unless
+  // Kind is given); one piece. For a file's first or last stretch (a preview while it loads).
+  static TyLoadedDocument ReadBytes(std::string_view Bytes, const std::string& Path,
+                                    const TyDocumentLoadOptions& Options,
+                                    std::optional<TyDocumentKind> Kind = std::nullopt);
+  void InstallLoaded(TyLoadedDocument Loaded);
   // Takes Text (any line ends; the newline is chosen as a load chooses it) as the document's
   // content with Path for the kind; clears history and markers; clean afterwards.
   void LoadFromText(std::u16string_view Text, const std::string& Path = {});
@@ -210,6 +234,8 @@ class TxMarkupDocument {
   TyJobContext DefaultJob() const;
   void ComputeLineStates(TxTextList& List, TyDocumentKind Kind, int64_t& TotalDelta,
                          const TyJobContext& Job) const;
+  static void ComputeLineStates(TxTextList& List, TyDocumentKind Kind, int64_t& TotalDelta,
+                                const TyJobContext& Job, int PieceCount);
   void Install(std::unique_ptr<TxTextList> List, int64_t TotalDelta, const TyTextFileFormat& Format,
                const std::string& Path, TyDocumentKind Kind);
   TyUndoEntry CaptureLines(int64_t FirstLine, int64_t Count) const;
