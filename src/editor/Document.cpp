@@ -9,10 +9,6 @@ namespace xylem {
 
 namespace {
 
-bool KeepsXMLStates(TyDocumentKind Kind) {
-  return Kind != TyDocumentKind::dkJSON && Kind != TyDocumentKind::dkText;
-}
-
 bool HasLineEnd(std::u16string_view Text) {
   return Text.find_first_of(u"\r\n") != std::u16string_view::npos;
 }
@@ -72,7 +68,7 @@ TyJobContext TxMarkupDocument::DefaultJob() const {
 void TxMarkupDocument::ComputeLineStates(TxTextList& List, TyDocumentKind Kind, int64_t& TotalDelta,
                                          const TyJobContext& Job) const {
   TotalDelta = 0;
-  if (!KeepsXMLStates(Kind)) return;
+  if (!KeepsXMLLineStates(Kind)) return;
   Job.Begin("Scanning", static_cast<uint64_t>(List.getCount()));
   CyXMLParserParallel::UpdateAllLines(List.getTextItems(), TotalDelta,
                                       Job.ResolvePieceCount(Options_.PieceCount), Job);
@@ -88,7 +84,7 @@ void TxMarkupDocument::Install(std::unique_ptr<TxTextList> List, int64_t TotalDe
   Format_ = Format;
   Path_ = Path;
   Kind_ = Kind;
-  KeepsLineStates_ = KeepsXMLStates(Kind);
+  KeepsLineStates_ = KeepsXMLLineStates(Kind);
   Undo_.Clear();
   Markers_.Clear();
   Selection_ = {};
@@ -153,7 +149,7 @@ void TxMarkupDocument::setFormat(const TyTextFileFormat& Format) {
 }
 
 void TxMarkupDocument::setKind(TyDocumentKind Kind) {
-  const bool keeps = KeepsXMLStates(Kind);
+  const bool keeps = KeepsXMLLineStates(Kind);
   Kind_ = Kind;
   if (keeps != KeepsLineStates_) {
     KeepsLineStates_ = keeps;

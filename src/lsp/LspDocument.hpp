@@ -40,8 +40,14 @@ class CyLspDocument {
   const std::string& getUri() const { return Uri_; }
   int64_t getVersion() const { return Version_; }
   TxMarkupDocument& getDocument() { return Document_; }
+  const TxMarkupDocument& getDocument() const { return Document_; }
   CySemanticTokensState& getTokens() { return Tokens_; }
   CyBackgroundChecks& getChecks() { return *Checks_; }
+  // A snapshot of the document as it is now for work on other threads; one still held by a
+  // job for the same generation is shared instead of copying the lines again.
+  TxDocumentSnapshotPtr getSnapshot();
+  // Tells this document from an earlier one of the same URI (work that finishes late checks it).
+  uint64_t getSerial() const { return Serial_; }
 
   // When the next background check is due (after a pause in typing); empty when none is.
   std::optional<std::chrono::steady_clock::time_point> ChecksDue;
@@ -52,6 +58,8 @@ class CyLspDocument {
   TxMarkupDocument Document_;
   CySemanticTokensState Tokens_;
   std::unique_ptr<CyBackgroundChecks> Checks_;
+  std::weak_ptr<const TxDocumentSnapshot> Snapshot_;
+  uint64_t Serial_;
 };
 
 }  // namespace xylem::lsp
