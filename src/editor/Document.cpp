@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/Exception.hpp"
+#include "text/TextListLoader.hpp"
 #include "xml/lines/LineState.hpp"
 
 namespace xylem {
@@ -125,6 +126,29 @@ void TxMarkupDocument::LoadFromText(std::u16string_view Text, const std::string&
   int64_t total = 0;
   ComputeLineStates(*list, kind, total, job);
   Install(std::move(list), total, format, Path, kind);
+}
+
+bool TxMarkupDocument::LoadFromUTF8(std::string_view Bytes, const std::string& Path,
+                                    const TyDocumentLoadOptions& Options,
+                                    const std::function<void()>& AfterDecode) {
+  const TyJobContext& job = Options.Job;
+  if (job.StopRequested()) return false;
+  auto list = std::make_unique<TxTextList>();
+  list->setOnCreateUniqueID(CreateProcessUniqueIDs);
+  TyTextFileFormat format;
+  try {
+    format.Newline = CyTextListLoader::LoadTextList_PARALLEL(
+        *list, reinterpret_cast<const uint8_t*>(Bytes.data()), Bytes.size(), CyEncoding::UTF8(),
+        nullptr, job.ResolvePieceCount(Options_.PieceCount), AfterDecode, job);
+    const TyDocumentKind kind = DetectDocumentKind(Path, *list);
+    int64_t total = 0;
+    ComputeLineStates(*list, kind, total, job);
+    job.ThrowIfStopped();
+    Install(std::move(list), total, format, Path, kind);
+  } catch (const CyCancelledException&) {
+    return false;
+  }
+  return true;
 }
 
 void TxMarkupDocument::Save() {

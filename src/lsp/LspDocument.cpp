@@ -50,6 +50,22 @@ CyLspDocument::CyLspDocument(std::string Uri, const std::string& LanguageId, int
       Document_(ServerEditorOptions()),
       Serial_(NextSerial.fetch_add(1)) {
   Document_.LoadFromText(Text, PathOfUri(Uri_));
+  Init(LanguageId, Caches);
+}
+
+CyLspDocument::CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
+                             std::string_view Text, const TyDocumentLoadOptions& Load,
+                             const std::function<void()>& AfterDecode,
+                             CyXPathCheckerCachePool& Caches)
+    : Uri_(std::move(Uri)),
+      Version_(Version),
+      Document_(ServerEditorOptions()),
+      Serial_(NextSerial.fetch_add(1)) {
+  Document_.LoadFromUTF8(Text, PathOfUri(Uri_), Load, AfterDecode);
+  Init(LanguageId, Caches);
+}
+
+void CyLspDocument::Init(const std::string& LanguageId, CyXPathCheckerCachePool& Caches) {
   if (LanguageId == "xsl" || LanguageId == "xslt")
     Document_.setKind(TyDocumentKind::dkXSLT);
   else if (LanguageId == "json" || LanguageId == "jsonc")

@@ -28,6 +28,11 @@ class CyLspDocument {
   // when it names one, else the path's extension and content do.
   CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
                 std::u16string_view Text, CyXPathCheckerCachePool& Caches);
+  // Opens the UTF-8 Text through the document's parallel loader (Load's job: progress and
+  // stop; a stop leaves the document empty); AfterDecode runs once Text is no longer read.
+  CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
+                std::string_view Text, const TyDocumentLoadOptions& Load,
+                const std::function<void()>& AfterDecode, CyXPathCheckerCachePool& Caches);
   ~CyLspDocument();
   CyLspDocument(const CyLspDocument&) = delete;
   CyLspDocument& operator=(const CyLspDocument&) = delete;
@@ -53,6 +58,9 @@ class CyLspDocument {
   std::optional<std::chrono::steady_clock::time_point> ChecksDue;
 
  private:
+  // The kind by LanguageId, the listeners and the checks, once the text is loaded.
+  void Init(const std::string& LanguageId, CyXPathCheckerCachePool& Caches);
+
   std::string Uri_;
   int64_t Version_;
   TxMarkupDocument Document_;

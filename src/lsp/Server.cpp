@@ -21,6 +21,8 @@ namespace {
 constexpr const char* kConfigurationRequestId = "xylem/configuration";
 const json kNull;
 constexpr const char* kCancelledMessage = "The request was cancelled.";
+// A didOpen text from this size on is read from the message's bytes (BigText.hpp).
+constexpr size_t kBigTextBytes = size_t{1} << 20;
 
 const json& RequireObject(const json& Params, const char* Name) {
   if (!Params.is_object() || !Params.contains(Name) || !Params[Name].is_object())
@@ -230,8 +232,25 @@ void CyLspServer::DidOpen(const json& Params) {
   const std::string& Text = RequireString(Item, "text");
   const std::string LanguageId = Item.value("languageId", std::string());
   const int64_t Version = Item.value("version", int64_t{0});
-  auto Document = std::make_unique<CyLspDocument>(Uri, LanguageId, Version, ToUTF16(Text), Caches_);
-  Document->getChecks().setOnFinished([this, Uri] { Post({TyInbound::ikCheckDone, {}, Uri, {}}); });
+  std::unique_ptr<CyLspDocument> Document;
+  if (BigText_ && Text.empty()) {
+    // Straight from the message's bytes into the lines, the bytes freed once decoded.
+    TyBigText* Big = BigText_;
+    std::optional<CyWorkDoneProgress> Progress;
+    TyDocumentLoadOptions Load;
+    if (ClientShowsProgress_) {
+      Progress.emplace(CreateProgressToken(), "Opening", false, 2,
+                       [this](json P) { Notify("$/progress", std::move(P)); });
+      Load.Job.Progress = &*Progress;
+    }
+    Document = std::make_unique<CyLspDocument>(
+        Uri, LanguageId, Version, Big->getText(), Load, [Big] { Big->Release(); }, Caches_);
+  } else {
+    Document = std::make_unique<CyLspDocument>(Uri, LanguageId, Version, ToUTF16(Text), Caches_);
+  }
+  Document->getChecks().setOnFinished([this, Uri] {
+    Post({TyInbound::ikCheckDone, {}, Uri, {}, {}});
+  });
   CyLspDocument& D = *(Documents_[Uri] = std::move(Document));
   // The first check of a document is not waiting for a pause in typing.
   D.ChecksDue = std::chrono::steady_clock::now();
@@ -326,7 +345,8 @@ CyLspServer::TyLongWork CyLspServer::FullTokens(const json& Params) {
             auto It = Documents_.find(Uri);
             if (It != Documents_.end() && It->second->getSerial() == Serial)
               It->second->getTokens().InstallFull(ResultId, std::move(Counts));
-          }});
+          },
+          {}});
     return FullResultParts(std::move(Data), ResultId);
   };
 }
@@ -368,6 +388,10 @@ json CyLspServer::ProgressTokenFor(const json& Params, const CyLspDocument* Docu
   if (!ClientShowsProgress_ || !Document ||
       Document->getDocument().getLineCount() < Options_.ProgressMinLines)
     return nullptr;
+  return CreateProgressToken();
+}
+
+json CyLspServer::CreateProgressToken() {
   json Token = "xylem/progress/" + std::to_string(NextProgressToken_++);
   // The answer needs nothing from us (a response without method is dropped quietly).
   Writer_.Write(DumpMessage({{"jsonrpc", "2.0"},
@@ -557,7 +581,10 @@ int CyLspServer::Run(std::istream& In) {
         RespondError(nullptr, lecParseError, "A message header lacks a valid Content-Length.");
         continue;
       }
-      json Message = json::parse(Body, nullptr, false);
+      auto Big = std::make_unique<TyBigText>();
+      const std::optional<std::string> Rest = ExtractBigText(Body, *Big, kBigTextBytes);
+      if (!Rest) Big.reset();
+      json Message = json::parse(Rest ? *Rest : Body, nullptr, false);
       // A document's text is not kept twice: give back what a big message took.
       if (Body.capacity() > (size_t{1} << 20)) std::string().swap(Body);
       if (Message.is_discarded()) {
@@ -572,17 +599,17 @@ int CyLspServer::Run(std::istream& In) {
         CancelRequest(Message.value("params", json()));
         continue;
       }
-      Post({TyInbound::ikMessage, std::move(Message), {}, {}});
+      Post({TyInbound::ikMessage, std::move(Message), {}, {}, std::move(Big)});
       if (IsExit) return;  // nothing after exit is read
     }
-    Post({TyInbound::ikEnd, {}, {}, {}});
+    Post({TyInbound::ikEnd, {}, {}, {}, {}});
   });
 
   while (!ExitRequested_) {
     std::optional<std::chrono::steady_clock::time_point> Due;
     for (auto& [Uri, D] : Documents_)
       if (D->ChecksDue && (!Due || *D->ChecksDue < *Due)) Due = D->ChecksDue;
-    TyInbound Item{TyInbound::ikCheckDone, {}, {}, {}};
+    TyInbound Item{TyInbound::ikCheckDone, {}, {}, {}, {}};
     bool Have = false;
     {
       std::unique_lock Lock(Mutex_);
@@ -600,7 +627,9 @@ int CyLspServer::Run(std::istream& In) {
     if (Have) {
       if (Item.Kind == TyInbound::ikEnd) break;
       if (Item.Kind == TyInbound::ikMessage) {
+        BigText_ = Item.Big.get();
         HandleMessage(Item.Message);
+        BigText_ = nullptr;
       } else if (Item.Kind == TyInbound::ikTask) {
         Item.Task();
       } else {

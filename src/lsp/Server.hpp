@@ -28,6 +28,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "lsp/BigText.hpp"
 #include "lsp/LspDocument.hpp"
 #include "lsp/Protocol.hpp"
 #include "lsp/RequestJobs.hpp"
@@ -88,7 +89,8 @@ class CyLspServer {
     enum TyKind : uint8_t { ikMessage, ikCheckDone, ikTask, ikEnd } Kind;
     json Message;
     std::string Uri;
-    std::function<void()> Task;  // ikTask: runs on the dispatch thread
+    std::function<void()> Task;      // ikTask: runs on the dispatch thread
+    std::unique_ptr<TyBigText> Big;  // ikMessage: a didOpen's text taken out before parsing
   };
 
   void Register();
@@ -101,6 +103,8 @@ class CyLspServer {
   // The progress token for a long request: the request's workDoneToken, or one of ours created
   // through window/workDoneProgress/create for a big document when the client supports it.
   json ProgressTokenFor(const json& Params, const CyLspDocument* Document);
+  // Creates a progress token of ours through window/workDoneProgress/create.
+  json CreateProgressToken();
   void RespondParts(const json& Id, const std::vector<std::string>& Parts);
   void Notification(const std::string& Method, std::function<void(const json& Params)> Handler);
   void Respond(const json& Id, json Result);
@@ -139,6 +143,7 @@ class CyLspServer {
   bool ExitRequested_ = false;
   bool ClientPullsConfiguration_ = false;
   bool ClientShowsProgress_ = false;  // window.workDoneProgress
+  TyBigText* BigText_ = nullptr;      // the text of the didOpen being handled, if taken out
   uint64_t NextProgressToken_ = 1;
 
   // Shared with the reader thread and the check workers.

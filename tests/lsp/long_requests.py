@@ -138,7 +138,12 @@ def main():
     fresh = client.answer(client.full(b))["result"]
     check(patched == fresh["data"], "full answer plus delta differs from a fresh full result")
 
-    # progress
+    # progress: opening a big document showed some (not cancellable) ...
+    opening = client.wait(lambda m: m.get("method") == "$/progress"
+                          and m["params"]["value"].get("title") == "Opening", "opening progress")
+    check(opening["params"]["value"]["cancellable"] is False, "opening is not cancellable")
+    client.seen = [m for m in client.seen if m.get("method") != "window/workDoneProgress/create"]
+    # ... and so do long requests on it.
     rid = client.request("textDocument/foldingRange", {"textDocument": {"uri": c}})
     create = client.wait(lambda m: m.get("method") == "window/workDoneProgress/create",
                          "window/workDoneProgress/create")
