@@ -1,5 +1,7 @@
 #include "lsp/Server.hpp"
 
+#include <malloc.h>
+
 #include <thread>
 
 #include "common/Exception.hpp"
@@ -268,8 +270,12 @@ void CyLspServer::DidChange(const json& Params) {
 
 void CyLspServer::DidClose(const json& Params) {
   const std::string& Uri = RequireString(RequireObject(Params, "textDocument"), "uri");
-  if (Documents_.erase(Uri))
+  if (Documents_.erase(Uri)) {
+    // A big document's lines and its jobs' buffers were spread over the threads' heaps: give
+    // the freed pages back now rather than keep them for the next open.
+    malloc_trim(0);
     Notify("textDocument/publishDiagnostics", {{"uri", Uri}, {"diagnostics", json::array()}});
+  }
 }
 
 void CyLspServer::RequestConfiguration() {
@@ -419,6 +425,12 @@ void CyLspServer::StartLong(const json& Id, const json& Params, const CyLspDocum
           Job.ThrowIfStopped();
           if (Progress) Progress->End();
           RespondParts(Id, Parts);
+          size_t Bytes = 0;
+          for (const std::string& Part : Parts) Bytes += Part.size();
+          Parts = {};
+          // A big answer was built on the threads' own heaps, which keep freed pages: give
+          // them back now rather than hold them until the next big request.
+          if (Bytes > (size_t{16} << 20)) malloc_trim(0);
         } catch (const CyCancelledException&) {
           if (Progress) Progress->End();
           RespondError(Id, lecRequestCancelled, kCancelledMessage);
