@@ -3,15 +3,12 @@
 #include <algorithm>
 
 #include "common/Exception.hpp"
+#include "text/TextListLoader.hpp"
 #include "xml/lines/LineState.hpp"
 
 namespace xylem {
 
 namespace {
-
-bool KeepsXMLStates(TyDocumentKind Kind) {
-  return Kind != TyDocumentKind::dkJSON && Kind != TyDocumentKind::dkText;
-}
 
 bool HasLineEnd(std::u16string_view Text) {
   return Text.find_first_of(u"\r\n") != std::u16string_view::npos;
@@ -80,7 +77,7 @@ void TxMarkupDocument::ComputeLineStates(TxTextList& List, TyDocumentKind Kind, 
 void TxMarkupDocument::ComputeLineStates(TxTextList& List, TyDocumentKind Kind, int64_t& TotalDelta,
                                          const TyJobContext& Job, int PieceCount) {
   TotalDelta = 0;
-  if (!KeepsXMLStates(Kind)) return;
+  if (!KeepsXMLLineStates(Kind)) return;
   Job.Begin("Scanning", static_cast<uint64_t>(List.getCount()));
   CyXMLParserParallel::UpdateAllLines(List.getTextItems(), TotalDelta,
                                       Job.ResolvePieceCount(PieceCount), Job);
@@ -96,7 +93,7 @@ void TxMarkupDocument::Install(std::unique_ptr<TxTextList> List, int64_t TotalDe
   Format_ = Format;
   Path_ = Path;
   Kind_ = Kind;
-  KeepsLineStates_ = KeepsXMLStates(Kind);
+  KeepsLineStates_ = KeepsXMLLineStates(Kind);
   Undo_.Clear();
   Markers_.Clear();
   Selection_ = {};
@@ -169,6 +166,29 @@ void TxMarkupDocument::LoadFromText(std::u16string_view Text, const std::string&
   Install(std::move(list), total, format, Path, kind);
 }
 
+bool TxMarkupDocument::LoadFromUTF8(std::string_view Bytes, const std::string& Path,
+                                    const TyDocumentLoadOptions& Options,
+                                    const std::function<void()>& AfterDecode) {
+  const TyJobContext& job = Options.Job;
+  if (job.StopRequested()) return false;
+  auto list = std::make_unique<TxTextList>();
+  list->setOnCreateUniqueID(CreateProcessUniqueIDs);
+  TyTextFileFormat format;
+  try {
+    format.Newline = CyTextListLoader::LoadTextList_PARALLEL(
+        *list, reinterpret_cast<const uint8_t*>(Bytes.data()), Bytes.size(), CyEncoding::UTF8(),
+        nullptr, job.ResolvePieceCount(Options_.PieceCount), AfterDecode, job);
+    const TyDocumentKind kind = DetectDocumentKind(Path, *list);
+    int64_t total = 0;
+    ComputeLineStates(*list, kind, total, job);
+    job.ThrowIfStopped();
+    Install(std::move(list), total, format, Path, kind);
+  } catch (const CyCancelledException&) {
+    return false;
+  }
+  return true;
+}
+
 void TxMarkupDocument::Save() {
   SaveTextFile(Path_, *TextList_, Format_);
   Undo_.MarkClean();
@@ -191,7 +211,7 @@ void TxMarkupDocument::setFormat(const TyTextFileFormat& Format) {
 }
 
 void TxMarkupDocument::setKind(TyDocumentKind Kind) {
-  const bool keeps = KeepsXMLStates(Kind);
+  const bool keeps = KeepsXMLLineStates(Kind);
   Kind_ = Kind;
   if (keeps != KeepsLineStates_) {
     KeepsLineStates_ = keeps;

@@ -20,6 +20,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -102,6 +103,15 @@ class TxMarkupDocument {
   // Takes Text (any line ends; the newline is chosen as a load chooses it) as the document's
   // content with Path for the kind; clears history and markers; clean afterwards.
   void LoadFromText(std::u16string_view Text, const std::string& Path = {});
+  // Takes the UTF-8 Bytes (no byte-order mark; any line ends, the newline chosen as a load
+  // chooses it; bad sequences replaced) as the content with Path for the kind, through the
+  // parallel loader: pieces, progress ("Loading", "Scanning") and stop from Options.Job.
+  // AfterDecode runs once Bytes are no longer read (their owner may free them before the line
+  // records are made). Returns false, leaving everything as it was, when stopped; raises
+  // CyException for a NUL (code 17), also leaving everything as it was.
+  bool LoadFromUTF8(std::string_view Bytes, const std::string& Path,
+                    const TyDocumentLoadOptions& Options = {},
+                    const std::function<void()>& AfterDecode = {});
   // Writes the text atomically to the document's path in its format (encoding, mark and
   // newline kept); the document becomes clean (undo's save point moves here). Raises
   // CyException on failure, the document staying modified.

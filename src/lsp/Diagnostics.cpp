@@ -6,7 +6,7 @@
 
 namespace xylem::lsp {
 
-json DiagnosticsOf(const IyXMLErrs* Errs, const TxMarkupDocument& Document) {
+json DiagnosticsOf(const IyXMLErrs* Errs, const CyDocumentView& Document) {
   json Result = json::array();
   if (!Errs) return Result;
   for (int32_t i = 0; i < Errs->getCount(); ++i) {

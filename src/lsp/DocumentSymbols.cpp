@@ -12,7 +12,7 @@ constexpr int kSymbolKindField = 8;  // how XML servers commonly show elements
 
 }  // namespace
 
-json DocumentSymbols(const TxMarkupDocument& Document, size_t Budget) {
+json DocumentSymbols(const CyDocumentView& Document, size_t Budget) {
   const std::vector<TyElement> Elements = BuildElementTree(Document);
   // Count elements per depth and find the deepest depth that fits the budget.
   std::vector<size_t> PerDepth;

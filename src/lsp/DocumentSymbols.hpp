@@ -11,6 +11,6 @@ inline constexpr size_t kSymbolBudget = 100000;
 // `textDocument/documentSymbol`: every element down to the deepest depth whose elements (with
 // all shallower ones) stay within Budget, so a huge document is cut by depth, never part-way
 // through a level. Linear in the text.
-json DocumentSymbols(const TxMarkupDocument& Document, size_t Budget = kSymbolBudget);
+json DocumentSymbols(const CyDocumentView& Document, size_t Budget = kSymbolBudget);
 
 }  // namespace xylem::lsp

@@ -13,7 +13,7 @@ bool Holds(const TyTextRange& Range, TyTextPosition Position) {
 
 }  // namespace
 
-std::vector<TyElement> BuildElementTree(const TxMarkupDocument& Document,
+std::vector<TyElement> BuildElementTree(const CyDocumentView& Document,
                                         std::vector<std::u16string>* AttributeNames) {
   std::vector<TyElement> Elements;
   if (!Document.getKeepsLineStates()) return Elements;

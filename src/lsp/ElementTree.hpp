@@ -27,7 +27,7 @@ struct TyElement {
 // Elements in document order (parents before children). Linear in the text; allocates one
 // name per element. Empty for kinds without XML line states. AttributeNames, when given,
 // receives the name of every attribute of every start tag (duplicates included).
-std::vector<TyElement> BuildElementTree(const TxMarkupDocument& Document,
+std::vector<TyElement> BuildElementTree(const CyDocumentView& Document,
                                         std::vector<std::u16string>* AttributeNames = nullptr);
 
 // The innermost element whose start-tag name or end-tag name holds Position (ends included),

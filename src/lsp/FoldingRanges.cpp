@@ -4,7 +4,7 @@
 
 namespace xylem::lsp {
 
-json FoldingRanges(const TxMarkupDocument& Document, std::optional<int64_t> RangeLimit) {
+json FoldingRanges(const CyDocumentView& Document, std::optional<int64_t> RangeLimit) {
   const std::vector<TyFoldRange> Ranges = FoldRangesOf(Document.getTextList(), Document.getKind());
   size_t Count = Ranges.size();
   if (RangeLimit && *RangeLimit >= 0) Count = std::min<size_t>(Count, size_t(*RangeLimit));

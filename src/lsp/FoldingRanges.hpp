@@ -11,6 +11,6 @@ namespace xylem::lsp {
 // `textDocument/foldingRange`: ranges ordered by start line, outer before inner; comments as
 // kind "comment", everything else "region". With RangeLimit, the first RangeLimit of that
 // order are kept (outer ranges survive). Linear in the text.
-json FoldingRanges(const TxMarkupDocument& Document, std::optional<int64_t> RangeLimit);
+json FoldingRanges(const CyDocumentView& Document, std::optional<int64_t> RangeLimit);
 
 }  // namespace xylem::lsp

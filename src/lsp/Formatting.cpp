@@ -123,7 +123,7 @@ json MinimalTextEdits(std::u16string_view Old, std::u16string_view New) {
   return ToJson(ComputeEdits(Old, New));
 }
 
-json FormatEdits(const TxMarkupDocument& Document, const json& Options,
+json FormatEdits(const CyDocumentView& Document, const json& Options,
                  const TyXMLFormatterChoices& XMLChoices, std::optional<TyTextRange> Range) {
   std::u16string Unit = XMLChoices.IndentationUnit;
   if (Options.is_object()) {

@@ -26,7 +26,7 @@ json MinimalTextEdits(std::u16string_view Old, std::u16string_view New);
 // indentation unit; XMLChoices holds the rest. Raises CyLspError (RequestFailed) with
 // kNotWellFormedMessage for a refused XML document, with the JSON formatter's message for bad
 // JSON, and for plain text. Linear in the text.
-json FormatEdits(const TxMarkupDocument& Document, const json& Options,
+json FormatEdits(const CyDocumentView& Document, const json& Options,
                  const TyXMLFormatterChoices& XMLChoices, std::optional<TyTextRange> Range);
 
 }  // namespace xylem::lsp

@@ -1,5 +1,7 @@
 #include "lsp/LspDocument.hpp"
 
+#include <atomic>
+
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
 
@@ -13,6 +15,8 @@ int HexValue(char C) {
   if (C >= 'A' && C <= 'F') return C - 'A' + 10;
   return -1;
 }
+
+std::atomic<uint64_t> NextSerial{1};
 
 TyEditorOptions ServerEditorOptions() {
   TyEditorOptions Options;
@@ -41,8 +45,27 @@ std::string PathOfUri(const std::string& Uri) {
 
 CyLspDocument::CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
                              std::u16string_view Text, CyXPathCheckerCachePool& Caches)
-    : Uri_(std::move(Uri)), Version_(Version), Document_(ServerEditorOptions()) {
+    : Uri_(std::move(Uri)),
+      Version_(Version),
+      Document_(ServerEditorOptions()),
+      Serial_(NextSerial.fetch_add(1)) {
   Document_.LoadFromText(Text, PathOfUri(Uri_));
+  Init(LanguageId, Caches);
+}
+
+CyLspDocument::CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
+                             std::string_view Text, const TyDocumentLoadOptions& Load,
+                             const std::function<void()>& AfterDecode,
+                             CyXPathCheckerCachePool& Caches)
+    : Uri_(std::move(Uri)),
+      Version_(Version),
+      Document_(ServerEditorOptions()),
+      Serial_(NextSerial.fetch_add(1)) {
+  Document_.LoadFromUTF8(Text, PathOfUri(Uri_), Load, AfterDecode);
+  Init(LanguageId, Caches);
+}
+
+void CyLspDocument::Init(const std::string& LanguageId, CyXPathCheckerCachePool& Caches) {
   if (LanguageId == "xsl" || LanguageId == "xslt")
     Document_.setKind(TyDocumentKind::dkXSLT);
   else if (LanguageId == "json" || LanguageId == "jsonc")
@@ -58,6 +81,15 @@ CyLspDocument::CyLspDocument(std::string Uri, const std::string& LanguageId, int
 CyLspDocument::~CyLspDocument() {
   Checks_.reset();
   Document_.RemoveListener(&Tokens_);
+}
+
+TxDocumentSnapshotPtr CyLspDocument::getSnapshot() {
+  TxDocumentSnapshotPtr Snapshot = Snapshot_.lock();
+  if (!Snapshot || Snapshot->getGeneration() != Document_.getGeneration()) {
+    Snapshot = Document_.CreateSnapshot();
+    Snapshot_ = Snapshot;
+  }
+  return Snapshot;
 }
 
 void CyLspDocument::ApplyChanges(const json& ContentChanges, int64_t Version) {

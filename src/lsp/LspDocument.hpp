@@ -28,6 +28,11 @@ class CyLspDocument {
   // when it names one, else the path's extension and content do.
   CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
                 std::u16string_view Text, CyXPathCheckerCachePool& Caches);
+  // Opens the UTF-8 Text through the document's parallel loader (Load's job: progress and
+  // stop; a stop leaves the document empty); AfterDecode runs once Text is no longer read.
+  CyLspDocument(std::string Uri, const std::string& LanguageId, int64_t Version,
+                std::string_view Text, const TyDocumentLoadOptions& Load,
+                const std::function<void()>& AfterDecode, CyXPathCheckerCachePool& Caches);
   ~CyLspDocument();
   CyLspDocument(const CyLspDocument&) = delete;
   CyLspDocument& operator=(const CyLspDocument&) = delete;
@@ -40,18 +45,29 @@ class CyLspDocument {
   const std::string& getUri() const { return Uri_; }
   int64_t getVersion() const { return Version_; }
   TxMarkupDocument& getDocument() { return Document_; }
+  const TxMarkupDocument& getDocument() const { return Document_; }
   CySemanticTokensState& getTokens() { return Tokens_; }
   CyBackgroundChecks& getChecks() { return *Checks_; }
+  // A snapshot of the document as it is now for work on other threads; one still held by a
+  // job for the same generation is shared instead of copying the lines again.
+  TxDocumentSnapshotPtr getSnapshot();
+  // Tells this document from an earlier one of the same URI (work that finishes late checks it).
+  uint64_t getSerial() const { return Serial_; }
 
   // When the next background check is due (after a pause in typing); empty when none is.
   std::optional<std::chrono::steady_clock::time_point> ChecksDue;
 
  private:
+  // The kind by LanguageId, the listeners and the checks, once the text is loaded.
+  void Init(const std::string& LanguageId, CyXPathCheckerCachePool& Caches);
+
   std::string Uri_;
   int64_t Version_;
   TxMarkupDocument Document_;
   CySemanticTokensState Tokens_;
   std::unique_ptr<CyBackgroundChecks> Checks_;
+  std::weak_ptr<const TxDocumentSnapshot> Snapshot_;
+  uint64_t Serial_;
 };
 
 }  // namespace xylem::lsp

@@ -9,6 +9,7 @@
 
 #include "editor/Document.hpp"
 #include "editor/TextPosition.hpp"
+#include "lsp/DocumentView.hpp"
 
 namespace xylem::lsp {
 

@@ -132,14 +132,14 @@ json SemanticTokensLegend() {
 }
 
 struct CyLineTokenizer::TyImpl {
-  const TxMarkupDocument& Document;
+  CyDocumentView Document;
   CyXMLColoring Scheme;
   std::unique_ptr<CyXMLLineColoring> Coloring;  // XML kinds
   std::u16string LineBuffer;                    // JSON: the line with its terminating NUL
-  explicit TyImpl(const TxMarkupDocument& Doc) : Document(Doc) {}
+  explicit TyImpl(const CyDocumentView& Doc) : Document(Doc) {}
 };
 
-CyLineTokenizer::CyLineTokenizer(const TxMarkupDocument& Document)
+CyLineTokenizer::CyLineTokenizer(const CyDocumentView& Document)
     : Impl_(std::make_unique<TyImpl>(Document)) {
   if (!Document.getKeepsLineStates()) return;
   // The colourings take the items non-const for their own scanning helpers; colouring a
@@ -213,55 +213,142 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
   }
 }
 
+namespace {
+
+// Appends ",Value" to Text.
+void AppendNumber(std::string& Text, uint32_t Value) {
+  char Digits[12];
+  Digits[0] = ',';
+  Text.append(Digits, std::to_chars(Digits + 1, Digits + sizeof Digits, Value).ptr);
+}
+
+// One piece of a full result: lines First .. Last encoded with every number behind a comma,
+// except the first token's line delta, which depends on the pieces before and is written by
+// the caller (FirstTokenLine tells from which line it counts).
+struct TyTokensPiece {
+  std::string Text;
+  std::vector<uint32_t> Counts;
+  int64_t FirstTokenLine = 0;  // 0: no token in the piece
+  int64_t LastTokenLine = 0;
+};
+
+void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const TyJobContext& Job,
+                 TyTokensPiece& Piece) {
+  constexpr int64_t kPollLines = 4096;
+  CyLineTokenizer Tokenizer(View);
+  std::vector<TyLspToken> Tokens;
+  Piece.Counts.reserve(size_t(Last - First + 1));
+  int64_t Previous = First;
+  for (int64_t Line = First; Line <= Last; ++Line) {
+    if ((Line - First) % kPollLines == kPollLines - 1) {
+      Job.ThrowIfStopped();
+      Job.Advance(kPollLines);
+    }
+    Tokens.clear();
+    Tokenizer.Tokenize(Line, Tokens);
+    uint32_t PreviousStart = 0;
+    for (const TyLspToken& T : Tokens) {
+      const bool SameLine = Previous == Line;
+      if (Piece.FirstTokenLine == 0)
+        Piece.FirstTokenLine = Line;
+      else
+        AppendNumber(Piece.Text, static_cast<uint32_t>(SameLine ? 0 : Line - Previous));
+      AppendNumber(Piece.Text, SameLine ? T.Start - PreviousStart : T.Start);
+      AppendNumber(Piece.Text, T.Length);
+      AppendNumber(Piece.Text, T.Type);
+      AppendNumber(Piece.Text, T.Modifiers);
+      Previous = Line;
+      PreviousStart = T.Start;
+    }
+    if (!Tokens.empty()) Piece.LastTokenLine = Line;
+    Piece.Counts.push_back(static_cast<uint32_t>(Tokens.size()));
+  }
+  Job.Advance(uint64_t((Last - First + 1) % kPollLines));
+}
+
+}  // namespace
+
+std::string TyFullTokens::getJoined() const {
+  std::string Text;
+  for (const std::string& Part : Parts) Text += Part;
+  return Text;
+}
+
+TyFullTokens ComputeFullTokens(const CyDocumentView& View, const TyJobContext& Job,
+                               int64_t MinPieceLines) {
+  const int64_t Count = View.getLineCount();
+  const int64_t Pieces =
+      std::clamp<int64_t>(Count / std::max<int64_t>(1, MinPieceLines), 1, Job.ResolvePieceCount(0));
+  Job.Begin("Tokenizing", uint64_t(Count));
+  std::vector<TyTokensPiece> Done(static_cast<size_t>(Pieces));
+  auto Run = [&](int Index) {
+    const int64_t First = 1 + Count * Index / Pieces;
+    const int64_t Last = Count * (Index + 1) / Pieces;
+    EncodePiece(View, First, Last, Job, Done[size_t(Index)]);
+  };
+  if (Pieces == 1)
+    Run(0);
+  else
+    Job.RunAll(static_cast<int>(Pieces), Run);
+  TyFullTokens Result;
+  Result.Counts.reserve(size_t(Count));
+  Result.Parts.reserve(Done.size() * 2);
+  int64_t Previous = 1;  // LSP counts the first token from the first line
+  bool AnyToken = false;
+  for (TyTokensPiece& Piece : Done) {
+    Result.Counts.insert(Result.Counts.end(), Piece.Counts.begin(), Piece.Counts.end());
+    std::vector<uint32_t>().swap(Piece.Counts);
+    if (Piece.FirstTokenLine == 0) continue;
+    std::string Joint;
+    AppendNumber(Joint, static_cast<uint32_t>(Piece.FirstTokenLine - Previous));
+    if (!AnyToken) Joint.erase(0, 1);
+    AnyToken = true;
+    Previous = Piece.LastTokenLine;
+    Result.Parts.push_back(std::move(Joint));
+    Result.Parts.push_back(std::move(Piece.Text));
+  }
+  return Result;
+}
+
+std::vector<std::string> FullResultParts(TyFullTokens Data, const std::string& ResultId) {
+  std::vector<std::string> Parts;
+  Parts.reserve(Data.Parts.size() + 2);
+  Parts.push_back("{\"data\":[");
+  for (std::string& Part : Data.Parts) Parts.push_back(std::move(Part));
+  Parts.push_back("],\"resultId\":\"" + ResultId + "\"}");
+  return Parts;
+}
+
 std::string CySemanticTokensState::NextResultId() { return std::to_string(++ResultNumber_); }
 
-std::string CySemanticTokensState::FullData(const TxMarkupDocument& Document,
-                                            std::vector<uint32_t>& Data) {
-  CyLineTokenizer Tokenizer(Document);
-  Data.clear();
+std::string CySemanticTokensState::BeginFull() {
   SentCounts_.clear();
-  int64_t Previous = 1;
-  EncodeLineTokens(Tokenizer, 1, Document.getLineCount(), Previous, Data, &SentCounts_);
-  HaveResult_ = true;
+  HaveResult_ = false;
+  Pending_ = true;
   Dirty_ = AllDirty_ = false;
   Shift_ = 0;
   return NextResultId();
 }
 
-json CySemanticTokensState::Full(const TxMarkupDocument& Document) {
-  std::vector<uint32_t> Data;
-  std::string Id = FullData(Document, Data);
-  return {{"resultId", std::move(Id)}, {"data", std::move(Data)}};
+void CySemanticTokensState::InstallFull(const std::string& ResultId, std::vector<uint32_t> Counts) {
+  if (!Pending_ || ResultId != std::to_string(ResultNumber_)) return;
+  SentCounts_ = std::move(Counts);
+  Pending_ = false;
+  HaveResult_ = true;
 }
 
-std::string CySemanticTokensState::FullText(const TxMarkupDocument& Document) {
-  // Written directly, a batch of lines at a time: neither a JSON array of millions of numbers
-  // (16 bytes each) nor the whole array of numbers is ever held.
-  constexpr int64_t kBatch = 4096;
-  CyLineTokenizer Tokenizer(Document);
-  SentCounts_.clear();
-  std::vector<uint32_t> Data;
-  std::string Text = "{\"data\":[";
-  char Digits[16];
-  int64_t Previous = 1;
-  bool First = true;
-  const int64_t Count = Document.getLineCount();
-  for (int64_t From = 1; From <= Count; From += kBatch) {
-    Data.clear();
-    EncodeLineTokens(Tokenizer, From, std::min(Count, From + kBatch - 1), Previous, Data,
-                     &SentCounts_);
-    for (const uint32_t Value : Data) {
-      if (!First) Text += ',';
-      First = false;
-      Text.append(Digits, std::to_chars(Digits, Digits + sizeof Digits, Value).ptr);
-    }
-  }
-  HaveResult_ = true;
-  Dirty_ = AllDirty_ = false;
-  Shift_ = 0;
-  Text += "],\"resultId\":\"";
-  Text += NextResultId();
-  Text += "\"}";
+json CySemanticTokensState::Full(const CyDocumentView& Document) {
+  return json::parse(FullText(Document));
+}
+
+std::string CySemanticTokensState::FullText(const CyDocumentView& Document) {
+  TyJobContext Job;
+  Job.PieceCount = 1;
+  const std::string Id = BeginFull();
+  TyFullTokens Data = ComputeFullTokens(Document, Job);
+  InstallFull(Id, std::move(Data.Counts));
+  std::string Text;
+  for (const std::string& Part : FullResultParts(std::move(Data), Id)) Text += Part;
   return Text;
 }
 
@@ -269,13 +356,13 @@ bool CySemanticTokensState::NeedsFull(const std::string& PreviousResultId) const
   return !HaveResult_ || AllDirty_ || PreviousResultId != std::to_string(ResultNumber_);
 }
 
-std::string CySemanticTokensState::DeltaText(const TxMarkupDocument& Document,
+std::string CySemanticTokensState::DeltaText(const CyDocumentView& Document,
                                              const std::string& PreviousResultId) {
   if (NeedsFull(PreviousResultId)) return FullText(Document);
   return DumpMessage(Delta(Document, PreviousResultId));
 }
 
-json CySemanticTokensState::Delta(const TxMarkupDocument& Document,
+json CySemanticTokensState::Delta(const CyDocumentView& Document,
                                   const std::string& PreviousResultId) {
   if (NeedsFull(PreviousResultId)) return Full(Document);
   if (!Dirty_) return {{"resultId", NextResultId()}, {"edits", json::array()}};
@@ -317,7 +404,7 @@ json CySemanticTokensState::Delta(const TxMarkupDocument& Document,
   return {{"resultId", NextResultId()}, {"edits", json::array({std::move(Edit)})}};
 }
 
-json CySemanticTokensState::Range(const TxMarkupDocument& Document, const TyTextRange& Range) {
+json CySemanticTokensState::Range(const CyDocumentView& Document, const TyTextRange& Range) {
   CyLineTokenizer Tokenizer(Document);
   std::vector<uint32_t> Data;
   int64_t Previous = 1;
@@ -330,7 +417,7 @@ json CySemanticTokensState::Range(const TxMarkupDocument& Document, const TyText
 
 void CySemanticTokensState::OnDocumentChanged(const TxMarkupDocument&,
                                               const TyDocumentChange& Change) {
-  if (!HaveResult_ || AllDirty_) return;
+  if ((!HaveResult_ && !Pending_) || AllDirty_) return;
   if (Change.WholeContent) {
     AllDirty_ = true;
     return;

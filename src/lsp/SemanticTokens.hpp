@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "common/JobContext.hpp"
 #include "editor/DocumentChange.hpp"
 #include "lsp/Protocol.hpp"
 
@@ -37,7 +38,7 @@ json SemanticTokensLegend();
 // while the object lives.
 class CyLineTokenizer {
  public:
-  explicit CyLineTokenizer(const TxMarkupDocument& Document);
+  explicit CyLineTokenizer(const CyDocumentView& Document);
   ~CyLineTokenizer();
   // Appends the tokens of line Line (1-based), ordered by start, without overlaps.
   void Tokenize(int64_t Line, std::vector<TyLspToken>& Out);
@@ -55,33 +56,64 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
                       int64_t& PreviousLine, std::vector<uint32_t>& Data,
                       std::vector<uint32_t>* Counts);
 
+// A full result computed off the dispatch thread: the "data" array's content as text parts
+// (written one after another, never joined) and the token count of every line.
+struct TyFullTokens {
+  std::vector<std::string> Parts;
+  std::vector<uint32_t> Counts;
+  // The parts joined (tests; the server writes the parts as they are).
+  std::string getJoined() const;
+};
+
+// Tokenizes every line of View into a full result, in up to Job.PieceCount pieces of lines
+// run in parallel (each with its own tokenizer; they only read the lines). Progress
+// "Tokenizing" counts lines; Job's stop ends it with CyCancelledException. Any thread; View
+// must not change meanwhile (a snapshot, or the document on its own thread). MinPieceLines:
+// no piece is cut shorter (a short piece costs more in threads than it saves).
+TyFullTokens ComputeFullTokens(const CyDocumentView& View, const TyJobContext& Job,
+                               int64_t MinPieceLines = 16384);
+
+// The full result's JSON text around Data's parts: {"data":[...],"resultId":"Id"}.
+std::vector<std::string> FullResultParts(TyFullTokens Data, const std::string& ResultId);
+
 // The last full or delta result sent for one document and the lines changed since.
+//
+// A full result may be computed elsewhere from a snapshot: BeginFull takes its id when the
+// snapshot is made, changes from then on are tracked against it, and InstallFull hands over its
+// line counts once it is done. Until then (or when another result began meanwhile) every delta
+// request gets a full result, so an outdated result never becomes the base of a delta.
 class CySemanticTokensState : public IyDocumentListener {
  public:
   // `textDocument/semanticTokens/full`: every line; remembers the result for later deltas.
   // Linear in the text.
-  json Full(const TxMarkupDocument& Document);
-  // Full as serialised JSON, written without building a JSON tree (the server's path: a big
-  // document has millions of numbers).
-  std::string FullText(const TxMarkupDocument& Document);
+  json Full(const CyDocumentView& Document);
+  // Full as serialised JSON, written without building a JSON tree.
+  std::string FullText(const CyDocumentView& Document);
   // Delta as serialised JSON (FullText when a full result is due).
-  std::string DeltaText(const TxMarkupDocument& Document, const std::string& PreviousResultId);
+  std::string DeltaText(const CyDocumentView& Document, const std::string& PreviousResultId);
   // `textDocument/semanticTokens/full/delta` against PreviousResultId: a delta when that id is
   // the last result, else a full result.
-  json Delta(const TxMarkupDocument& Document, const std::string& PreviousResultId);
+  json Delta(const CyDocumentView& Document, const std::string& PreviousResultId);
   // `textDocument/semanticTokens/range`: lines touching Range; no state kept.
-  static json Range(const TxMarkupDocument& Document, const TyTextRange& Range);
+  static json Range(const CyDocumentView& Document, const TyTextRange& Range);
+
+  // True when a delta against PreviousResultId cannot be answered here (a full result is due).
+  bool NeedsFull(const std::string& PreviousResultId) const;
+  // Starts a full result of the document as it is now (call with the snapshot it is computed
+  // from); returns its result id. Dispatch thread.
+  std::string BeginFull();
+  // Hands over the line counts of the full result ResultId; ignored unless it is the result
+  // begun last and none was sent since. Dispatch thread.
+  void InstallFull(const std::string& ResultId, std::vector<uint32_t> Counts);
 
   void OnDocumentChanged(const TxMarkupDocument& Document, const TyDocumentChange& Change) override;
 
  private:
   std::string NextResultId();
-  // Tokenizes every line into Data and makes it the last result; returns its id.
-  std::string FullData(const TxMarkupDocument& Document, std::vector<uint32_t>& Data);
-  bool NeedsFull(const std::string& PreviousResultId) const;
 
   std::vector<uint32_t> SentCounts_;  // tokens per line of the last result, in its numbering
   bool HaveResult_ = false;
+  bool Pending_ = false;  // a full result was begun and its counts are not installed yet
   uint64_t ResultNumber_ = 0;
   // Lines changed since the last result: [DirtyFrom_, DirtyUntil_] in today's numbering; lines
   // behind are the result's lines shifted by Shift_.

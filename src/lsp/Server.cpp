@@ -1,5 +1,7 @@
 #include "lsp/Server.hpp"
 
+#include <malloc.h>
+
 #include <thread>
 
 #include "common/Exception.hpp"
@@ -11,15 +13,18 @@
 #include "lsp/FoldingRanges.hpp"
 #include "lsp/Formatting.hpp"
 #include "lsp/TagNavigation.hpp"
+#include "lsp/WorkDoneProgress.hpp"
 
 namespace xylem::lsp {
 
 namespace {
 
-constexpr size_t kMaxCancelledIds = 4096;
 // The id of our own workspace/configuration requests.
 constexpr const char* kConfigurationRequestId = "xylem/configuration";
 const json kNull;
+constexpr const char* kCancelledMessage = "The request was cancelled.";
+// A didOpen text from this size on is read from the message's bytes (BigText.hpp).
+constexpr size_t kBigTextBytes = size_t{1} << 20;
 
 const json& RequireObject(const json& Params, const char* Name) {
   if (!Params.is_object() || !Params.contains(Name) || !Params[Name].is_object())
@@ -45,7 +50,8 @@ CyLspServer::CyLspServer(std::ostream& Out, const TyLspServerOptions& Options)
 }
 
 CyLspServer::~CyLspServer() {
-  // The checks' workers post to the queue: stop them while it still exists.
+  // Jobs and the checks' workers write answers and post to the queue: stop them first.
+  Jobs_.StopAll();
   Documents_.clear();
 }
 
@@ -57,6 +63,10 @@ void CyLspServer::RawRequest(const std::string& Method, TyRawHandler Handler) {
   RawRequests_[Method] = std::move(Handler);
 }
 
+void CyLspServer::LongRequest(const std::string& Method, std::string Title, TyLongHandler Handler) {
+  LongRequests_[Method] = {std::move(Title), std::move(Handler)};
+}
+
 void CyLspServer::Notification(const std::string& Method,
                                std::function<void(const json& Params)> Handler) {
   Notifications_[Method] = std::move(Handler);
@@ -65,6 +75,8 @@ void CyLspServer::Notification(const std::string& Method,
 void CyLspServer::Register() {
   Request("initialize", [this](const json& P) { return Initialize(P); });
   Request("shutdown", [this](const json&) {
+    // Running requests are stopped and answered (RequestCancelled) before this answer.
+    Jobs_.StopAll();
     ShutdownRequested_ = true;
     return json(nullptr);
   });
@@ -77,45 +89,71 @@ void CyLspServer::Register() {
   Notification("textDocument/didSave", [](const json&) {});
   Notification("workspace/didChangeConfiguration",
                [this](const json& P) { DidChangeConfiguration(P); });
+  Notification("window/workDoneProgress/cancel", [this](const json& P) {
+    if (P.is_object() && P.contains("token")) Jobs_.CancelProgress(P["token"].dump());
+  });
 
-  RawRequest("textDocument/semanticTokens/full", [this](const json& P) {
+  LongRequest("textDocument/semanticTokens/full", "Tokenizing",
+              [this](const json& P, std::vector<std::string>&) { return FullTokens(P); });
+  LongRequest("textDocument/semanticTokens/full/delta", "Tokenizing",
+              [this](const json& P, std::vector<std::string>& Now) -> TyLongWork {
+                CyLspDocument& D = DocumentOf(P);
+                const std::string& Previous = RequireString(P, "previousResultId");
+                if (D.getTokens().NeedsFull(Previous)) return FullTokens(P);
+                Now.push_back(D.getTokens().DeltaText(D.getDocument(), Previous));
+                return {};
+              });
+  LongRequest("textDocument/semanticTokens/range", "Tokenizing",
+              [this](const json& P, std::vector<std::string>&) -> TyLongWork {
+                CyLspDocument& D = DocumentOf(P);
+                const TyTextRange Range = FromLspRange(P.value("range", json()), D.getDocument());
+                return [Snapshot = D.getSnapshot(), Range](const TyJobContext&) {
+                  return std::vector<std::string>{
+                      DumpMessage(CySemanticTokensState::Range(*Snapshot, Range))};
+                };
+              });
+  LongRequest("textDocument/foldingRange", "Folding",
+              [this](const json& P, std::vector<std::string>&) -> TyLongWork {
+                CyLspDocument& D = DocumentOf(P);
+                std::optional<int64_t> Limit;
+                if (P.contains("rangeLimit") && P["rangeLimit"].is_number_integer())
+                  Limit = P["rangeLimit"].get<int64_t>();
+                return [Snapshot = D.getSnapshot(), Limit](const TyJobContext& Job) {
+                  Job.Begin("Folding", 0);
+                  return std::vector<std::string>{DumpMessage(FoldingRanges(*Snapshot, Limit))};
+                };
+              });
+  auto Formatting = [this](const json& P, bool WithRange) -> TyLongWork {
     CyLspDocument& D = DocumentOf(P);
-    return D.getTokens().FullText(D.getDocument());
-  });
-  RawRequest("textDocument/semanticTokens/full/delta", [this](const json& P) {
-    CyLspDocument& D = DocumentOf(P);
-    return D.getTokens().DeltaText(D.getDocument(), RequireString(P, "previousResultId"));
-  });
-  Request("textDocument/semanticTokens/range", [this](const json& P) {
-    CyLspDocument& D = DocumentOf(P);
-    return CySemanticTokensState::Range(D.getDocument(),
-                                        FromLspRange(P.value("range", json()), D.getDocument()));
-  });
-  Request("textDocument/foldingRange", [this](const json& P) {
-    CyLspDocument& D = DocumentOf(P);
-    std::optional<int64_t> Limit;
-    if (P.contains("rangeLimit") && P["rangeLimit"].is_number_integer())
-      Limit = P["rangeLimit"].get<int64_t>();
-    return FoldingRanges(D.getDocument(), Limit);
-  });
-  Request("textDocument/formatting", [this](const json& P) {
-    CyLspDocument& D = DocumentOf(P);
-    return FormatEdits(D.getDocument(), P.value("options", json()), FormatterChoices_,
-                       std::nullopt);
-  });
-  Request("textDocument/rangeFormatting", [this](const json& P) {
-    CyLspDocument& D = DocumentOf(P);
-    return FormatEdits(D.getDocument(), P.value("options", json()), FormatterChoices_,
-                       FromLspRange(P.value("range", json()), D.getDocument()));
-  });
-  Request("textDocument/diagnostic", [this](const json& P) { return PullDiagnostics(P); });
+    std::optional<TyTextRange> Range;
+    if (WithRange) Range = FromLspRange(P.value("range", json()), D.getDocument());
+    return [Snapshot = D.getSnapshot(), Options = P.value("options", json()),
+            Choices = FormatterChoices_, Range](const TyJobContext& Job) {
+      Job.Begin("Formatting", 0);
+      return std::vector<std::string>{DumpMessage(FormatEdits(*Snapshot, Options, Choices, Range))};
+    };
+  };
+  LongRequest(
+      "textDocument/formatting", "Formatting",
+      [Formatting](const json& P, std::vector<std::string>&) { return Formatting(P, false); });
+  LongRequest(
+      "textDocument/rangeFormatting", "Formatting",
+      [Formatting](const json& P, std::vector<std::string>&) { return Formatting(P, true); });
+  LongRequest(
+      "textDocument/diagnostic", "Checking",
+      [this](const json& P, std::vector<std::string>& Now) { return PullDiagnostics(P, Now); });
+  LongRequest("textDocument/documentSymbol", "Outlining",
+              [this](const json& P, std::vector<std::string>&) -> TyLongWork {
+                return [Snapshot = DocumentOf(P).getSnapshot()](const TyJobContext& Job) {
+                  Job.Begin("Outlining", 0);
+                  return std::vector<std::string>{DumpMessage(DocumentSymbols(*Snapshot))};
+                };
+              });
   Request("textDocument/completion", [this](const json& P) {
     CyLspDocument& D = DocumentOf(P);
     return Completion(D.getDocument(),
                       FromLspPosition(P.value("position", json()), D.getDocument()));
   });
-  Request("textDocument/documentSymbol",
-          [this](const json& P) { return DocumentSymbols(DocumentOf(P).getDocument()); });
   Request("textDocument/linkedEditingRange", [this](const json& P) {
     CyLspDocument& D = DocumentOf(P);
     return LinkedEditingRanges(D.getDocument(),
@@ -149,25 +187,35 @@ json CyLspServer::Initialize(const json& Params) {
     Node = &(*Node)[Key];
   }
   ClientPullsConfiguration_ = Node->is_boolean() && Node->get<bool>();
+  if (Params.is_object() && Params.contains("capabilities")) {
+    const json& Capabilities = Params["capabilities"];
+    if (Capabilities.is_object() && Capabilities.contains("window") &&
+        Capabilities["window"].is_object())
+      ClientShowsProgress_ = Capabilities["window"].value("workDoneProgress", false) == true;
+  }
   if (Params.is_object() && Params.contains("initializationOptions"))
     DidChangeConfiguration({{"settings", {{"xylem", Params["initializationOptions"]}}}});
   json Capabilities = {
       {"positionEncoding", "utf-16"},
       {"textDocumentSync", {{"openClose", true}, {"change", 2}, {"save", false}}},
       {"semanticTokensProvider",
-       {{"legend", SemanticTokensLegend()}, {"range", true}, {"full", {{"delta", true}}}}},
-      {"foldingRangeProvider", true},
-      {"documentFormattingProvider", true},
-      {"documentRangeFormattingProvider", true},
+       {{"legend", SemanticTokensLegend()},
+        {"range", true},
+        {"full", {{"delta", true}}},
+        {"workDoneProgress", true}}},
+      {"foldingRangeProvider", {{"workDoneProgress", true}}},
+      {"documentFormattingProvider", {{"workDoneProgress", true}}},
+      {"documentRangeFormattingProvider", {{"workDoneProgress", true}}},
       {"completionProvider", {{"triggerCharacters", {"<", "/", "(", "$", ":", " ", "@"}}}},
-      {"documentSymbolProvider", true},
+      {"documentSymbolProvider", {{"workDoneProgress", true}}},
       {"linkedEditingRangeProvider", true},
       {"documentHighlightProvider", true},
       {"selectionRangeProvider", true},
       {"diagnosticProvider",
        {{"identifier", "xylem"},
         {"interFileDependencies", false},
-        {"workspaceDiagnostics", false}}},
+        {"workspaceDiagnostics", false},
+        {"workDoneProgress", true}}},
   };
   return {{"capabilities", std::move(Capabilities)}, {"serverInfo", {{"name", "xylem"}}}};
 }
@@ -186,8 +234,25 @@ void CyLspServer::DidOpen(const json& Params) {
   const std::string& Text = RequireString(Item, "text");
   const std::string LanguageId = Item.value("languageId", std::string());
   const int64_t Version = Item.value("version", int64_t{0});
-  auto Document = std::make_unique<CyLspDocument>(Uri, LanguageId, Version, ToUTF16(Text), Caches_);
-  Document->getChecks().setOnFinished([this, Uri] { Post({TyInbound::ikCheckDone, {}, Uri}); });
+  std::unique_ptr<CyLspDocument> Document;
+  if (BigText_ && Text.empty()) {
+    // Straight from the message's bytes into the lines, the bytes freed once decoded.
+    TyBigText* Big = BigText_;
+    std::optional<CyWorkDoneProgress> Progress;
+    TyDocumentLoadOptions Load;
+    if (ClientShowsProgress_) {
+      Progress.emplace(CreateProgressToken(), "Opening", false, 2,
+                       [this](json P) { Notify("$/progress", std::move(P)); });
+      Load.Job.Progress = &*Progress;
+    }
+    Document = std::make_unique<CyLspDocument>(
+        Uri, LanguageId, Version, Big->getText(), Load, [Big] { Big->Release(); }, Caches_);
+  } else {
+    Document = std::make_unique<CyLspDocument>(Uri, LanguageId, Version, ToUTF16(Text), Caches_);
+  }
+  Document->getChecks().setOnFinished([this, Uri] {
+    Post({TyInbound::ikCheckDone, {}, Uri, {}, {}});
+  });
   CyLspDocument& D = *(Documents_[Uri] = std::move(Document));
   // The first check of a document is not waiting for a pause in typing.
   D.ChecksDue = std::chrono::steady_clock::now();
@@ -205,8 +270,12 @@ void CyLspServer::DidChange(const json& Params) {
 
 void CyLspServer::DidClose(const json& Params) {
   const std::string& Uri = RequireString(RequireObject(Params, "textDocument"), "uri");
-  if (Documents_.erase(Uri))
+  if (Documents_.erase(Uri)) {
+    // A big document's lines and its jobs' buffers were spread over the threads' heaps: give
+    // the freed pages back now rather than keep them for the next open.
+    malloc_trim(0);
     Notify("textDocument/publishDiagnostics", {{"uri", Uri}, {"diagnostics", json::array()}});
+  }
 }
 
 void CyLspServer::RequestConfiguration() {
@@ -248,18 +317,44 @@ void CyLspServer::PublishDiagnostics(CyLspDocument& Document) {
           {"diagnostics", DiagnosticsOf(Errs.get(), Document.getDocument())}});
 }
 
-json CyLspServer::PullDiagnostics(const json& Params) {
+CyLspServer::TyLongWork CyLspServer::PullDiagnostics(const json& Params,
+                                                     std::vector<std::string>& Now) {
   CyLspDocument& D = DocumentOf(Params);
   TxMarkupDocument& Doc = D.getDocument();
-  IyXMLErrsPtr Errs;
-  if (D.getChecks().getResultGeneration() == Doc.getGeneration() && !D.getChecks().getRunning())
-    Errs = D.getChecks().getErrs();
-  if (!Errs) {
-    TyJobContext Job;
-    Job.PieceCount = 1;
-    Errs = CheckSnapshot(*Doc.CreateSnapshot(), Caches_, Job);
+  if (D.getChecks().getResultGeneration() == Doc.getGeneration() && !D.getChecks().getRunning()) {
+    IyXMLErrsPtr Errs = D.getChecks().getErrs();
+    Now.push_back(DumpMessage({{"kind", "full"}, {"items", DiagnosticsOf(Errs.get(), Doc)}}));
+    return {};
   }
-  return {{"kind", "full"}, {"items", DiagnosticsOf(Errs.get(), Doc)}};
+  return [this, Snapshot = D.getSnapshot()](const TyJobContext& Job) {
+    TyJobContext One = Job;
+    One.PieceCount = 1;
+    IyXMLErrsPtr Errs = CheckSnapshot(*Snapshot, Caches_, One);
+    return std::vector<std::string>{
+        DumpMessage({{"kind", "full"}, {"items", DiagnosticsOf(Errs.get(), *Snapshot)}})};
+  };
+}
+
+CyLspServer::TyLongWork CyLspServer::FullTokens(const json& Params) {
+  CyLspDocument& D = DocumentOf(Params);
+  TxDocumentSnapshotPtr Snapshot = D.getSnapshot();
+  // The result id is taken now, for the snapshot's version: edits arriving while it is
+  // computed are tracked against it, and its line counts are installed before it is sent.
+  std::string ResultId = D.getTokens().BeginFull();
+  return [this, Snapshot, ResultId, Uri = D.getUri(),
+          Serial = D.getSerial()](const TyJobContext& Job) {
+    TyFullTokens Data = ComputeFullTokens(*Snapshot, Job);
+    Post({TyInbound::ikTask,
+          {},
+          {},
+          [this, Uri, Serial, ResultId, Counts = std::move(Data.Counts)]() mutable {
+            auto It = Documents_.find(Uri);
+            if (It != Documents_.end() && It->second->getSerial() == Serial)
+              It->second->getTokens().InstallFull(ResultId, std::move(Counts));
+          },
+          {}});
+    return FullResultParts(std::move(Data), ResultId);
+  };
 }
 
 void CyLspServer::RunDueWork() {
@@ -281,6 +376,75 @@ void CyLspServer::RespondRaw(const json& Id, const std::string& Result) {
   Writer_.Write({Head, Result, "}"});
 }
 
+void CyLspServer::RespondParts(const json& Id, const std::vector<std::string>& Parts) {
+  std::vector<std::string_view> All;
+  All.reserve(Parts.size() + 2);
+  const std::string Head = "{\"id\":" + DumpMessage(Id) + ",\"jsonrpc\":\"2.0\",\"result\":";
+  All.push_back(Head);
+  All.insert(All.end(), Parts.begin(), Parts.end());
+  All.push_back("}");
+  Writer_.Write(All);
+}
+
+json CyLspServer::ProgressTokenFor(const json& Params, const CyLspDocument* Document) {
+  if (Params.is_object() && Params.contains("workDoneToken")) {
+    const json& Token = Params["workDoneToken"];
+    if (Token.is_string() || Token.is_number_integer()) return Token;
+  }
+  if (!ClientShowsProgress_ || !Document ||
+      Document->getDocument().getLineCount() < Options_.ProgressMinLines)
+    return nullptr;
+  return CreateProgressToken();
+}
+
+json CyLspServer::CreateProgressToken() {
+  json Token = "xylem/progress/" + std::to_string(NextProgressToken_++);
+  // The answer needs nothing from us (a response without method is dropped quietly).
+  Writer_.Write(DumpMessage({{"jsonrpc", "2.0"},
+                             {"id", Token},
+                             {"method", "window/workDoneProgress/create"},
+                             {"params", {{"token", Token}}}}));
+  return Token;
+}
+
+void CyLspServer::StartLong(const json& Id, const json& Params, const CyLspDocument* Document,
+                            const std::string& Title, TyLongWork Work) {
+  json Token = ProgressTokenFor(Params, Document);
+  const std::string TokenKey = Token.is_null() ? std::string() : Token.dump();
+  const bool Started = Jobs_.Start(
+      Id.dump(), TokenKey, [this, Id, Token, Title, Work = std::move(Work)](std::stop_token Stop) {
+        std::optional<CyWorkDoneProgress> Progress;
+        if (!Token.is_null())
+          Progress.emplace(Token, Title, true, 1,
+                           [this](json P) { Notify("$/progress", std::move(P)); });
+        TyJobContext Job;
+        Job.StopToken = Stop;
+        Job.Progress = Progress ? &*Progress : nullptr;
+        try {
+          std::vector<std::string> Parts = Work(Job);
+          Job.ThrowIfStopped();
+          if (Progress) Progress->End();
+          RespondParts(Id, Parts);
+          size_t Bytes = 0;
+          for (const std::string& Part : Parts) Bytes += Part.size();
+          Parts = {};
+          // A big answer was built on the threads' own heaps, which keep freed pages: give
+          // them back now rather than hold them until the next big request.
+          if (Bytes > (size_t{16} << 20)) malloc_trim(0);
+        } catch (const CyCancelledException&) {
+          if (Progress) Progress->End();
+          RespondError(Id, lecRequestCancelled, kCancelledMessage);
+        } catch (const CyLspError& Error) {
+          if (Progress) Progress->End();
+          RespondError(Id, Error.getCode(), Error.what());
+        } catch (const std::exception& Error) {
+          if (Progress) Progress->End();
+          RespondError(Id, lecInternalError, Error.what());
+        }
+      });
+  if (!Started) RespondError(Id, lecRequestCancelled, kCancelledMessage);
+}
+
 void CyLspServer::RespondError(const json& Id, int Code, const std::string& Message) {
   Writer_.Write(DumpMessage(
       {{"jsonrpc", "2.0"}, {"id", Id}, {"error", {{"code", Code}, {"message", Message}}}}));
@@ -299,9 +463,10 @@ void CyLspServer::Post(TyInbound Item) {
   Arrived_.notify_one();
 }
 
-bool CyLspServer::TakeCancelled(const json& Id) {
-  std::lock_guard Lock(Mutex_);
-  return Cancelled_.erase(Id.dump()) > 0;
+bool CyLspServer::TakeCancelled(const json& Id) { return Jobs_.TakeCancelled(Id.dump()); }
+
+void CyLspServer::CancelRequest(const json& Params) {
+  if (Params.is_object() && Params.contains("id")) Jobs_.Cancel(Params["id"].dump());
 }
 
 void CyLspServer::HandleContent(std::string_view Content) {
@@ -345,11 +510,7 @@ void CyLspServer::HandleMessage(const json& Message) {
   const json& Params = ParamsIt != Message.end() ? *ParamsIt : kNull;
   if (!HasId) {
     if (Method == "$/cancelRequest") {
-      if (Params.is_object() && Params.contains("id")) {
-        std::lock_guard Lock(Mutex_);
-        if (Cancelled_.size() >= kMaxCancelledIds) Cancelled_.clear();
-        Cancelled_.insert(Params["id"].dump());
-      }
+      CancelRequest(Params);
       return;
     }
     if (!Initialized_ && Method != "exit") return;
@@ -372,17 +533,31 @@ void CyLspServer::HandleMessage(const json& Message) {
     return;
   }
   if (TakeCancelled(Id)) {
-    RespondError(Id, lecRequestCancelled, "The request was cancelled.");
+    RespondError(Id, lecRequestCancelled, kCancelledMessage);
     return;
   }
   auto It = Requests_.find(Method);
   auto RawIt = RawRequests_.find(Method);
-  if (It == Requests_.end() && RawIt == RawRequests_.end()) {
+  auto LongIt = LongRequests_.find(Method);
+  if (It == Requests_.end() && RawIt == RawRequests_.end() && LongIt == LongRequests_.end()) {
     RespondError(Id, lecMethodNotFound, "Unhandled method " + Method + ".");
     return;
   }
   try {
-    if (RawIt != RawRequests_.end())
+    if (LongIt != LongRequests_.end()) {
+      std::vector<std::string> Now;
+      TyLongWork Work = LongIt->second.Handler(Params, Now);
+      if (Work) {
+        auto DocIt = Documents_.end();
+        if (Params.is_object() && Params.contains("textDocument") &&
+            Params["textDocument"].is_object())
+          DocIt = Documents_.find(Params["textDocument"].value("uri", std::string()));
+        StartLong(Id, Params, DocIt != Documents_.end() ? DocIt->second.get() : nullptr,
+                  LongIt->second.Title, std::move(Work));
+      } else {
+        RespondParts(Id, Now);
+      }
+    } else if (RawIt != RawRequests_.end())
       RespondRaw(Id, RawIt->second(Params));
     else
       Respond(Id, It->second(Params));
@@ -391,7 +566,7 @@ void CyLspServer::HandleMessage(const json& Message) {
   } catch (const json::exception& Error) {
     RespondError(Id, lecInvalidParams, Error.what());
   } catch (const CyCancelledException&) {
-    RespondError(Id, lecRequestCancelled, "The request was cancelled.");
+    RespondError(Id, lecRequestCancelled, kCancelledMessage);
   } catch (const std::exception& Error) {
     RespondError(Id, lecInternalError, Error.what());
   }
@@ -418,7 +593,10 @@ int CyLspServer::Run(std::istream& In) {
         RespondError(nullptr, lecParseError, "A message header lacks a valid Content-Length.");
         continue;
       }
-      json Message = json::parse(Body, nullptr, false);
+      auto Big = std::make_unique<TyBigText>();
+      const std::optional<std::string> Rest = ExtractBigText(Body, *Big, kBigTextBytes);
+      if (!Rest) Big.reset();
+      json Message = json::parse(Rest ? *Rest : Body, nullptr, false);
       // A document's text is not kept twice: give back what a big message took.
       if (Body.capacity() > (size_t{1} << 20)) std::string().swap(Body);
       if (Message.is_discarded()) {
@@ -430,25 +608,20 @@ int CyLspServer::Run(std::istream& In) {
           Message.is_object() && Message.value("method", json()) == "$/cancelRequest";
       const bool IsExit = Message.is_object() && Message.value("method", json()) == "exit";
       if (IsCancel) {
-        const json& Params = Message.value("params", json());
-        if (Params.is_object() && Params.contains("id")) {
-          std::lock_guard Lock(Mutex_);
-          if (Cancelled_.size() >= kMaxCancelledIds) Cancelled_.clear();
-          Cancelled_.insert(Params["id"].dump());
-        }
+        CancelRequest(Message.value("params", json()));
         continue;
       }
-      Post({TyInbound::ikMessage, std::move(Message), {}});
+      Post({TyInbound::ikMessage, std::move(Message), {}, {}, std::move(Big)});
       if (IsExit) return;  // nothing after exit is read
     }
-    Post({TyInbound::ikEnd, {}, {}});
+    Post({TyInbound::ikEnd, {}, {}, {}, {}});
   });
 
   while (!ExitRequested_) {
     std::optional<std::chrono::steady_clock::time_point> Due;
     for (auto& [Uri, D] : Documents_)
       if (D->ChecksDue && (!Due || *D->ChecksDue < *Due)) Due = D->ChecksDue;
-    TyInbound Item{TyInbound::ikCheckDone, {}, {}};
+    TyInbound Item{TyInbound::ikCheckDone, {}, {}, {}, {}};
     bool Have = false;
     {
       std::unique_lock Lock(Mutex_);
@@ -466,7 +639,11 @@ int CyLspServer::Run(std::istream& In) {
     if (Have) {
       if (Item.Kind == TyInbound::ikEnd) break;
       if (Item.Kind == TyInbound::ikMessage) {
+        BigText_ = Item.Big.get();
         HandleMessage(Item.Message);
+        BigText_ = nullptr;
+      } else if (Item.Kind == TyInbound::ikTask) {
+        Item.Task();
       } else {
         auto It = Documents_.find(Item.Uri);
         if (It != Documents_.end() && It->second->getChecks().Poll())
@@ -474,9 +651,11 @@ int CyLspServer::Run(std::istream& In) {
       }
     }
     RunDueWork();
+    Jobs_.Reap();
   }
   Reader.join();
-  // Stop the checks before the queue they post to goes away.
+  // Stop the jobs and checks before the queue they post to goes away.
+  Jobs_.StopAll();
   Documents_.clear();
   return ShutdownRequested_ && ExitRequested_ ? 0 : 1;
 }

@@ -1,9 +1,12 @@
 #pragma once
 // CyLspServer: the language server behind `xylem lsp`. A reader thread takes framed messages
 // from the input and parses them; the dispatch thread (the caller of Run) handles them in
-// order against the open documents, so every answer reflects the document's current version.
-// Checks run on worker threads over snapshots and report back through the same queue; their
-// diagnostics are pushed after a pause in typing and replaced by newer ones.
+// order against the open documents, so every answer reflects the version it was asked for.
+// Long requests (full and range tokens, folding, formatting, symbols, pulled diagnostics) take
+// a snapshot on the dispatch thread and run on a thread of their own (CyRequestJobs), with
+// work-done progress and cancellation; a keystroke's didChange and delta are not held up by
+// them. Checks run on worker threads over snapshots and report back through the same queue;
+// their diagnostics are pushed after a pause in typing and replaced by newer ones.
 //
 //   CyLspServer server(std::cout);
 //   return server.Run(std::cin);
@@ -21,12 +24,14 @@
 #include <mutex>
 #include <optional>
 #include <ostream>
-#include <set>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
+#include "lsp/BigText.hpp"
 #include "lsp/LspDocument.hpp"
 #include "lsp/Protocol.hpp"
+#include "lsp/RequestJobs.hpp"
 #include "lsp/Transport.hpp"
 #include "services/XPathCheckerCachePool.hpp"
 #include "xml/format/Formatter.hpp"
@@ -38,6 +43,9 @@ struct TyLspServerOptions {
   size_t MaxMessageLength = size_t{512} << 20;
   // The pause in typing after which checks start.
   std::chrono::milliseconds DiagnosticsDelay{300};
+  // Documents of at least this many lines get work-done progress of the server's own (when
+  // the client supports it) for long requests; a request's own workDoneToken is always used.
+  int64_t ProgressMinLines = 100000;
 };
 
 class CyLspServer {
@@ -66,15 +74,38 @@ class CyLspServer {
   using TyHandler = std::function<json(const json& Params)>;
   // A handler whose result is already serialised JSON (big results skip the JSON tree).
   using TyRawHandler = std::function<std::string(const json& Params)>;
+  // The work of a long request, run on a thread of its own: returns the result's JSON text in
+  // parts (written one after another).
+  using TyLongWork = std::function<std::vector<std::string>(const TyJobContext& Job)>;
+  // Runs on the dispatch thread: takes what the work needs (a snapshot) and returns it; or
+  // answers at once by filling Now and returning no work.
+  using TyLongHandler =
+      std::function<TyLongWork(const json& Params, std::vector<std::string>& Now)>;
+  struct TyLongRequest {
+    std::string Title;  // of its progress
+    TyLongHandler Handler;
+  };
   struct TyInbound {
-    enum TyKind : uint8_t { ikMessage, ikCheckDone, ikEnd } Kind;
+    enum TyKind : uint8_t { ikMessage, ikCheckDone, ikTask, ikEnd } Kind;
     json Message;
     std::string Uri;
+    std::function<void()> Task;      // ikTask: runs on the dispatch thread
+    std::unique_ptr<TyBigText> Big;  // ikMessage: a didOpen's text taken out before parsing
   };
 
   void Register();
   void Request(const std::string& Method, TyHandler Handler);
   void RawRequest(const std::string& Method, TyRawHandler Handler);
+  void LongRequest(const std::string& Method, std::string Title, TyLongHandler Handler);
+  // Starts a long request's work on a thread of its own, with progress when asked for.
+  void StartLong(const json& Id, const json& Params, const CyLspDocument* Document,
+                 const std::string& Title, TyLongWork Work);
+  // The progress token for a long request: the request's workDoneToken, or one of ours created
+  // through window/workDoneProgress/create for a big document when the client supports it.
+  json ProgressTokenFor(const json& Params, const CyLspDocument* Document);
+  // Creates a progress token of ours through window/workDoneProgress/create.
+  json CreateProgressToken();
+  void RespondParts(const json& Id, const std::vector<std::string>& Parts);
   void Notification(const std::string& Method, std::function<void(const json& Params)> Handler);
   void Respond(const json& Id, json Result);
   void RespondRaw(const json& Id, const std::string& Result);
@@ -82,6 +113,8 @@ class CyLspServer {
   void Notify(const std::string& Method, json Params);
   void Post(TyInbound Item);
   bool TakeCancelled(const json& Id);
+  // Notes the client's cancellation of request Id (any thread).
+  void CancelRequest(const json& Params);
 
   CyLspDocument& DocumentOf(const json& Params);
   json Initialize(const json& Params);
@@ -93,7 +126,8 @@ class CyLspServer {
   void RequestConfiguration();
   void ScheduleChecks(CyLspDocument& Document);
   void PublishDiagnostics(CyLspDocument& Document);
-  json PullDiagnostics(const json& Params);
+  TyLongWork PullDiagnostics(const json& Params, std::vector<std::string>& Now);
+  TyLongWork FullTokens(const json& Params);
 
   TyLspServerOptions Options_;
   CyMessageWriter Writer_;
@@ -102,17 +136,22 @@ class CyLspServer {
   std::map<std::string, std::unique_ptr<CyLspDocument>> Documents_;
   std::unordered_map<std::string, TyHandler> Requests_;
   std::unordered_map<std::string, TyRawHandler> RawRequests_;
+  std::unordered_map<std::string, TyLongRequest> LongRequests_;
   std::unordered_map<std::string, std::function<void(const json&)>> Notifications_;
   bool Initialized_ = false;
   bool ShutdownRequested_ = false;
   bool ExitRequested_ = false;
   bool ClientPullsConfiguration_ = false;
+  bool ClientShowsProgress_ = false;  // window.workDoneProgress
+  TyBigText* BigText_ = nullptr;      // the text of the didOpen being handled, if taken out
+  uint64_t NextProgressToken_ = 1;
 
   // Shared with the reader thread and the check workers.
   std::mutex Mutex_;
   std::condition_variable Arrived_;
   std::deque<TyInbound> Queue_;
-  std::set<std::string> Cancelled_;  // ids (as JSON text) of requests cancelled before handled
+  // Declared last: destroyed first, its jobs stopped while what they use still exists.
+  CyRequestJobs Jobs_;
 };
 
 }  // namespace xylem::lsp

@@ -87,7 +87,12 @@ TyReadStatus CyMessageReader::Read(std::string& Body) {
 
 void CyMessageWriter::Write(std::string_view Body) { Write({Body}); }
 
-void CyMessageWriter::Write(std::initializer_list<std::string_view> Parts) {
+void CyMessageWriter::Write(std::initializer_list<std::string_view> Parts) { WriteParts(Parts); }
+
+void CyMessageWriter::Write(const std::vector<std::string_view>& Parts) { WriteParts(Parts); }
+
+template <typename TyParts>
+void CyMessageWriter::WriteParts(const TyParts& Parts) {
   size_t Length = 0;
   for (std::string_view Part : Parts) Length += Part.size();
   std::lock_guard Lock(Mutex_);

@@ -9,6 +9,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace xylem::lsp {
 
@@ -48,8 +49,12 @@ class CyMessageWriter {
   void Write(std::string_view Body);
   // Writes one message whose body is the concatenation of Parts (no copy of a big body).
   void Write(std::initializer_list<std::string_view> Parts);
+  void Write(const std::vector<std::string_view>& Parts);
 
  private:
+  template <typename TyParts>
+  void WriteParts(const TyParts& Parts);
+
   std::ostream& Out_;
   std::mutex Mutex_;
 };

@@ -14,4 +14,10 @@ TyDocumentKind DetectDocumentKind(std::string_view Path, const TxTextList& List)
 
 const char* DocumentKindName(TyDocumentKind Kind);
 
+// True for the kinds whose lines keep the XML tokenizer's states: every kind but JSON and
+// plain text.
+inline bool KeepsXMLLineStates(TyDocumentKind Kind) {
+  return Kind != TyDocumentKind::dkJSON && Kind != TyDocumentKind::dkText;
+}
+
 }  // namespace xylem

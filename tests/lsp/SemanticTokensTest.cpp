@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <random>
 
 #include "LspTestSupport.hpp"
@@ -154,6 +155,78 @@ TEST(SemanticTokens, SerialisedFullResultMatchesTheJSONOne) {
     test::ApplyTokenEdits(Data, Delta["edits"]);
     EXPECT_EQ(Data, FreshFull(Document.getText(), Case)) << Case.Path;
     Document.RemoveListener(&A);
+  }
+}
+
+// Tokens computed in parallel pieces (each piece joined to the previous by the first token's
+// line delta) equal the line-by-line encoding of the whole document, and the counts per line
+// add up to the data.
+TEST(SemanticTokens, FullResultInPiecesMatchesTheLineByLineEncoding) {
+  for (const TyCase& Case : kCases) {
+    SCOPED_TRACE(Case.Path);
+    std::u16string Text;
+    // A JSON document of repeated objects is broken, which colours lines all the same.
+    while (std::count(Text.begin(), Text.end(), u'\n') < 3000) Text += Case.Text;
+    TxMarkupDocument Document;
+    Document.LoadFromText(Text, Case.Path);
+    Document.setKind(Case.Kind);
+    std::vector<uint32_t> Expected;
+    CyLineTokenizer Tokenizer(Document);
+    int64_t Previous = 1;
+    EncodeLineTokens(Tokenizer, 1, Document.getLineCount(), Previous, Expected, nullptr);
+    for (const int Pieces : {1, 3, 4}) {
+      TyJobContext Job;
+      Job.PieceCount = Pieces;
+      const TyFullTokens Full = ComputeFullTokens(*Document.CreateSnapshot(), Job, 500);
+      EXPECT_EQ(Full.Parts.size() / 2, size_t(Pieces)) << "pieces";
+      const json Data = json::parse("[" + Full.getJoined() + "]");
+      ASSERT_EQ(Data.get<std::vector<uint32_t>>(), Expected) << Pieces << " pieces";
+      ASSERT_EQ(Full.Counts.size(), size_t(Document.getLineCount()));
+      EXPECT_EQ(5 * std::accumulate(Full.Counts.begin(), Full.Counts.end(), uint64_t{0}),
+                Expected.size());
+    }
+  }
+}
+
+// A full result computed from a snapshot while the document goes on changing: the changes
+// are tracked against the snapshot, so the delta after its counts are installed, applied to
+// it, equals a fresh full result. Before the install every delta gets a full result, and the
+// install of a result begun earlier than the last one is ignored.
+TEST(SemanticTokens, FullResultFromASnapshotIsTheBaseOfLaterDeltas) {
+  for (const TyCase& Case : kCases) {
+    SCOPED_TRACE(Case.Path);
+    std::mt19937 Random(5);
+    TxMarkupDocument Document;
+    Document.LoadFromText(Case.Text, Case.Path);
+    Document.setKind(Case.Kind);
+    CySemanticTokensState State;
+    Document.AddListener(&State);
+    for (int Round = 0; Round < 60; ++Round) {
+      const TxDocumentSnapshotPtr Snapshot = Document.CreateSnapshot();
+      const std::string Id = State.BeginFull();
+      for (int Edit = Random() % 4; Edit > 0; --Edit) {
+        const int64_t Length = static_cast<int64_t>(Document.getText().size());
+        const int64_t At = std::uniform_int_distribution<int64_t>(0, Length)(Random);
+        const std::u16string& Snippet = Case.Snippets[Random() % Case.Snippets.size()];
+        Document.InsertText(Document.ConvertOffsetToPosition(At), Snippet);
+      }
+      if (Round % 10 == 9) {
+        // Asked before the counts arrive: a full result, which supersedes the one begun.
+        const json Early = State.Delta(Document, Id);
+        ASSERT_TRUE(Early.contains("data"));
+        State.InstallFull(Id, ComputeFullTokens(*Snapshot, {}).Counts);
+        EXPECT_TRUE(State.NeedsFull(Id));
+        continue;
+      }
+      TyFullTokens Full = ComputeFullTokens(*Snapshot, {});
+      std::vector<uint32_t> Data = json::parse("[" + Full.getJoined() + "]");
+      State.InstallFull(Id, std::move(Full.Counts));
+      const json Delta = State.Delta(Document, Id);
+      ASSERT_TRUE(Delta.contains("edits")) << "round " << Round;
+      test::ApplyTokenEdits(Data, Delta["edits"]);
+      ASSERT_EQ(Data, FreshFull(Document.getText(), Case)) << "round " << Round;
+    }
+    Document.RemoveListener(&State);
   }
 }
 
