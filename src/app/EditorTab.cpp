@@ -14,6 +14,7 @@ namespace xylem {
 CyEditorTab::CyEditorTab(QWidget* Parent)
     : QWidget(Parent), Document_(std::make_unique<TxMarkupDocument>()) {
   Checks_ = std::make_unique<CyBackgroundChecks>(*Document_, Caches_);
+  Checks_->setProgress(&CheckProgress_);
   // The worker only posts; the result is taken on the GUI thread. A tab destroyed meanwhile
   // joins the worker first, and Qt drops events posted to a deleted object.
   Checks_->setOnFinished([this] {
@@ -82,6 +83,7 @@ void CyEditorTab::OnFileChanged() {
 }
 
 QString CyEditorTab::getTitle() const {
+  if (!LoadingPath_.isEmpty()) return tr("%1 (loading)").arg(QFileInfo(LoadingPath_).fileName());
   const std::string& path = Document_->getPath();
   QString title = path.empty() ? QStringLiteral("Untitled")
                                : QFileInfo(QString::fromStdString(path)).fileName();
@@ -91,6 +93,7 @@ QString CyEditorTab::getTitle() const {
 
 void CyEditorTab::CheckNow() {
   CheckTimer_.stop();
+  CheckProgress_.Reset();
   Checks_->Start();
 }
 
@@ -118,6 +121,91 @@ void CyEditorTab::OnDocumentChanged(const TxMarkupDocument& Document,
     WasModified_ = Document.getModified();
     Q_EMIT titleChanged();
   }
+}
+
+// ---- Long work.
+
+QString FormatRefusalText(const TyFormatResult& Result) {
+  const QString message = QString::fromStdString(Result.Message);
+  return Result.Line > 0 ? QObject::tr("%1 (line %2, position %3)")
+                               .arg(message)
+                               .arg(Result.Line)
+                               .arg(Result.Linepos)
+                         : message;
+}
+
+void CyEditorTab::StartLoad(const QString& Path, int PieceCount) {
+  auto prepared = std::make_shared<std::unique_ptr<TyPreparedLoad>>();
+  LoadingPath_ = Path;
+  View_->setEnabled(false);
+  Q_EMIT titleChanged();
+  const std::string path = Path.toStdString();
+  const TxMarkupDocument* document = Document_.get();
+  Job_.Start(
+      [document, prepared, path](const TyJobContext& Job) {
+        TyDocumentLoadOptions options;
+        options.Job = Job;
+        *prepared = document->PrepareLoad(path, options);
+      },
+      [this, prepared](const TyJobOutcome& Outcome) {
+        LoadingPath_.clear();
+        View_->setEnabled(true);
+        TyJobOutcome outcome = Outcome;
+        if (outcome.End == TyJobEnd::jeDone && !*prepared) outcome.End = TyJobEnd::jeCancelled;
+        if (outcome.End == TyJobEnd::jeDone) {
+          Document_->InstallLoad(std::move(**prepared));
+          View_->setSelection(TySelection::At({1, 1}));
+          NoteSaved();
+          CheckNow();
+        }
+        Q_EMIT titleChanged();
+        Q_EMIT loadFinished(outcome);
+      },
+      PieceCount);
+}
+
+void CyEditorTab::StartFormat(const TyFormatChoices& Choices, int PieceCount) {
+  auto formatted = std::make_shared<TyFormattedText>();
+  TxDocumentSnapshotPtr snapshot = Document_->CreateSnapshot();
+  View_->setEnabled(false);
+  Job_.Start(
+      [snapshot, formatted, Choices](const TyJobContext& Job) {
+        *formatted = CyEditorFormat::FormatSnapshot(*snapshot, Choices, Job);
+      },
+      [this, formatted](const TyJobOutcome& Outcome) {
+        View_->setEnabled(true);
+        View_->setFocus();
+        QString refusal;
+        if (Outcome.End == TyJobEnd::jeDone) {
+          const TyFormatResult& result = formatted->Result;
+          if (result.Refused) {
+            refusal = FormatRefusalText(result);
+            if (result.Line > 0)
+              View_->setSelection(TySelection::At(
+                  Document_->ClampPosition({result.Line, std::max<int64_t>(1, result.Linepos)})));
+          } else if (formatted->List) {
+            if (CyEditorFormat::Install(*Document_, std::move(*formatted)))
+              View_->setSelection(Document_->getSelection());
+            else
+              refusal = tr("The text changed while it was being formatted; it was left as it is.");
+          }
+        }
+        Q_EMIT formatFinished(Outcome, refusal);
+      },
+      PieceCount);
+}
+
+void CyEditorTab::CancelWork() {
+  if (Job_.getRunning())
+    Job_.Cancel();
+  else
+    Checks_->Cancel();
+}
+
+const CyJobProgress* CyEditorTab::getActiveProgress() const {
+  if (Job_.getRunning()) return &Job_.getProgress();
+  if (Checks_->getRunning()) return &CheckProgress_;
+  return nullptr;
 }
 
 }  // namespace xylem

@@ -14,13 +14,18 @@
 #include <memory>
 #include <string>
 
+#include "app/BackgroundJob.hpp"
 #include "editor/BackgroundCheck.hpp"
 #include "editor/Document.hpp"
+#include "editor/Format.hpp"
 #include "services/XPathCheckerCachePool.hpp"
 
 namespace xylem {
 
 class CyTextView;
+
+// A formatter's refusal as the window says it: its message, and where when known.
+QString FormatRefusalText(const TyFormatResult& Result);
 
 class CyEditorTab : public QWidget, public IyDocumentListener {
   Q_OBJECT
@@ -50,6 +55,26 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
 
   void OnDocumentChanged(const TxMarkupDocument& Document, const TyDocumentChange& Change) override;
 
+  // ---- Long work off the GUI thread, with progress and cancel. While a load or a format runs
+  // the view takes no input; a cancelled one changes nothing.
+
+  // Loads Path on a worker thread in PieceCount pieces; the document stays as it is until the
+  // load has finished, then becomes the file (as Open). Announced by loadFinished.
+  void StartLoad(const QString& Path, int PieceCount);
+  // Formats a snapshot on a worker thread; the result replaces the text as one undoable step
+  // when it arrives (a refusal or a cancel leaves the text untouched). Announced by
+  // formatFinished with the refusal's message ("" when formatted or already formatted).
+  void StartFormat(const TyFormatChoices& Choices, int PieceCount);
+  // Stops the running load or format, else the running check (whose previous result stays).
+  void CancelWork();
+  // The load or format running (or the check, when no other work runs); null when idle.
+  const CyJobProgress* getActiveProgress() const;
+  // A load or a format runs.
+  bool getBusy() const { return Job_.getRunning(); }
+  // The file a running load reads ("" when none).
+  const QString& getLoadingPath() const { return LoadingPath_; }
+  CyBackgroundJob& getJob() { return Job_; }
+
  Q_SIGNALS:
   // A check's result has been installed.
   void errorsChanged();
@@ -57,6 +82,9 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   void titleChanged();
   // Another program changed (or removed) the file.
   void changedOnDisk();
+  // A load, or format, started with StartLoad or StartFormat has ended.
+  void loadFinished(const xylem::TyJobOutcome& Outcome);
+  void formatFinished(const xylem::TyJobOutcome& Outcome, const QString& Refusal);
 
  private:
   void PollChecks();
@@ -72,6 +100,11 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   QFileSystemWatcher Watcher_;
   QDateTime KnownTime_;
   qint64 KnownSize_ = -1;
+  // Its worker reads the document (options) and snapshots, never the view: declared after the
+  // document, so destroyed (cancelled and joined, its outcome dropped) before it.
+  CyBackgroundJob Job_;
+  CyJobProgress CheckProgress_;
+  QString LoadingPath_;
 };
 
 }  // namespace xylem

@@ -98,25 +98,38 @@ void TxMarkupDocument::Install(std::unique_ptr<TxTextList> List, int64_t TotalDe
 }
 
 bool TxMarkupDocument::LoadFromFile(const std::string& Path, const TyDocumentLoadOptions& Options) {
+  std::unique_ptr<TyPreparedLoad> prepared = PrepareLoad(Path, Options);
+  if (!prepared) return false;
+  InstallLoad(std::move(*prepared));
+  return true;
+}
+
+std::unique_ptr<TyPreparedLoad> TxMarkupDocument::PrepareLoad(
+    const std::string& Path, const TyDocumentLoadOptions& Options) const {
   const TyJobContext& job = Options.Job;
-  if (job.StopRequested()) return false;
-  auto list = std::make_unique<TxTextList>();
-  list->setOnCreateUniqueID(CreateProcessUniqueIDs);
+  if (job.StopRequested()) return nullptr;
+  auto prepared = std::make_unique<TyPreparedLoad>();
+  prepared->List = std::make_unique<TxTextList>();
+  prepared->List->setOnCreateUniqueID(CreateProcessUniqueIDs);
+  prepared->Path = Path;
   TyTextFileLoadOptions load;
   load.Encoding = Options.Encoding;
   load.PieceCount = job.ResolvePieceCount(Options_.PieceCount);
   load.Job = &job;
   try {
-    const TyTextFileFormat format = LoadTextFile(Path, *list, load);
-    const TyDocumentKind kind = DetectDocumentKind(Path, *list);
-    int64_t total = 0;
-    ComputeLineStates(*list, kind, total, job);
+    prepared->Format = LoadTextFile(Path, *prepared->List, load);
+    prepared->Kind = DetectDocumentKind(Path, *prepared->List);
+    ComputeLineStates(*prepared->List, prepared->Kind, prepared->TotalDelta, job);
     job.ThrowIfStopped();
-    Install(std::move(list), total, format, Path, kind);
   } catch (const CyCancelledException&) {
-    return false;
+    return nullptr;
   }
-  return true;
+  return prepared;
+}
+
+void TxMarkupDocument::InstallLoad(TyPreparedLoad&& Prepared) {
+  Install(std::move(Prepared.List), Prepared.TotalDelta, Prepared.Format, Prepared.Path,
+          Prepared.Kind);
 }
 
 void TxMarkupDocument::LoadFromText(std::u16string_view Text, const std::string& Path) {

@@ -56,6 +56,16 @@ struct TyDocumentLoadOptions {
   TyJobContext Job;
 };
 
+// A file read and scanned but not yet a document's content: made by PrepareLoad on any thread,
+// shown by InstallLoad on the editing thread.
+struct TyPreparedLoad {
+  std::unique_ptr<TxTextList> List;
+  int64_t TotalDelta = 0;
+  TyTextFileFormat Format;
+  std::string Path;
+  TyDocumentKind Kind = TyDocumentKind::dkText;
+};
+
 // Code of the error raised for an edit position outside the text.
 inline constexpr int kErrorEditPosition = 6301;
 
@@ -75,6 +85,14 @@ class TxMarkupDocument {
   // Options.Job's stop was requested; raises CyException (with the loader's code) on a bad file,
   // also leaving everything as it was.
   bool LoadFromFile(const std::string& Path, const TyDocumentLoadOptions& Options = {});
+  // LoadFromFile in two halves, so that a front end reads on a worker thread while the editing
+  // thread goes on: PrepareLoad reads the file and computes its line states, touching nothing of
+  // the document but its editor options (so it may run while the document is shown); null when
+  // Options.Job's stop was requested; CyException on a bad file. InstallLoad then makes the
+  // result the content exactly as LoadFromFile does (editing thread; linear in the lines).
+  std::unique_ptr<TyPreparedLoad> PrepareLoad(const std::string& Path,
+                                              const TyDocumentLoadOptions& Options) const;
+  void InstallLoad(TyPreparedLoad&& Prepared);
   // Takes Text (any line ends; the newline is chosen as a load chooses it) as the document's
   // content with Path for the kind; clears history and markers; clean afterwards.
   void LoadFromText(std::u16string_view Text, const std::string& Path = {});

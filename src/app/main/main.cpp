@@ -105,7 +105,7 @@ int main(int argc, char** argv) {
   xylem::CyEditorTab* tab = window.getCurrentTab();
   QElapsedTimer clock;
   clock.start();
-  while (tab->getChecks().getRunning() && clock.elapsed() < 20000) {
+  while ((tab->getBusy() || tab->getChecks().getRunning()) && clock.elapsed() < 20000) {
     QApplication::processEvents(QEventLoop::AllEvents, 50);
     QThread::msleep(10);
   }
