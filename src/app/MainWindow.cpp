@@ -133,6 +133,11 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
   XPathDock_->setObjectName(QStringLiteral("xpath"));
   XPath_ = new CyXPathWindow(XPathDock_);
   XPathDock_->setWidget(XPath_);
+  // Evaluation reads a snapshot of the current document (none while it loads or formats).
+  XPath_->setDocumentSource([this]() -> TxDocumentSnapshotPtr {
+    CyEditorTab* tab = getCurrentTab();
+    return tab && !tab->getBusy() ? tab->getDocument().CreateSnapshot() : nullptr;
+  });
   addDockWidget(Qt::BottomDockWidgetArea, XPathDock_);
   tabifyDockWidget(ErrorDock_, XPathDock_);
   ErrorDock_->raise();
