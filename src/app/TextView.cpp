@@ -156,26 +156,43 @@ void CyTextView::UpdateWrapWidth() {
 
 void CyTextView::InvalidateRows() { Rows_.Invalidate(); }
 
-void CyTextView::RowSpan(int64_t Line, int64_t RowInLine, int64_t& Start, int64_t& End) const {
+void CyTextView::MeasureRows(int64_t Line) const {
+  const int64_t id = Document_.getTextList().getItems(Line)->UniqueID;
+  if (id == RowsID_ && RowsOptions_ == Wrap_->getOptions()) return;
+  RowsID_ = id;
+  RowsOptions_ = Wrap_->getOptions();
   const std::u16string_view text = Document_.getLine(Line);
   RowStarts_.clear();
-  RowStarts(text, Wrap_->getOptions(), RowStarts_);
+  RowStarts(text, RowsOptions_, RowStarts_);
+  RowColumns_.clear();
+  int64_t column = 0;
+  size_t row = 0;
+  for (size_t i = 0; row < RowStarts_.size(); ++i) {
+    if (static_cast<int64_t>(i) == RowStarts_[row]) {
+      RowColumns_.push_back(column);
+      ++row;
+    }
+    if (i >= text.size()) break;
+    column = text[i] == u'\t' ? (column / TabWidth_ + 1) * TabWidth_ : column + 1;
+  }
+}
+
+void CyTextView::RowSpan(int64_t Line, int64_t RowInLine, int64_t& Start, int64_t& End) const {
+  MeasureRows(Line);
   const size_t row =
       std::min(static_cast<size_t>(std::max<int64_t>(0, RowInLine)), RowStarts_.size() - 1);
   Start = RowStarts_[row];
-  End = row + 1 < RowStarts_.size() ? RowStarts_[row + 1] : static_cast<int64_t>(text.size());
+  End = row + 1 < RowStarts_.size() ? RowStarts_[row + 1]
+                                    : static_cast<int64_t>(Document_.getLine(Line).size());
 }
 
 int64_t CyTextView::RowOfPosition(TyTextPosition Position, int64_t& Start, int64_t& End) const {
-  const std::u16string_view text = Document_.getLine(Position.Line);
-  RowStarts_.clear();
-  RowStarts(text, Wrap_->getOptions(), RowStarts_);
+  MeasureRows(Position.Line);
   // A position at a row's first offset is on that row (a caret never ends a non-last row).
   const auto it = std::upper_bound(RowStarts_.begin(), RowStarts_.end(), Position.Linepos - 1) - 1;
-  const size_t row = static_cast<size_t>(it - RowStarts_.begin());
-  Start = *it;
-  End = row + 1 < RowStarts_.size() ? RowStarts_[row + 1] : static_cast<int64_t>(text.size());
-  return static_cast<int64_t>(row);
+  const auto row = static_cast<int64_t>(it - RowStarts_.begin());
+  RowSpan(Position.Line, row, Start, End);
+  return row;
 }
 
 // ---- Geometry.
@@ -201,8 +218,9 @@ QPoint CyTextView::PositionToPoint(TyTextPosition Position) const {
   int64_t firstColumn = horizontalScrollBar()->value();
   if (Wrap_) {
     int64_t start = 0, end = 0;
-    row += RowOfPosition(Position, start, end);
-    firstColumn = ColumnOfLinepos(text, start + 1, TabWidth_);
+    const int64_t rowInLine = RowOfPosition(Position, start, end);
+    row += rowInLine;
+    firstColumn = RowColumns_[static_cast<size_t>(rowInLine)];
   }
   const int64_t column = ColumnOfLinepos(text, Position.Linepos, TabWidth_) - firstColumn;
   return {getTextLeft() + static_cast<int>(std::lround(column * CharWidth_)),
@@ -220,7 +238,8 @@ TyTextPosition CyTextView::PointToPosition(QPoint Point) const {
                                   TabWidth_)};
   int64_t start = 0, end = 0;
   RowSpan(line, rowInLine, start, end);
-  const int64_t first = ColumnOfLinepos(text, start + 1, TabWidth_);
+  const int64_t first =
+      RowColumns_[std::min(static_cast<size_t>(rowInLine), RowColumns_.size() - 1)];
   const int64_t linepos = LineposAtColumn(text, first + std::max(0.0, offset), TabWidth_);
   // Past the end of a row that is not the line's last stays on that row (before its last
   // character), since the position after it starts the next row.
@@ -342,12 +361,11 @@ void CyTextView::paintEvent(QPaintEvent* /*Event*/) {
     int64_t rowCount = 1;
     if (Wrap_) {
       // A row shows the line's columns from its first character to the next row's first.
-      int64_t start = 0, end = 0;
-      RowSpan(line, rowInLine, start, end);
+      MeasureRows(line);
       rowCount = static_cast<int64_t>(RowStarts_.size());
-      const std::u16string_view text = Document_.getLine(line);
-      first = ColumnOfLinepos(text, start + 1, TabWidth_);
-      last = rowInLine + 1 < rowCount ? ColumnOfLinepos(text, end + 1, TabWidth_)
+      rowInLine = std::min(rowInLine, rowCount - 1);
+      first = RowColumns_[static_cast<size_t>(rowInLine)];
+      last = rowInLine + 1 < rowCount ? RowColumns_[static_cast<size_t>(rowInLine) + 1]
                                       : first + (lastColumn - firstColumn);
     }
     painter.setClipRect(gutter, y, width - gutter, LineHeight_);
@@ -722,18 +740,20 @@ TyTextPosition CyTextView::MoveByLines(TyTextPosition From, int64_t Rows) {
   }
   // By screen rows; the column kept is the one inside the row.
   int64_t start = 0, end = 0;
-  const int64_t row = Rows_.LineToRow(From.Line) + RowOfPosition(From, start, end);
+  const int64_t fromRow = RowOfPosition(From, start, end);
+  const int64_t row = Rows_.LineToRow(From.Line) + fromRow;
   if (PreferredColumn_ < 0)
-    PreferredColumn_ = ColumnOfLinepos(from, From.Linepos, TabWidth_) -
-                       ColumnOfLinepos(from, start + 1, TabWidth_);
+    PreferredColumn_ =
+        ColumnOfLinepos(from, From.Linepos, TabWidth_) - RowColumns_[static_cast<size_t>(fromRow)];
   const int64_t target = std::clamp<int64_t>(row + Rows, 0, Rows_.getRowCount() - 1);
   int64_t rowInLine = 0;
   const int64_t line = Rows_.RowToLine(target, rowInLine);
   RowSpan(line, rowInLine, start, end);
   const std::u16string_view text = Document_.getLine(line);
-  const int64_t linepos = LineposAtColumn(
-      text, static_cast<double>(ColumnOfLinepos(text, start + 1, TabWidth_) + PreferredColumn_),
-      TabWidth_);
+  const int64_t first =
+      RowColumns_[std::min(static_cast<size_t>(rowInLine), RowColumns_.size() - 1)];
+  const int64_t linepos =
+      LineposAtColumn(text, static_cast<double>(first + PreferredColumn_), TabWidth_);
   const bool lastRow = end == static_cast<int64_t>(text.size());
   return {line,
           std::clamp<int64_t>(linepos, start + 1, lastRow ? end + 1 : std::max(start + 1, end))};

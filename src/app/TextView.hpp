@@ -131,6 +131,10 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   // offsets (0-based, End exclusive; the line's length for its last row).
   int64_t RowOfPosition(TyTextPosition Position, int64_t& Start, int64_t& End) const;
   void RowSpan(int64_t Line, int64_t RowInLine, int64_t& Start, int64_t& End) const;
+  // Fills RowStarts_ and RowColumns_ (each row's first offset and its column in the unwrapped
+  // line) for Line, kept while the line's text and the wrap stay: painting the rows of a long
+  // line walks it once, not once per row.
+  void MeasureRows(int64_t Line) const;
   // The wrap width follows the view's width, font and tab width.
   void UpdateWrapWidth();
   // Folds, text or wrap changed: the row map is built again when next asked.
@@ -151,6 +155,9 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   std::unique_ptr<CyWordWrap> Wrap_;
   mutable CyDisplayRows Rows_;
   mutable std::vector<int64_t> RowStarts_;
+  mutable std::vector<int64_t> RowColumns_;
+  mutable int64_t RowsID_ = -1;
+  mutable TyWrapOptions RowsOptions_;
   CyLineColors Colors_;
   TyViewTheme Theme_;
   QFont Font_;

@@ -100,6 +100,7 @@ int main(int argc, char** argv) {
     window.getXPathDock()->show();
     window.getXPathDock()->raise();
     window.getXPathWindow()->getEditor()->setPlainText(parser.value(xpath));
+    if (shooting) window.getXPathWindow()->Evaluate();
   }
   if (parser.isSet(find)) {
     window.getFindBar()->Activate(false);
@@ -112,7 +113,9 @@ int main(int argc, char** argv) {
   xylem::CyEditorTab* tab = window.getCurrentTab();
   QElapsedTimer clock;
   clock.start();
-  while ((tab->getBusy() || tab->getChecks().getRunning()) && clock.elapsed() < 20000) {
+  while ((tab->getBusy() || tab->getChecks().getRunning() ||
+          window.getXPathWindow()->getEvaluating()) &&
+         clock.elapsed() < 60000) {
     QApplication::processEvents(QEventLoop::AllEvents, 50);
     QThread::msleep(10);
   }
