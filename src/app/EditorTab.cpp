@@ -39,8 +39,15 @@ CyEditorTab::~CyEditorTab() {
   delete View_;     // a child widget would outlive the document it listens to
 }
 
+void CyEditorTab::setPieceCount(int PieceCount) {
+  PieceCount_ = std::max(1, PieceCount);
+  Checks_->setPieceCount(PieceCount_);
+}
+
 void CyEditorTab::Open(const QString& Path) {
-  Document_->LoadFromFile(Path.toStdString());
+  TyDocumentLoadOptions options;
+  options.Job.PieceCount = PieceCount_;
+  Document_->LoadFromFile(Path.toStdString(), options);
   View_->setSelection(TySelection::At({1, 1}));
   NoteSaved();
   CheckNow();
@@ -50,7 +57,9 @@ void CyEditorTab::Open(const QString& Path) {
 bool CyEditorTab::Reload() {
   const TyTextPosition caret = Document_->getSelection().Caret;
   try {
-    Document_->LoadFromFile(Document_->getPath());
+    TyDocumentLoadOptions options;
+    options.Job.PieceCount = PieceCount_;
+    Document_->LoadFromFile(Document_->getPath(), options);
   } catch (const std::exception&) {
     return false;
   }
@@ -134,7 +143,7 @@ QString FormatRefusalText(const TyFormatResult& Result) {
                          : message;
 }
 
-void CyEditorTab::StartLoad(const QString& Path, int PieceCount) {
+void CyEditorTab::StartLoad(const QString& Path) {
   auto prepared = std::make_shared<std::unique_ptr<TyPreparedLoad>>();
   LoadingPath_ = Path;
   View_->setEnabled(false);
@@ -161,10 +170,10 @@ void CyEditorTab::StartLoad(const QString& Path, int PieceCount) {
         Q_EMIT titleChanged();
         Q_EMIT loadFinished(outcome);
       },
-      PieceCount);
+      PieceCount_);
 }
 
-void CyEditorTab::StartFormat(const TyFormatChoices& Choices, int PieceCount) {
+void CyEditorTab::StartFormat(const TyFormatChoices& Choices) {
   auto formatted = std::make_shared<TyFormattedText>();
   TxDocumentSnapshotPtr snapshot = Document_->CreateSnapshot();
   View_->setEnabled(false);
@@ -192,7 +201,7 @@ void CyEditorTab::StartFormat(const TyFormatChoices& Choices, int PieceCount) {
         }
         Q_EMIT formatFinished(Outcome, refusal);
       },
-      PieceCount);
+      PieceCount_);
 }
 
 void CyEditorTab::CancelWork() {

@@ -40,6 +40,10 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
 
   // Loads Path; raises CyException with the loader's message on a bad file.
   void Open(const QString& Path);
+  // Pieces of the parallel stages of this tab's loads, formats and checks (the user's parallel
+  // processing setting; at least 1).
+  void setPieceCount(int PieceCount);
+  int getPieceCount() const { return PieceCount_; }
   // Loads the file again (after a change on disk); false when it cannot be read.
   bool Reload();
   // Records the file's state after a save, so that the save is not taken for a change on disk.
@@ -58,13 +62,13 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   // ---- Long work off the GUI thread, with progress and cancel. While a load or a format runs
   // the view takes no input; a cancelled one changes nothing.
 
-  // Loads Path on a worker thread in PieceCount pieces; the document stays as it is until the
+  // Loads Path on a worker thread; the document stays as it is until the
   // load has finished, then becomes the file (as Open). Announced by loadFinished.
-  void StartLoad(const QString& Path, int PieceCount);
+  void StartLoad(const QString& Path);
   // Formats a snapshot on a worker thread; the result replaces the text as one undoable step
   // when it arrives (a refusal or a cancel leaves the text untouched). Announced by
   // formatFinished with the refusal's message ("" when formatted or already formatted).
-  void StartFormat(const TyFormatChoices& Choices, int PieceCount);
+  void StartFormat(const TyFormatChoices& Choices);
   // Stops the running load or format, else the running check (whose previous result stays).
   void CancelWork();
   // The load or format running (or the check, when no other work runs); null when idle.
@@ -105,6 +109,7 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   CyBackgroundJob Job_;
   CyJobProgress CheckProgress_;
   QString LoadingPath_;
+  int PieceCount_ = 1;
 };
 
 }  // namespace xylem

@@ -289,7 +289,7 @@ CyEditorTab* CyMainWindow::NewDocument() {
   tab->getView()->setTabWidth(Settings_.TabWidth);
   tab->getView()->setEditorFont(Settings_.Font);
   tab->getView()->setWordWrap(Settings_.WordWrap);
-  tab->getChecks().setPieceCount(getPieceCount());
+  tab->setPieceCount(getPieceCount());
   connect(tab, &CyEditorTab::titleChanged, this, [this, tab] { UpdateTitle(tab); });
   connect(tab, &CyEditorTab::errorsChanged, this, [this, tab] {
     if (tab == getCurrentTab()) UpdateErrors();
@@ -345,7 +345,7 @@ CyEditorTab* CyMainWindow::OpenFile(const QString& Path, bool ShowErrors) {
           }
         },
         Qt::SingleShotConnection);
-    tab->StartLoad(absolute, getPieceCount());
+    tab->StartLoad(absolute);
     UpdateTitle(tab);
     Progress_->Refresh();
     return tab;
@@ -519,7 +519,7 @@ QString CyMainWindow::Format() {
             statusBar()->showMessage(Refusal, 8000);
         },
         Qt::SingleShotConnection);
-    tab->StartFormat(LoadFormatChoices(), getPieceCount());
+    tab->StartFormat(LoadFormatChoices());
     Progress_->Refresh();
     return {};
   }
@@ -561,7 +561,7 @@ void CyMainWindow::ApplySettings(const TyAppSettings& Settings, bool Store) {
   for (int i = 0; i < Tabs_->count(); ++i) {
     auto* tab = static_cast<CyEditorTab*>(Tabs_->widget(i));
     tab->getView()->setEditorFont(Settings.Font);
-    tab->getChecks().setPieceCount(Settings.getPieceCount());
+    tab->setPieceCount(Settings.getPieceCount());
   }
   if (Store) Settings.Save();
 }

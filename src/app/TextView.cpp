@@ -129,14 +129,19 @@ void CyTextView::setHighlightText(const QString& Text, bool CaseSensitive) {
 void CyTextView::setWordWrap(bool Wrap) {
   if (Wrap == getWordWrap()) return;
   if (Wrap) {
+    // The bar stays: showing and hiding it would change the width, the rows and so the need
+    // for it again.
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     Wrap_ = std::make_unique<CyWordWrap>(Document_, TyWrapOptions{getWrapColumns(), TabWidth_});
     Document_.RemoveListener(this);
     Document_.AddListener(this);
     horizontalScrollBar()->setValue(0);
+    Rows_.setWrap(Wrap_.get());
   } else {
+    Rows_.setWrap(nullptr);  // before the wrap goes: the policy change below repaints
     Wrap_.reset();
+    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   }
-  Rows_.setWrap(Wrap_.get());
   PreferredColumn_ = -1;
   EnsureCaretVisible();
   viewport()->update();

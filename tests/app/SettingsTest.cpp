@@ -100,6 +100,7 @@ class SettingsTest : public QObject {
       QCOMPARE(tab->getView()->getTabWidth(), 7);
       QVERIFY(tab->getView()->getDark());
       QCOMPARE(window.getPieceCount(), 1);
+      QCOMPARE(tab->getPieceCount(), 1);
     }
     CyMainWindow restarted;
     QVERIFY(restarted.getSettings() == chosen);
