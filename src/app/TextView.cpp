@@ -178,7 +178,7 @@ void CyTextView::MeasureRows(int64_t Line) const {
       ++row;
     }
     if (i >= text.size()) break;
-    column = text[i] == u'\t' ? (column / TabWidth_ + 1) * TabWidth_ : column + 1;
+    column = NextColumn(text, i, column, TabWidth_);
   }
 }
 
@@ -321,11 +321,13 @@ const TyFoldRange* CyTextView::FoldRangeAt(int64_t Line) const {
   return it != ranges.end() && it->FirstLine == Line ? &*it : nullptr;
 }
 
-bool CyTextView::HasTab(int64_t Line, std::u16string_view Text) {
+bool CyTextView::HasIrregularWidth(int64_t Line, std::u16string_view Text) {
   const int64_t id = Document_.getTextList().getItems(Line)->UniqueID;
   if (id != TabCheckedID_) {
     TabCheckedID_ = id;
-    TabCheckedHasTab_ = Text.find(u'\t') != std::u16string_view::npos;
+    // Below U+0300 every character but the tab takes one column.
+    TabCheckedHasTab_ =
+        std::any_of(Text.begin(), Text.end(), [](char16_t c) { return c == u'\t' || c >= 0x300; });
   }
   return TabCheckedHasTab_;
 }
@@ -440,8 +442,9 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
   size_t run = 0;
   int64_t column = 0;
   size_t i = 0;
-  // A long line without tabs starts at the first column on screen (columns are indices).
-  if (text.size() > CyLineColors::kLongLine && FirstColumn > 0 && !HasTab(Line, text)) {
+  // A long line of one-column characters starts at the first column on screen (columns are
+  // indices there).
+  if (text.size() > CyLineColors::kLongLine && FirstColumn > 0 && !HasIrregularWidth(Line, text)) {
     i = static_cast<size_t>(std::min<int64_t>(FirstColumn, static_cast<int64_t>(text.size())));
     column = static_cast<int64_t>(i);
     run = static_cast<size_t>(std::partition_point(runs.begin(), runs.end(),
@@ -467,7 +470,7 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
     int64_t chunkColumn = -1;
     for (; i < std::min(end, text.size()) && column < LastColumn; ++i) {
       const char16_t c = text[i];
-      const int64_t next = c == u'\t' ? (column / TabWidth_ + 1) * TabWidth_ : column + 1;
+      const int64_t next = NextColumn(text, i, column, TabWidth_);
       if (next > FirstColumn) {
         if (chunkColumn < 0) chunkColumn = std::max(column, FirstColumn);
         if (c == u'\t') {
@@ -475,10 +478,20 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
         } else if (column >= FirstColumn) {
           chunk.append(QChar(c));
         } else {
-          chunk.append(u' ');
+          chunk.append(QString(static_cast<qsizetype>(next - FirstColumn), u' '));
         }
       }
+      const bool wide = c != u'\t' && next - column >= 2;
       column = next;
+      if (wide && chunkColumn >= 0) {
+        // A wide character ends its chunk: the font's advance for it need not be two cells,
+        // so what follows starts again on the grid (with a pair's second unit).
+        if (i + 1 < text.size() && NextColumn(text, i + 1, column, TabWidth_) == column &&
+            text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000)
+          chunk.append(QChar(text[++i]));
+        ++i;
+        break;
+      }
     }
     if (chunkColumn < 0 || chunk.isEmpty()) continue;
     const int x = xOf(chunkColumn);

@@ -6,8 +6,9 @@
 // document's command gateway, so every change is one undoable step and every listener hears
 // of it.
 //
-// Columns: text is laid out in a monospaced grid; the horizontal scroll bar counts columns
-// (tabs expanded to the tab width), so a very long line scrolls sideways without measuring
+// Columns: text is laid out in a monospaced grid (Columns.hpp: tabs to the tab width, wide East
+// Asian characters two columns, each drawn at its own grid position); the horizontal scroll
+// bar counts columns, so a very long line scrolls sideways without measuring
 // more than the lines on screen. The vertical scroll bar counts display rows (CyDisplayRows):
 // visible lines (folded lines excluded), or with word wrap on the rows CyWordWrap breaks them
 // into at the view's width; then there is no sideways scrolling, Up and Down move by row, Home
@@ -145,8 +146,9 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   const TyFoldRange* FoldRangeAt(int64_t Line) const;
   // The tag names of the pair at the caret (none, or both names), kept per caret and text.
   void UpdateMatchingTags();
-  // Whether the long line Line holds a tab, kept for the line's last text checked.
-  bool HasTab(int64_t Line, std::u16string_view Text);
+  // Whether the long line Line holds a character not one column wide (a tab, a wide or
+  // zero-width character), kept for the line's last text checked.
+  bool HasIrregularWidth(int64_t Line, std::u16string_view Text);
 
   TxMarkupDocument& Document_;
   CyEditorFolding Folding_;

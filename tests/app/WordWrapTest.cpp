@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "app/Columns.hpp"
 #include "app/DisplayRows.hpp"
 #include "app/TextView.hpp"
 #include "editor/Document.hpp"
@@ -107,6 +108,47 @@ class WordWrapTest : public QObject {
       // An edit moves the rows after it; the map follows once invalidated.
       document.setSelection(TySelection::At({3, 5}));
       document.TypeText(u"inserted words that make the line wrap once more ");
+    }
+  }
+
+  // The view's grid measures a row as the wrap does: every row fits the width, and a row of a
+  // line without blanks is full (its next character would not fit), for wide characters,
+  // combining marks and surrogate pairs alike; a click between a pair's units is impossible.
+  void GridAgreesWithWrap_data() {
+    QTest::addColumn<QString>("line");
+    QTest::newRow("ascii") << QStringLiteral("abcdefghijklmnopqrstuvwxyz0123456789");
+    QTest::newRow("wide") << QString(30, QChar(0x6F22));
+    QTest::newRow("mixed") << QStringLiteral("ab") + QString(7, QChar(0x3042)) +
+                                  QStringLiteral("cde") + QString(5, QChar(0xFF21)) +
+                                  QStringLiteral("fg");
+    QTest::newRow("combining") << QStringLiteral("e\u0301a\u0300o\u0302").repeated(8);
+    QTest::newRow("pairs") << QStringLiteral("x\U0001F600y\U0001F601").repeated(6);
+  }
+  void GridAgreesWithWrap() {
+    QFETCH(QString, line);
+    const std::u16string text = U(line);
+    for (int width : {5, 7, 10, 23}) {
+      std::vector<int64_t> starts;
+      RowStarts(text, {width, 4}, starts);
+      starts.push_back(static_cast<int64_t>(text.size()));
+      for (size_t r = 0; r + 1 < starts.size(); ++r) {
+        const int64_t from = ColumnOfLinepos(text, starts[r] + 1, 4);
+        const int64_t to = ColumnOfLinepos(text, starts[r + 1] + 1, 4);
+        QVERIFY2(to - from <= width,
+                 qPrintable(QStringLiteral("row %1 width %2").arg(r).arg(width)));
+        if (r + 2 < starts.size()) {
+          const int64_t after = NextColumn(text, static_cast<size_t>(starts[r + 1]), to, 4);
+          QVERIFY2(after - from > width, qPrintable(QStringLiteral("row %1 not full").arg(r)));
+        }
+      }
+    }
+    // Every position a click can give is a position the grid can draw at, pairs kept whole.
+    for (int64_t linepos = 1; linepos <= static_cast<int64_t>(text.size()) + 1; ++linepos) {
+      const int64_t column = ColumnOfLinepos(text, linepos, 4);
+      const int64_t back = LineposAtColumn(text, static_cast<double>(column), 4);
+      QCOMPARE(ColumnOfLinepos(text, back, 4), column);
+      QVERIFY(back == static_cast<int64_t>(text.size()) + 1 || text[size_t(back - 1)] < 0xDC00 ||
+              text[size_t(back - 1)] >= 0xE000);
     }
   }
 
