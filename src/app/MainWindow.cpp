@@ -554,8 +554,11 @@ void CyMainWindow::SettingsWithDialog() {
 }
 
 void CyMainWindow::ApplySettings(const TyAppSettings& Settings, bool Store) {
+  // The style and palette are the application's: set only when the scheme changes (a light
+  // start keeps the platform's style, as before there were settings).
+  const bool schemeChanged = Settings.Dark != Settings_.Dark;
   Settings_ = Settings;
-  setDark(Settings.Dark);
+  if (schemeChanged) setDark(Settings.Dark);
   setTabWidth(Settings.TabWidth);
   setWordWrap(Settings.WordWrap);
   for (int i = 0; i < Tabs_->count(); ++i) {

@@ -624,8 +624,8 @@ void CyTextView::GoToLine(int64_t Line) {
   PreferredColumn_ = -1;
   setSelection(TySelection::At({Line, 1}));
   // Put the line near the top third of the screen.
-  verticalScrollBar()->setValue(static_cast<int>(
-      std::max<int64_t>(0, Folding_.DocumentLineToVisible(Line) - 1 - getVisibleRows() / 3)));
+  verticalScrollBar()->setValue(
+      static_cast<int>(std::max<int64_t>(0, Rows_.LineToRow(Line) - getVisibleRows() / 3)));
 }
 
 void CyTextView::Copy() {
