@@ -40,13 +40,15 @@ CyBackgroundJob::~CyBackgroundJob() {
 }
 
 void CyBackgroundJob::Start(std::function<void(const TyJobContext&)> Work,
-                            std::function<void(const TyJobOutcome&)> Finished, int PieceCount) {
+                            std::function<void(const TyJobOutcome&)> Finished, int PieceCount,
+                            const char* Stage) {
   if (Running_) {
     Cancel();
     Wait();
   }
   Stop_ = std::stop_source();
   Progress_.Reset();
+  Progress_.Begin(Stage, 0);
   Finished_ = std::move(Finished);
   Running_ = true;
   const uint64_t serial = ++Serial_;

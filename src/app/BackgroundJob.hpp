@@ -68,8 +68,10 @@ class CyBackgroundJob : public QObject {
   // Runs Work on a worker thread with a job of PieceCount pieces (at least 1), this job's
   // progress and stop token; then Finished on the GUI thread. One job at a time: a running one
   // is cancelled and joined first (its Finished runs, cancelled, before this returns).
+  // Stage names the job until its work begins a stage of its own (a string literal).
   void Start(std::function<void(const TyJobContext&)> Work,
-             std::function<void(const TyJobOutcome&)> Finished, int PieceCount);
+             std::function<void(const TyJobOutcome&)> Finished, int PieceCount,
+             const char* Stage = "");
   // Asks the work to stop; Finished then runs with jeCancelled. No effect when idle.
   void Cancel();
   // True from Start until Finished has run.

@@ -170,7 +170,7 @@ void CyEditorTab::StartLoad(const QString& Path) {
         Q_EMIT titleChanged();
         Q_EMIT loadFinished(outcome);
       },
-      PieceCount_);
+      PieceCount_, "Opening");
 }
 
 void CyEditorTab::StartFormat(const TyFormatChoices& Choices) {
@@ -201,7 +201,7 @@ void CyEditorTab::StartFormat(const TyFormatChoices& Choices) {
         }
         Q_EMIT formatFinished(Outcome, refusal);
       },
-      PieceCount_);
+      PieceCount_, "Formatting");
 }
 
 void CyEditorTab::CancelWork() {

@@ -14,6 +14,8 @@ CyProgressPanel::CyProgressPanel(QWidget* Parent) : QWidget(Parent) {
   auto* layout = new QHBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   Stage_ = new QLabel(this);
+  // Room for the longest stage name, so the status bar does not clip it.
+  Stage_->setMinimumWidth(Stage_->fontMetrics().horizontalAdvance(tr("Formatting")) + 8);
   Bar_ = new QProgressBar(this);
   Bar_->setMaximumWidth(180);
   Bar_->setMaximumHeight(16);

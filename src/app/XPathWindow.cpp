@@ -331,7 +331,7 @@ void CyXPathWindow::Evaluate() {
         }
         ShowError(message, start, start);
       },
-      1);
+      1, "Evaluating");
 }
 
 bool CyXPathWindow::eventFilter(QObject* Watched, QEvent* Event) {

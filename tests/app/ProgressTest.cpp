@@ -84,6 +84,9 @@ class ProgressTest : public QObject {
     QVERIFY(tab->getBusy());
     QVERIFY(tab->getTitle().contains(QStringLiteral("loading")));
     QVERIFY(!window.getProgressPanel()->isHidden());
+    const QString stage = window.getProgressPanel()->getStageText();
+    QVERIFY2(QStringList({"Opening", "Loading", "Decoding", "Scanning"}).contains(stage),
+             qPrintable(stage));
     QVERIFY(!tab->getView()->isEnabled());  // nothing typed into a document about to go
     QTest::mouseClick(window.getProgressPanel()->getCancelButton(), Qt::LeftButton);
     QTRY_VERIFY(!tab || !tab->getBusy());
