@@ -564,8 +564,10 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
   Painter.drawLine(x + 2, y + mid, x + size - 3, y + mid);
   if (Folding_.IsCollapsed(Line)) {
     Painter.drawLine(x + mid, y + 2, x + mid, y + size - 3);
-    // A rule under the line marks where the folded lines are.
-    Painter.drawLine(x + size, Y + LineHeight_ - 1, viewport()->width(), Y + LineHeight_ - 1);
+    // A rule under the line marks where the folded lines are (under its last row when
+    // wrapped).
+    const int rule = Y + Rows_.getRowsOf(Line) * LineHeight_ - 1;
+    Painter.drawLine(x + size, rule, viewport()->width(), rule);
   }
 }
 
