@@ -1,13 +1,17 @@
 #pragma once
-// Screen columns of a line with tabs expanded to the next multiple of the tab width. The view
-// lays text out in a monospaced grid, so these give both the caret's x and the character under
-// the mouse. Linear in the characters before the position; no allocation.
+// Screen columns of a line with tabs expanded to the next multiple of the tab width and other
+// characters as wide as East Asian Width says (ColumnWidth: wide and fullwidth two columns,
+// combining marks none; a surrogate pair counts on its first unit), as word wrap measures them.
+// The view lays text out in this monospaced grid, so these give both the caret's x and the
+// character under the mouse. Linear in the characters before the position; no allocation.
 
 #include <cstdint>
 #include <string_view>
 
 namespace xylem {
 
+// The column after the unit at Index (0-based) when it starts at Column.
+int64_t NextColumn(std::u16string_view Line, size_t Index, int64_t Column, int TabWidth);
 // 0-based column where 1-based Linepos (1 .. length + 1) starts; TabWidth >= 1.
 int64_t ColumnOfLinepos(std::u16string_view Line, int64_t Linepos, int TabWidth);
 // The 1-based position nearest to the fractional Column (a click between two characters goes

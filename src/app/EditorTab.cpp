@@ -15,29 +15,6 @@
 
 namespace xylem {
 
-// The load's progress as its stages report it; written by the load's threads, read by the GUI.
-class CyEditorTab::CyLoadProgress : public IyProgressSink {
- public:
-  void Begin(const char* Stage, uint64_t Total) override {
-    Done_.store(0, std::memory_order_relaxed);
-    Total_.store(Total, std::memory_order_relaxed);
-    Stage_.store(Stage, std::memory_order_release);
-  }
-  void Advance(uint64_t Count) override { Done_.fetch_add(Count, std::memory_order_relaxed); }
-  const char* getStage() const { return Stage_.load(std::memory_order_acquire); }
-  double getFraction() const {
-    const uint64_t total = Total_.load(std::memory_order_relaxed);
-    return total ? std::min(1.0, static_cast<double>(Done_.load(std::memory_order_relaxed)) /
-                                     static_cast<double>(total))
-                 : 0.0;
-  }
-
- private:
-  std::atomic<const char*> Stage_{"Loading"};
-  std::atomic<uint64_t> Total_{0};
-  std::atomic<uint64_t> Done_{0};
-};
-
 struct CyEditorTab::TyLoadResult {
   std::optional<TyLoadedDocument> Loaded;  // empty: failed (Error) or stopped
   // A copy of the loaded lines for the first check, made on the loading thread: copying
@@ -49,6 +26,7 @@ struct CyEditorTab::TyLoadResult {
 CyEditorTab::CyEditorTab(QWidget* Parent)
     : QWidget(Parent), Document_(std::make_unique<TxMarkupDocument>()) {
   Checks_ = std::make_unique<CyBackgroundChecks>(*Document_, Caches_);
+  Checks_->setProgress(&CheckProgress_);
   // The worker only posts; the result is taken on the GUI thread. A tab destroyed meanwhile
   // joins the worker first, and Qt drops events posted to a deleted object.
   Checks_->setOnFinished([this] {
@@ -87,7 +65,9 @@ void CyEditorTab::Open(const QString& Path) {
   const QFileInfo info(Path);
   if (info.isFile() && info.size() >= BackgroundLoadBytes_)
     return OpenInBackground(Path.toStdString());
-  Document_->LoadFromFile(Path.toStdString());
+  TyDocumentLoadOptions options;
+  options.Job.PieceCount = PieceCount_;
+  Document_->LoadFromFile(Path.toStdString(), options);
   View_->setSelection(TySelection::At({1, 1}));
   AfterOpen();
 }
@@ -118,9 +98,9 @@ void CyEditorTab::OpenInBackground(const std::string& Path) {
   View_->setLineNumbering(0, LineCountHint_);
   View_->setReadOnly(true);
   View_->setSelection(TySelection::At({1, 1}));
-  Progress_ = std::make_unique<CyLoadProgress>();
+  Progress_ = std::make_unique<CyJobProgress>();
   const uint64_t generation = ++LoadGeneration_;
-  const int pieces = Document_->getOptions().PieceCount;
+  const int pieces = PieceCount_;
   Loader_ = std::make_unique<std::jthread>([this, Path, generation, pieces, hook = BeforeLoadHook_,
                                             progress = Progress_.get()](std::stop_token Stop) {
     auto result = std::make_shared<TyLoadResult>();
@@ -241,7 +221,11 @@ QString CyEditorTab::getLoadStage() const {
   return Progress_ ? QString::fromLatin1(Progress_->getStage()) : QString();
 }
 
-double CyEditorTab::getLoadProgress() const { return Progress_ ? Progress_->getFraction() : 0.0; }
+double CyEditorTab::getLoadProgress() const {
+  if (!Progress_ || Progress_->getTotal() == 0) return 0.0;
+  return std::min(
+      1.0, static_cast<double>(Progress_->getDone()) / static_cast<double>(Progress_->getTotal()));
+}
 
 bool CyEditorTab::eventFilter(QObject* Watched, QEvent* Event) {
   if (Watched == View_ && Loader_ && Event->type() == QEvent::KeyPress) {
@@ -261,7 +245,9 @@ bool CyEditorTab::Reload() {
   if (Loader_) return false;
   const TyTextPosition caret = Document_->getSelection().Caret;
   try {
-    Document_->LoadFromFile(Document_->getPath());
+    TyDocumentLoadOptions options;
+    options.Job.PieceCount = PieceCount_;
+    Document_->LoadFromFile(Document_->getPath(), options);
   } catch (const std::exception&) {
     return false;
   }
@@ -294,6 +280,7 @@ void CyEditorTab::OnFileChanged() {
 }
 
 QString CyEditorTab::getTitle() const {
+  if (!JobLoadPath_.isEmpty()) return tr("%1 (loading)").arg(QFileInfo(JobLoadPath_).fileName());
   const std::string& path = Document_->getPath();
   QString title = path.empty() ? QStringLiteral("Untitled")
                                : QFileInfo(QString::fromStdString(path)).fileName();
@@ -308,6 +295,7 @@ QString CyEditorTab::getTitle() const {
 void CyEditorTab::CheckNow() {
   CheckTimer_.stop();
   if (Loader_) return;  // a preview is not the document; the load's end starts the check
+  CheckProgress_.Reset();
   Checks_->Start();
 }
 
@@ -335,6 +323,104 @@ void CyEditorTab::OnDocumentChanged(const TxMarkupDocument& Document,
     WasModified_ = Document.getModified();
     Q_EMIT titleChanged();
   }
+}
+
+void CyEditorTab::setPieceCount(int PieceCount) {
+  PieceCount_ = std::max(1, PieceCount);
+  Checks_->setPieceCount(PieceCount_);
+}
+
+QString CyEditorTab::getLoadingPath() const {
+  if (!JobLoadPath_.isEmpty()) return JobLoadPath_;
+  return Loader_ ? QString::fromStdString(LoadingPath_) : QString();
+}
+
+// ---- Long work.
+
+QString FormatRefusalText(const TyFormatResult& Result) {
+  const QString message = QString::fromStdString(Result.Message);
+  return Result.Line > 0 ? QObject::tr("%1 (line %2, position %3)")
+                               .arg(message)
+                               .arg(Result.Line)
+                               .arg(Result.Linepos)
+                         : message;
+}
+
+void CyEditorTab::StartLoad(const QString& Path) {
+  auto loaded = std::make_shared<std::optional<TyLoadedDocument>>();
+  JobLoadPath_ = Path;
+  View_->setEnabled(false);
+  Q_EMIT titleChanged();
+  const std::string path = Path.toStdString();
+  const int pieces = PieceCount_;
+  Job_.Start(
+      [loaded, path, pieces](const TyJobContext& Job) {
+        TyDocumentLoadOptions options;
+        options.Job = Job;
+        *loaded = TxMarkupDocument::ReadFile(path, options, pieces);
+      },
+      [this, loaded](const TyJobOutcome& Outcome) {
+        JobLoadPath_.clear();
+        View_->setEnabled(true);
+        TyJobOutcome outcome = Outcome;
+        if (outcome.End == TyJobEnd::jeDone && !*loaded) outcome.End = TyJobEnd::jeCancelled;
+        if (outcome.End == TyJobEnd::jeDone) {
+          Document_->InstallLoaded(std::move(**loaded));
+          View_->setSelection(TySelection::At({1, 1}));
+          NoteSaved();
+          CheckNow();
+        }
+        Q_EMIT titleChanged();
+        Q_EMIT loadFinished(outcome);
+      },
+      PieceCount_, "Opening");
+}
+
+void CyEditorTab::StartFormat(const TyFormatChoices& Choices) {
+  auto formatted = std::make_shared<TyFormattedText>();
+  TxDocumentSnapshotPtr snapshot = Document_->CreateSnapshot();
+  View_->setEnabled(false);
+  Job_.Start(
+      [snapshot, formatted, Choices](const TyJobContext& Job) {
+        *formatted = CyEditorFormat::FormatSnapshot(*snapshot, Choices, Job);
+      },
+      [this, formatted](const TyJobOutcome& Outcome) {
+        View_->setEnabled(true);
+        View_->setFocus();
+        QString refusal;
+        if (Outcome.End == TyJobEnd::jeDone) {
+          const TyFormatResult& result = formatted->Result;
+          if (result.Refused) {
+            refusal = FormatRefusalText(result);
+            if (result.Line > 0)
+              View_->setSelection(TySelection::At(
+                  Document_->ClampPosition({result.Line, std::max<int64_t>(1, result.Linepos)})));
+          } else if (formatted->List) {
+            if (CyEditorFormat::Install(*Document_, std::move(*formatted)))
+              View_->setSelection(Document_->getSelection());
+            else
+              refusal = tr("The text changed while it was being formatted; it was left as it is.");
+          }
+        }
+        Q_EMIT formatFinished(Outcome, refusal);
+      },
+      PieceCount_, "Formatting");
+}
+
+void CyEditorTab::CancelWork() {
+  if (Loader_)
+    CancelLoad();
+  else if (Job_.getRunning())
+    Job_.Cancel();
+  else
+    Checks_->Cancel();
+}
+
+const CyJobProgress* CyEditorTab::getActiveProgress() const {
+  if (Loader_) return Progress_.get();
+  if (Job_.getRunning()) return &Job_.getProgress();
+  if (Checks_->getRunning()) return &CheckProgress_;
+  return nullptr;
 }
 
 }  // namespace xylem

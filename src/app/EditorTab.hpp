@@ -26,14 +26,19 @@
 #include <string>
 #include <thread>
 
+#include "app/BackgroundJob.hpp"
 #include "app/FilePreview.hpp"
 #include "editor/BackgroundCheck.hpp"
 #include "editor/Document.hpp"
+#include "editor/Format.hpp"
 #include "services/XPathCheckerCachePool.hpp"
 
 namespace xylem {
 
 class CyTextView;
+
+// A formatter's refusal as the window says it: its message, and where when known.
+QString FormatRefusalText(const TyFormatResult& Result);
 
 class CyEditorTab : public QWidget, public IyDocumentListener {
   Q_OBJECT
@@ -52,6 +57,7 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   void Open(const QString& Path);
   // Files of at least Bytes bytes open in the background (default 16 MiB).
   void setBackgroundLoadBytes(int64_t Bytes) { BackgroundLoadBytes_ = Bytes; }
+  int64_t getBackgroundLoadBytes() const { return BackgroundLoadBytes_; }
   // True while a background load runs; the view is read-only meanwhile.
   bool getLoading() const { return static_cast<bool>(Loader_); }
   // The running load's stage ("Loading", "Scanning"...) and its fraction done, 0 .. 1.
@@ -83,6 +89,31 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
 
   void OnDocumentChanged(const TxMarkupDocument& Document, const TyDocumentChange& Change) override;
 
+  // Pieces of the parallel stages of this tab's loads, formats and checks (the user's parallel
+  // processing setting; at least 1).
+  void setPieceCount(int PieceCount);
+  int getPieceCount() const { return PieceCount_; }
+
+  // ---- Long work off the GUI thread, with progress and cancel. While a load or a format runs
+  // the view takes no input; a cancelled one changes nothing.
+
+  // Loads Path on a worker thread without a preview; the document stays as it is until the
+  // load has finished, then becomes the file (as Open). Announced by loadFinished.
+  void StartLoad(const QString& Path);
+  // Formats a snapshot on a worker thread; the result replaces the text as one undoable step
+  // when it arrives (a refusal or a cancel leaves the text untouched). Announced by
+  // formatFinished with the refusal's message ("" when formatted or already formatted).
+  void StartFormat(const TyFormatChoices& Choices);
+  // Stops the running load or format, else the running check (whose previous result stays).
+  void CancelWork();
+  // The load or format running (or the check, when no other work runs); null when idle.
+  const CyJobProgress* getActiveProgress() const;
+  // A load (either kind) or a format runs.
+  bool getBusy() const { return Job_.getRunning() || getLoading(); }
+  // The file a running load reads ("" when none).
+  QString getLoadingPath() const;
+  CyBackgroundJob& getJob() { return Job_; }
+
  Q_SIGNALS:
   // A check's result has been installed.
   void errorsChanged();
@@ -92,6 +123,9 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   void changedOnDisk();
   // A background load ended: Ok, or failed with Message (empty when cancelled).
   void loadEnded(bool Ok, const QString& Message);
+  // A load, or format, started with StartLoad or StartFormat has ended.
+  void loadFinished(const xylem::TyJobOutcome& Outcome);
+  void formatFinished(const xylem::TyJobOutcome& Outcome, const QString& Refusal);
 
  protected:
   bool eventFilter(QObject* Watched, QEvent* Event) override;
@@ -118,8 +152,7 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   qint64 KnownSize_ = -1;
   // The background load: its worker, stop, progress and generation (a result of an older
   // generation is dropped), the head preview (kept to go back from the end).
-  class CyLoadProgress;
-  std::unique_ptr<CyLoadProgress> Progress_;
+  std::unique_ptr<CyJobProgress> Progress_;
   std::unique_ptr<std::jthread> Loader_;
   // Counts the line ends before the end preview, for its line numbers.
   std::unique_ptr<std::jthread> Counter_;
@@ -133,6 +166,13 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   QTimer ProgressTimer_;
   int64_t BackgroundLoadBytes_ = int64_t{16} << 20;
   std::function<void()> BeforeLoadHook_;
+  // Loads without a preview and formats: its worker reads the document (options) and
+  // snapshots, never the view; declared after the document, so destroyed (cancelled and
+  // joined, its outcome dropped) before it.
+  CyBackgroundJob Job_;
+  CyJobProgress CheckProgress_;
+  QString JobLoadPath_;
+  int PieceCount_ = 1;
 };
 
 }  // namespace xylem

@@ -67,6 +67,18 @@ void SaveFormatChoices(const TyFormatChoices& Choices) {
 CyFormatDialog::CyFormatDialog(const TyFormatChoices& Choices, QWidget* Parent) : QDialog(Parent) {
   setWindowTitle(QStringLiteral("XML Formatting Preferences"));
   auto* layout = new QVBoxLayout(this);
+  Panel_ = new CyFormatOptionsPanel(Choices, this);
+  layout->addWidget(Panel_);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  layout->addWidget(buttons);
+}
+
+CyFormatOptionsPanel::CyFormatOptionsPanel(const TyFormatChoices& Choices, QWidget* Parent)
+    : QWidget(Parent) {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
   auto group = [&](const QString& Title, const char* const* Labels, size_t Count, uint32_t Bits,
                    std::vector<QCheckBox*>& Boxes) {
     auto* box = new QGroupBox(Title, this);
@@ -102,13 +114,9 @@ CyFormatDialog::CyFormatDialog(const TyFormatChoices& Choices, QWidget* Parent) 
   form->addRow(tr("Indentation:"), IndentKind_);
   form->addRow(tr("Spaces per level:"), IndentSize_);
   layout->addLayout(form);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-  layout->addWidget(buttons);
 }
 
-TyFormatChoices CyFormatDialog::getChoices() const {
+TyFormatChoices CyFormatOptionsPanel::getChoices() const {
   TyFormatChoices choices;
   uint32_t bits = 0;
   for (size_t i = 0; i < Formatting_.size(); ++i)

@@ -19,13 +19,16 @@ namespace xylem {
 TyFormatChoices LoadFormatChoices();
 void SaveFormatChoices(const TyFormatChoices& Choices);
 
-class CyFormatDialog : public QDialog {
+// The choices as editable widgets: the dialog's contents, also a page of the settings dialog.
+class CyFormatOptionsPanel : public QWidget {
   Q_OBJECT
 
  public:
-  explicit CyFormatDialog(const TyFormatChoices& Choices, QWidget* Parent = nullptr);
-  // The choices as the dialog shows them.
+  explicit CyFormatOptionsPanel(const TyFormatChoices& Choices, QWidget* Parent = nullptr);
+  // The choices as the panel shows them.
   TyFormatChoices getChoices() const;
+  // The check box of formatting option Bit (TyXMLFormattingOptions' value order).
+  QCheckBox* getFormattingBox(size_t Bit) const { return Formatting_.at(Bit); }
 
  private:
   std::vector<QCheckBox*> Formatting_;
@@ -34,6 +37,18 @@ class CyFormatDialog : public QDialog {
   QLineEdit* WordsD_;
   QComboBox* IndentKind_;
   QSpinBox* IndentSize_;
+};
+
+class CyFormatDialog : public QDialog {
+  Q_OBJECT
+
+ public:
+  explicit CyFormatDialog(const TyFormatChoices& Choices, QWidget* Parent = nullptr);
+  // The choices as the dialog shows them.
+  TyFormatChoices getChoices() const { return Panel_->getChoices(); }
+
+ private:
+  CyFormatOptionsPanel* Panel_;
 };
 
 }  // namespace xylem

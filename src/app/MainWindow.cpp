@@ -26,9 +26,12 @@
 #include "app/FileFormatDialog.hpp"
 #include "app/FindBar.hpp"
 #include "app/FormatDialog.hpp"
+#include "app/ProgressPanel.hpp"
+#include "app/SettingsDialog.hpp"
 #include "app/TextView.hpp"
 #include "app/XPathWindow.hpp"
 #include "common/Exception.hpp"
+#include "common/Tasks.hpp"
 #include "diag/ErrList.hpp"
 #include "diag/ErrLocation.hpp"
 #include "diag/ErrRecord.hpp"
@@ -131,6 +134,11 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
   XPathDock_->setObjectName(QStringLiteral("xpath"));
   XPath_ = new CyXPathWindow(XPathDock_);
   XPathDock_->setWidget(XPath_);
+  // Evaluation reads a snapshot of the current document (none while it loads or formats).
+  XPath_->setDocumentSource([this]() -> TxDocumentSnapshotPtr {
+    CyEditorTab* tab = getCurrentTab();
+    return tab && !tab->getBusy() ? tab->getDocument().CreateSnapshot() : nullptr;
+  });
   addDockWidget(Qt::BottomDockWidgetArea, XPathDock_);
   tabifyDockWidget(ErrorDock_, XPathDock_);
   ErrorDock_->raise();
@@ -142,6 +150,21 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
   Kind_ = new QLabel(this);
   for (QLabel* label : {Position_, Encoding_, BOM_, Newline_, Kind_})
     statusBar()->addPermanentWidget(label);
+  // Long work of the current tab: a bar with Cancel; Escape cancels while it shows.
+  Progress_ = new CyProgressPanel(this);
+  Progress_->setSource([this]() -> const CyJobProgress* {
+    CyEditorTab* tab = getCurrentTab();
+    return tab ? tab->getActiveProgress() : nullptr;
+  });
+  statusBar()->addWidget(Progress_);
+  CancelAction_ = new QAction(tr("Cancel"), this);
+  CancelAction_->setShortcut(QKeySequence(Qt::Key_Escape));
+  CancelAction_->setShortcutContext(Qt::WindowShortcut);
+  CancelAction_->setEnabled(false);  // else Escape would never reach the view or the find bar
+  addAction(CancelAction_);
+  connect(CancelAction_, &QAction::triggered, this, &CyMainWindow::CancelWork);
+  connect(Progress_, &CyProgressPanel::cancelRequested, this, &CyMainWindow::CancelWork);
+  connect(Progress_, &CyProgressPanel::shownChanged, CancelAction_, &QAction::setEnabled);
 
   AskToSave = [this](CyEditorTab* Tab) {
     const auto answer = QMessageBox::question(
@@ -163,10 +186,8 @@ CyMainWindow::CyMainWindow(QWidget* Parent) : QMainWindow(Parent) {
   CreateMenus();
   resize(1000, 700);
   resizeDocks({ErrorDock_}, {140}, Qt::Vertical);
-  // The view settings chosen last time (the menu actions store them).
-  const QSettings settings;
-  TabWidth_ = std::clamp(settings.value("view/tabWidth", 4).toInt(), 1, 16);
-  if (settings.value("view/dark", false).toBool()) DarkAction_->setChecked(true);
+  // The settings chosen last time (the dialog and the menu actions store them).
+  ApplySettings(TyAppSettings::Load(), false);
 }
 
 CyMainWindow::~CyMainWindow() = default;
@@ -204,6 +225,9 @@ void CyMainWindow::CreateMenus() {
   edit->addAction(tr("Find &Next"), QKeySequence::FindNext, this, [this] { FindBar_->FindNext(); });
   edit->addAction(tr("Find &Previous"), QKeySequence::FindPrevious, this,
                   [this] { FindBar_->FindPrevious(); });
+  edit->addSeparator();
+  edit->addAction(tr("Se&ttings..."), QKeySequence::Preferences, this,
+                  &CyMainWindow::SettingsWithDialog);
 
   QMenu* view = menuBar()->addMenu(tr("&View"));
   view->addAction(tr("&Fold All"), QKeySequence(tr("Ctrl+Shift+[")), this,
@@ -221,20 +245,28 @@ void CyMainWindow::CreateMenus() {
   view->addAction(tr("&Previous Bookmark"), QKeySequence(tr("Shift+F2")), this, [this] {
     if (CyEditorTab* tab = getCurrentTab()) tab->getView()->GoToBookmark(false);
   });
-  QAction* dark = view->addAction(tr("&Dark Scheme"));
-  dark->setCheckable(true);
-  DarkAction_ = dark;
-  connect(dark, &QAction::toggled, this, [this](bool Dark) {
-    setDark(Dark);
-    QSettings().setValue("view/dark", Dark);
+  WrapAction_ = view->addAction(tr("&Word Wrap"));
+  WrapAction_->setCheckable(true);
+  connect(WrapAction_, &QAction::triggered, this, [this](bool Wrap) {
+    TyAppSettings settings = Settings_;
+    settings.WordWrap = Wrap;
+    ApplySettings(settings);
+  });
+  DarkAction_ = view->addAction(tr("&Dark Scheme"));
+  DarkAction_->setCheckable(true);
+  connect(DarkAction_, &QAction::triggered, this, [this](bool Dark) {
+    TyAppSettings settings = Settings_;
+    settings.Dark = Dark;
+    ApplySettings(settings);
   });
   view->addAction(tr("&Tab Width..."), this, [this] {
     bool ok = false;
-    const int width = QInputDialog::getInt(this, tr("Tab Width"), tr("Columns per tab:"), TabWidth_,
-                                           1, 16, 1, &ok);
+    const int width = QInputDialog::getInt(this, tr("Tab Width"), tr("Columns per tab:"),
+                                           Settings_.TabWidth, 1, 16, 1, &ok);
     if (!ok) return;
-    setTabWidth(width);
-    QSettings().setValue("view/tabWidth", width);
+    TyAppSettings settings = Settings_;
+    settings.TabWidth = width;
+    ApplySettings(settings);
   });
   view->addAction(ErrorDock_->toggleViewAction());
   view->addAction(XPathDock_->toggleViewAction());
@@ -254,8 +286,11 @@ void CyMainWindow::CreateMenus() {
 
 CyEditorTab* CyMainWindow::NewDocument() {
   auto* tab = new CyEditorTab(Tabs_);
-  tab->getView()->setDark(Dark_);
-  tab->getView()->setTabWidth(TabWidth_);
+  tab->getView()->setDark(Settings_.Dark);
+  tab->getView()->setTabWidth(Settings_.TabWidth);
+  tab->getView()->setEditorFont(Settings_.Font);
+  tab->getView()->setWordWrap(Settings_.WordWrap);
+  tab->setPieceCount(getPieceCount());
   connect(tab, &CyEditorTab::titleChanged, this, [this, tab] { UpdateTitle(tab); });
   connect(tab, &CyEditorTab::errorsChanged, this, [this, tab] {
     if (tab == getCurrentTab()) UpdateErrors();
@@ -293,17 +328,48 @@ CyEditorTab* CyMainWindow::OpenFile(const QString& Path, bool ShowErrors) {
   const QString absolute = QFileInfo(Path).absoluteFilePath();
   for (int i = 0; i < Tabs_->count(); ++i) {
     auto* tab = static_cast<CyEditorTab*>(Tabs_->widget(i));
-    if (QString::fromStdString(tab->getDocument().getPath()) == absolute) {
+    if (QString::fromStdString(tab->getDocument().getPath()) == absolute ||
+        tab->getLoadingPath() == absolute) {
       Tabs_->setCurrentIndex(i);
       return tab;
     }
   }
   // An untouched empty first tab is reused.
   CyEditorTab* tab = getCurrentTab();
-  const bool reuse = tab && tab->getDocument().getPath().empty() &&
+  const bool reuse = tab && tab->getDocument().getPath().empty() && !tab->getBusy() &&
                      !tab->getDocument().getModified() && tab->getDocument().getLineCount() == 1 &&
                      tab->getDocument().getLine(1).empty();
   if (!reuse) tab = NewDocument();
+  // A file big enough for a preview opens behind it (the tab's own background load); a smaller
+  // one that still takes a moment loads off the GUI thread without one. A failed or cancelled
+  // load leaves no tab of its own.
+  const qint64 size = QFileInfo(absolute).size();
+  if (size >= BackgroundBytes_ && size < tab->getBackgroundLoadBytes()) {
+    connect(
+        tab, &CyEditorTab::loadFinished, this,
+        [this, tab, reuse, Path, absolute, ShowErrors](const TyJobOutcome& Outcome) {
+          if (Outcome.End == TyJobEnd::jeDone) {
+            AddRecent(absolute);
+            UpdateTitle(tab);
+            if (tab == getCurrentTab()) OnCurrentTabChanged();
+            return;
+          }
+          if (Outcome.End == TyJobEnd::jeFailed && ShowErrors)
+            QMessageBox::warning(this, tr("Open"),
+                                 tr("Cannot open %1:\n%2").arg(Path, Outcome.Message));
+          if (Outcome.End == TyJobEnd::jeCancelled)
+            statusBar()->showMessage(tr("Opening %1 was cancelled.").arg(Path), 8000);
+          if (!reuse) {
+            Tabs_->removeTab(Tabs_->indexOf(tab));
+            tab->deleteLater();  // its job is still delivering this outcome
+          }
+        },
+        Qt::SingleShotConnection);
+    tab->StartLoad(absolute);
+    UpdateTitle(tab);
+    Progress_->Refresh();
+    return tab;
+  }
   try {
     tab->Open(absolute);
   } catch (const std::exception& e) {
@@ -316,6 +382,7 @@ CyEditorTab* CyMainWindow::OpenFile(const QString& Path, bool ShowErrors) {
   AddRecent(absolute);
   UpdateTitle(tab);
   OnCurrentTabChanged();
+  Progress_->Refresh();  // a big file's load goes on behind its preview
   return tab;
 }
 
@@ -462,30 +529,71 @@ QString CyMainWindow::Format() {
   CyEditorTab* tab = getCurrentTab();
   if (!tab) return {};
   if (tab->getLoading()) return tr("The document is still loading.");
+  if (tab->getBusy()) return {};
+  if (tab->getDocument().getLineCount() >= BackgroundLines_) {
+    connect(
+        tab, &CyEditorTab::formatFinished, this,
+        [this](const TyJobOutcome& Outcome, const QString& Refusal) {
+          if (Outcome.End == TyJobEnd::jeCancelled)
+            statusBar()->showMessage(tr("Formatting was cancelled; the text is unchanged."), 8000);
+          else if (Outcome.End == TyJobEnd::jeFailed)
+            statusBar()->showMessage(Outcome.Message, 8000);
+          else if (!Refusal.isEmpty())
+            statusBar()->showMessage(Refusal, 8000);
+        },
+        Qt::SingleShotConnection);
+    tab->StartFormat(LoadFormatChoices());
+    Progress_->Refresh();
+    return {};
+  }
   const TyFormatResult result =
       CyEditorFormat::FormatDocument(tab->getDocument(), LoadFormatChoices());
   if (result.Refused) {
-    const QString message = result.Line > 0 ? tr("%1 (line %2, position %3)")
-                                                  .arg(QString::fromStdString(result.Message))
-                                                  .arg(result.Line)
-                                                  .arg(result.Linepos)
-                                            : QString::fromStdString(result.Message);
     if (result.Line > 0)
       tab->getView()->setSelection(
           TySelection::At({result.Line, std::max<int64_t>(1, result.Linepos)}));
-    return message;
+    return FormatRefusalText(result);
   }
   tab->getView()->setSelection(tab->getDocument().getSelection());
   return {};
 }
 
+void CyMainWindow::CancelWork() {
+  if (CyEditorTab* tab = getCurrentTab()) tab->CancelWork();
+}
+
 void CyMainWindow::FormatPreferences() {
   CyFormatDialog dialog(LoadFormatChoices(), this);
-  if (dialog.exec() == QDialog::Accepted) SaveFormatChoices(dialog.getChoices());
+  if (dialog.exec() != QDialog::Accepted) return;
+  SaveFormatChoices(dialog.getChoices());
+  Settings_.Format = dialog.getChoices();
+}
+
+void CyMainWindow::SettingsWithDialog() {
+  TyAppSettings current = Settings_;
+  current.Format = LoadFormatChoices();
+  CySettingsDialog dialog(current, this);
+  if (dialog.exec() == QDialog::Accepted) ApplySettings(dialog.getSettings());
+}
+
+void CyMainWindow::ApplySettings(const TyAppSettings& Settings, bool Store) {
+  // The style and palette are the application's: set only when the scheme changes (a light
+  // start keeps the platform's style, as before there were settings).
+  const bool schemeChanged = Settings.Dark != Settings_.Dark;
+  Settings_ = Settings;
+  if (schemeChanged) setDark(Settings.Dark);
+  setTabWidth(Settings.TabWidth);
+  setWordWrap(Settings.WordWrap);
+  for (int i = 0; i < Tabs_->count(); ++i) {
+    auto* tab = static_cast<CyEditorTab*>(Tabs_->widget(i));
+    tab->getView()->setEditorFont(Settings.Font);
+    tab->setPieceCount(Settings.getPieceCount());
+  }
+  if (Store) Settings.Save();
 }
 
 void CyMainWindow::Check() {
-  if (CyEditorTab* tab = getCurrentTab()) {
+  if (CyEditorTab* tab = getCurrentTab(); tab && !tab->getBusy()) {
     tab->CheckNow();
     ErrorDock_->show();
   }
@@ -511,7 +619,8 @@ void CyMainWindow::GoToLineWithDialog() {
 }
 
 void CyMainWindow::setDark(bool Dark) {
-  Dark_ = Dark;
+  Settings_.Dark = Dark;
+  DarkAction_->setChecked(Dark);
   XPath_->setDark(Dark);
   // The window's own widgets follow the scheme through Fusion's palette.
   QApplication::setStyle(QStringLiteral("Fusion"));
@@ -532,8 +641,15 @@ void CyMainWindow::setDark(bool Dark) {
     static_cast<CyEditorTab*>(Tabs_->widget(i))->getView()->setDark(Dark);
 }
 
+void CyMainWindow::setWordWrap(bool Wrap) {
+  Settings_.WordWrap = Wrap;
+  WrapAction_->setChecked(Wrap);
+  for (int i = 0; i < Tabs_->count(); ++i)
+    static_cast<CyEditorTab*>(Tabs_->widget(i))->getView()->setWordWrap(Wrap);
+}
+
 void CyMainWindow::setTabWidth(int Width) {
-  TabWidth_ = Width;
+  Settings_.TabWidth = Width;
   for (int i = 0; i < Tabs_->count(); ++i)
     static_cast<CyEditorTab*>(Tabs_->widget(i))->getView()->setTabWidth(Width);
 }

@@ -11,6 +11,8 @@
 #include <QMainWindow>
 #include <functional>
 
+#include "app/Settings.hpp"
+
 class QAction;
 class QComboBox;
 class QDockWidget;
@@ -23,6 +25,7 @@ namespace xylem {
 
 class CyEditorTab;
 class CyFindBar;
+class CyProgressPanel;
 class CyXPathWindow;
 
 class CyMainWindow : public QMainWindow {
@@ -44,18 +47,35 @@ class CyMainWindow : public QMainWindow {
   CyXPathWindow* getXPathWindow() const { return XPath_; }
   QDockWidget* getXPathDock() const { return XPathDock_; }
   QString getStatusText() const;
+  CyProgressPanel* getProgressPanel() const { return Progress_; }
 
   // ---- Commands of the current document.
   bool Save();
   bool SaveAs(const QString& Path);
-  // Formats the document (XML or JSON by its kind); returns the refusal's message or "".
+  // Formats the document (XML or JSON by its kind); returns the refusal's message or "". A big
+  // document is formatted in the background (the status bar says how it ended).
   QString Format();
+  // Stops the current tab's load, format or check (the Cancel button and Escape).
+  void CancelWork();
+  // Files of at least Bytes load, and documents of at least Lines lines format, off the GUI
+  // thread with a progress bar.
+  void setBackgroundThresholds(qint64 Bytes, int64_t Lines) {
+    BackgroundBytes_ = Bytes;
+    BackgroundLines_ = Lines;
+  }
+  // The pieces of parallel stages: one per processor, or one with parallel processing off.
+  int getPieceCount() const { return Settings_.getPieceCount(); }
   // Starts the background check now.
   void Check();
   void GoToLine(int64_t Line);
   void setDark(bool Dark);
-  bool getDark() const { return Dark_; }
+  bool getDark() const { return Settings_.Dark; }
   void setTabWidth(int Width);
+  // Word wrap in every view (the View menu's check mark follows).
+  void setWordWrap(bool Wrap);
+  // Applies Settings to every tab and to new ones, and stores them when Store is set.
+  void ApplySettings(const TyAppSettings& Settings, bool Store = true);
+  const TyAppSettings& getSettings() const { return Settings_; }
   // Closes the tab at Index after asking about unsaved changes; false when the user cancels.
   bool CloseTab(int Index);
 
@@ -81,6 +101,7 @@ class CyMainWindow : public QMainWindow {
   void SaveAsWithDialog();
   void GoToLineWithDialog();
   void FormatPreferences();
+  void SettingsWithDialog();
   void AddRecent(const QString& Path);
   void UpdateRecentMenu();
 
@@ -98,8 +119,12 @@ class CyMainWindow : public QMainWindow {
   QLabel* Kind_;
   QMenu* RecentMenu_ = nullptr;
   QAction* DarkAction_ = nullptr;
-  bool Dark_ = false;
-  int TabWidth_ = 4;
+  QAction* WrapAction_ = nullptr;
+  CyProgressPanel* Progress_;
+  QAction* CancelAction_ = nullptr;
+  qint64 BackgroundBytes_ = 8 << 20;
+  int64_t BackgroundLines_ = 100000;
+  TyAppSettings Settings_;
 };
 
 }  // namespace xylem

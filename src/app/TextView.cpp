@@ -50,6 +50,7 @@ CyTextView::CyTextView(TxMarkupDocument& Document, QWidget* Parent)
     : QAbstractScrollArea(Parent),
       Document_(Document),
       Folding_(Document),
+      Rows_(Document, Folding_),
       Colors_(Document),
       Theme_(TyViewTheme::Light()) {
   Document_.AddListener(this);
@@ -66,6 +67,7 @@ CyTextView::CyTextView(TxMarkupDocument& Document, QWidget* Parent)
   connect(&FoldTimer_, &QTimer::timeout, this, [this] {
     if (!Folding_.getStale()) return;
     Folding_.Update();
+    InvalidateRows();
     UpdateScrollBars();
     viewport()->update();
   });
@@ -76,6 +78,7 @@ CyTextView::~CyTextView() { Document_.RemoveListener(this); }
 
 void CyTextView::setTabWidth(int Width) {
   TabWidth_ = std::clamp(Width, 1, 32);
+  UpdateWrapWidth();
   UpdateScrollBars();
   viewport()->update();
 }
@@ -103,6 +106,7 @@ void CyTextView::UpdateMetrics() {
   LineHeight_ = std::max(1, static_cast<int>(std::ceil(metrics.height())));
   Ascent_ = static_cast<int>(std::ceil(metrics.ascent()));
   CharWidth_ = std::max(1.0, metrics.horizontalAdvance(QLatin1Char('M')));
+  UpdateWrapWidth();
   UpdateScrollBars();
   viewport()->update();
 }
@@ -120,6 +124,82 @@ void CyTextView::setHighlightText(const QString& Text, bool CaseSensitive) {
   viewport()->update();
 }
 
+// ---- Word wrap.
+
+void CyTextView::setWordWrap(bool Wrap) {
+  if (Wrap == getWordWrap()) return;
+  if (Wrap) {
+    // The bar stays: showing and hiding it would change the width, the rows and so the need
+    // for it again.
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    Wrap_ = std::make_unique<CyWordWrap>(Document_, TyWrapOptions{getWrapColumns(), TabWidth_});
+    Document_.RemoveListener(this);
+    Document_.AddListener(this);
+    horizontalScrollBar()->setValue(0);
+    Rows_.setWrap(Wrap_.get());
+  } else {
+    Rows_.setWrap(nullptr);  // before the wrap goes: the policy change below repaints
+    Wrap_.reset();
+    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  }
+  PreferredColumn_ = -1;
+  EnsureCaretVisible();
+  viewport()->update();
+}
+
+int CyTextView::getWrapColumns() const {
+  return std::max(8, static_cast<int>((viewport()->width() - getTextLeft()) / CharWidth_) - 1);
+}
+
+void CyTextView::UpdateWrapWidth() {
+  if (!Wrap_) return;
+  const TyWrapOptions options{getWrapColumns(), TabWidth_};
+  if (options == Wrap_->getOptions()) return;
+  Wrap_->setOptions(options);
+  InvalidateRows();
+}
+
+void CyTextView::InvalidateRows() { Rows_.Invalidate(); }
+
+void CyTextView::MeasureRows(int64_t Line) const {
+  const int64_t id = Document_.getTextList().getItems(Line)->UniqueID;
+  if (id == RowsID_ && RowsOptions_ == Wrap_->getOptions()) return;
+  RowsID_ = id;
+  RowsOptions_ = Wrap_->getOptions();
+  const std::u16string_view text = Document_.getLine(Line);
+  RowStarts_.clear();
+  RowStarts(text, RowsOptions_, RowStarts_);
+  RowColumns_.clear();
+  int64_t column = 0;
+  size_t row = 0;
+  for (size_t i = 0; row < RowStarts_.size(); ++i) {
+    if (static_cast<int64_t>(i) == RowStarts_[row]) {
+      RowColumns_.push_back(column);
+      ++row;
+    }
+    if (i >= text.size()) break;
+    column = NextColumn(text, i, column, TabWidth_);
+  }
+}
+
+void CyTextView::RowSpan(int64_t Line, int64_t RowInLine, int64_t& Start, int64_t& End) const {
+  MeasureRows(Line);
+  const size_t row =
+      std::min(static_cast<size_t>(std::max<int64_t>(0, RowInLine)), RowStarts_.size() - 1);
+  Start = RowStarts_[row];
+  End = row + 1 < RowStarts_.size() ? RowStarts_[row + 1]
+                                    : static_cast<int64_t>(Document_.getLine(Line).size());
+}
+
+int64_t CyTextView::RowOfPosition(TyTextPosition Position, int64_t& Start, int64_t& End) const {
+  MeasureRows(Position.Line);
+  // A position at a row's first offset is on that row (a caret never ends a non-last row).
+  const auto it = std::upper_bound(RowStarts_.begin(), RowStarts_.end(), Position.Linepos - 1) - 1;
+  const auto row = static_cast<int64_t>(it - RowStarts_.begin());
+  RowSpan(Position.Line, row, Start, End);
+  return row;
+}
+
 // ---- Geometry.
 
 int CyTextView::getGutterWidth() const {
@@ -135,26 +215,44 @@ int CyTextView::getTextLeft() const { return getGutterWidth() + kTextMargin; }
 int CyTextView::getVisibleRows() const { return std::max(1, viewport()->height() / LineHeight_); }
 
 int64_t CyTextView::getTopLine() const {
-  return Folding_.VisibleLineToDocument(verticalScrollBar()->value() + 1);
+  int64_t rowInLine = 0;
+  return Rows_.RowToLine(verticalScrollBar()->value(), rowInLine);
 }
 
 QPoint CyTextView::PositionToPoint(TyTextPosition Position) const {
-  const int64_t row =
-      Folding_.DocumentLineToVisible(Position.Line) - 1 - verticalScrollBar()->value();
-  const int64_t column =
-      ColumnOfLinepos(Document_.getLine(Position.Line), Position.Linepos, TabWidth_) -
-      horizontalScrollBar()->value();
+  const std::u16string_view text = Document_.getLine(Position.Line);
+  int64_t row = Rows_.LineToRow(Position.Line) - verticalScrollBar()->value();
+  int64_t firstColumn = horizontalScrollBar()->value();
+  if (Wrap_) {
+    int64_t start = 0, end = 0;
+    const int64_t rowInLine = RowOfPosition(Position, start, end);
+    row += rowInLine;
+    firstColumn = RowColumns_[static_cast<size_t>(rowInLine)];
+  }
+  const int64_t column = ColumnOfLinepos(text, Position.Linepos, TabWidth_) - firstColumn;
   return {getTextLeft() + static_cast<int>(std::lround(column * CharWidth_)),
           static_cast<int>(row * LineHeight_)};
 }
 
 TyTextPosition CyTextView::PointToPosition(QPoint Point) const {
-  const int64_t row = std::max(0, Point.y()) / LineHeight_;
-  const int64_t visible =
-      std::min<int64_t>(verticalScrollBar()->value() + 1 + row, Folding_.getVisibleLineCount());
-  const int64_t line = Folding_.VisibleLineToDocument(visible);
-  const double column = (Point.x() - getTextLeft()) / CharWidth_ + horizontalScrollBar()->value();
-  return {line, LineposAtColumn(Document_.getLine(line), std::max(0.0, column), TabWidth_)};
+  const int64_t row = verticalScrollBar()->value() + std::max(0, Point.y()) / LineHeight_;
+  int64_t rowInLine = 0;
+  const int64_t line = Rows_.RowToLine(row, rowInLine);
+  const std::u16string_view text = Document_.getLine(line);
+  const double offset = (Point.x() - getTextLeft()) / CharWidth_;
+  if (!Wrap_)
+    return {line, LineposAtColumn(text, std::max(0.0, offset + horizontalScrollBar()->value()),
+                                  TabWidth_)};
+  int64_t start = 0, end = 0;
+  RowSpan(line, rowInLine, start, end);
+  const int64_t first =
+      RowColumns_[std::min(static_cast<size_t>(rowInLine), RowColumns_.size() - 1)];
+  const int64_t linepos = LineposAtColumn(text, first + std::max(0.0, offset), TabWidth_);
+  // Past the end of a row that is not the line's last stays on that row (before its last
+  // character), since the position after it starts the next row.
+  const bool lastRow = end == static_cast<int64_t>(text.size());
+  return {line,
+          std::clamp<int64_t>(linepos, start + 1, lastRow ? end + 1 : std::max(start + 1, end))};
 }
 
 void CyTextView::UpdateScrollBars() {
@@ -163,7 +261,12 @@ void CyTextView::UpdateScrollBars() {
   verticalScrollBar()->setPageStep(rows);
   verticalScrollBar()->setSingleStep(1);
   verticalScrollBar()->setRange(
-      0, static_cast<int>(std::min<int64_t>(INT32_MAX, std::max<int64_t>(0, visible - rows))));
+      0, static_cast<int>(
+             std::min<int64_t>(INT32_MAX, std::max<int64_t>(0, Rows_.getRowCount() - rows))));
+  if (Wrap_) {
+    horizontalScrollBar()->setRange(0, 0);
+    return;
+  }
   // Sideways: the widest line on screen (and the caret's) decides the range.
   const int columns =
       std::max(1, static_cast<int>((viewport()->width() - getTextLeft()) / CharWidth_));
@@ -187,7 +290,11 @@ void CyTextView::UpdateScrollBars() {
 
 void CyTextView::EnsureCaretVisible() {
   const TyTextPosition caret = Document_.getSelection().Caret;
-  const int64_t visible = Folding_.DocumentLineToVisible(caret.Line) - 1;
+  int64_t visible = Rows_.LineToRow(caret.Line);
+  if (Wrap_ && Folding_.IsLineVisible(caret.Line)) {
+    int64_t start = 0, end = 0;
+    visible += RowOfPosition(caret, start, end);
+  }
   const int rows = getVisibleRows();
   QScrollBar* v = verticalScrollBar();
   UpdateScrollBars();
@@ -195,6 +302,7 @@ void CyTextView::EnsureCaretVisible() {
     v->setValue(static_cast<int>(visible));
   else if (visible >= v->value() + rows)
     v->setValue(static_cast<int>(visible - rows + 1));
+  if (Wrap_) return;
   const int64_t column = ColumnOfLinepos(Document_.getLine(caret.Line), caret.Linepos, TabWidth_);
   const int columns =
       std::max(1, static_cast<int>((viewport()->width() - getTextLeft()) / CharWidth_) - 1);
@@ -215,11 +323,13 @@ const TyFoldRange* CyTextView::FoldRangeAt(int64_t Line) const {
   return it != ranges.end() && it->FirstLine == Line ? &*it : nullptr;
 }
 
-bool CyTextView::HasTab(int64_t Line, std::u16string_view Text) {
+bool CyTextView::HasIrregularWidth(int64_t Line, std::u16string_view Text) {
   const int64_t id = Document_.getTextList().getItems(Line)->UniqueID;
   if (id != TabCheckedID_) {
     TabCheckedID_ = id;
-    TabCheckedHasTab_ = Text.find(u'\t') != std::u16string_view::npos;
+    // Below U+0300 every character but the tab takes one column.
+    TabCheckedHasTab_ =
+        std::any_of(Text.begin(), Text.end(), [](char16_t c) { return c == u'\t' || c >= 0x300; });
   }
   return TabCheckedHasTab_;
 }
@@ -251,15 +361,34 @@ void CyTextView::paintEvent(QPaintEvent* /*Event*/) {
       firstColumn + static_cast<int64_t>((width - getTextLeft()) / CharWidth_) + 2;
   UpdateMatchingTags();
   const int64_t visibleCount = Folding_.getVisibleLineCount();
-  const int64_t top = verticalScrollBar()->value() + 1;
   const int rows = height / LineHeight_ + 1;
-  for (int row = 0; row < rows && top + row <= visibleCount; ++row) {
-    const int64_t line = Folding_.VisibleLineToDocument(top + row);
+  int64_t rowInLine = 0;
+  int64_t line = Rows_.RowToLine(verticalScrollBar()->value(), rowInLine);
+  for (int row = 0; row < rows; ++row) {
     const int y = row * LineHeight_;
+    int64_t first = firstColumn, last = lastColumn;
+    int64_t rowCount = 1;
+    if (Wrap_) {
+      // A row shows the line's columns from its first character to the next row's first.
+      MeasureRows(line);
+      rowCount = static_cast<int64_t>(RowStarts_.size());
+      rowInLine = std::min(rowInLine, rowCount - 1);
+      first = RowColumns_[static_cast<size_t>(rowInLine)];
+      last = rowInLine + 1 < rowCount ? RowColumns_[static_cast<size_t>(rowInLine) + 1]
+                                      : first + (lastColumn - firstColumn);
+    }
     painter.setClipRect(gutter, y, width - gutter, LineHeight_);
-    PaintLine(painter, line, y, firstColumn, lastColumn);
+    PaintLine(painter, line, y, first, last);
     painter.setClipping(false);
-    PaintGutter(painter, line, y, gutter);
+    if (rowInLine == 0) PaintGutter(painter, line, y, gutter);
+    if (rowInLine + 1 < rowCount) {
+      ++rowInLine;
+      continue;
+    }
+    const int64_t visible = Folding_.DocumentLineToVisible(line);
+    if (visible >= visibleCount) break;
+    line = Folding_.VisibleLineToDocument(visible + 1);
+    rowInLine = 0;
   }
   // The caret: a two-pixel bar, shown while the view has focus or no selection is made.
   const TyTextPosition caret = Document_.getSelection().Caret;
@@ -315,8 +444,9 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
   size_t run = 0;
   int64_t column = 0;
   size_t i = 0;
-  // A long line without tabs starts at the first column on screen (columns are indices).
-  if (text.size() > CyLineColors::kLongLine && FirstColumn > 0 && !HasTab(Line, text)) {
+  // A long line of one-column characters starts at the first column on screen (columns are
+  // indices there).
+  if (text.size() > CyLineColors::kLongLine && FirstColumn > 0 && !HasIrregularWidth(Line, text)) {
     i = static_cast<size_t>(std::min<int64_t>(FirstColumn, static_cast<int64_t>(text.size())));
     column = static_cast<int64_t>(i);
     run = static_cast<size_t>(std::partition_point(runs.begin(), runs.end(),
@@ -342,7 +472,7 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
     int64_t chunkColumn = -1;
     for (; i < std::min(end, text.size()) && column < LastColumn; ++i) {
       const char16_t c = text[i];
-      const int64_t next = c == u'\t' ? (column / TabWidth_ + 1) * TabWidth_ : column + 1;
+      const int64_t next = NextColumn(text, i, column, TabWidth_);
       if (next > FirstColumn) {
         if (chunkColumn < 0) chunkColumn = std::max(column, FirstColumn);
         if (c == u'\t') {
@@ -350,10 +480,20 @@ void CyTextView::PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t First
         } else if (column >= FirstColumn) {
           chunk.append(QChar(c));
         } else {
-          chunk.append(u' ');
+          chunk.append(QString(static_cast<qsizetype>(next - FirstColumn), u' '));
         }
       }
+      const bool wide = c != u'\t' && next - column >= 2;
       column = next;
+      if (wide && chunkColumn >= 0) {
+        // A wide character ends its chunk: the font's advance for it need not be two cells,
+        // so what follows starts again on the grid (with a pair's second unit).
+        if (i + 1 < text.size() && NextColumn(text, i + 1, column, TabWidth_) == column &&
+            text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000)
+          chunk.append(QChar(text[++i]));
+        ++i;
+        break;
+      }
     }
     if (chunkColumn < 0 || chunk.isEmpty()) continue;
     const int x = xOf(chunkColumn);
@@ -427,8 +567,10 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
   Painter.drawLine(x + 2, y + mid, x + size - 3, y + mid);
   if (Folding_.IsCollapsed(Line)) {
     Painter.drawLine(x + mid, y + 2, x + mid, y + size - 3);
-    // A rule under the line marks where the folded lines are.
-    Painter.drawLine(x + size, Y + LineHeight_ - 1, viewport()->width(), Y + LineHeight_ - 1);
+    // A rule under the line marks where the folded lines are (under its last row when
+    // wrapped).
+    const int rule = Y + Rows_.getRowsOf(Line) * LineHeight_ - 1;
+    Painter.drawLine(x + size, rule, viewport()->width(), rule);
   }
 }
 
@@ -437,6 +579,8 @@ void CyTextView::PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width) 
 void CyTextView::OnDocumentChanged(const TxMarkupDocument& /*Document*/,
                                    const TyDocumentChange& Change) {
   PreferredColumn_ = -1;  // Up and Down start again from where the edit left the caret
+  UpdateWrapWidth();      // the gutter may have grown a digit
+  InvalidateRows();
   if (Change.WholeContent) {
     // A new content (load, format, replace all) gets its fold markers at once when small;
     // a big one after the first paint, so opening shows text first.
@@ -451,6 +595,7 @@ void CyTextView::OnDocumentChanged(const TxMarkupDocument& /*Document*/,
 
 void CyTextView::resizeEvent(QResizeEvent* Event) {
   QAbstractScrollArea::resizeEvent(Event);
+  UpdateWrapWidth();
   UpdateScrollBars();
 }
 
@@ -472,6 +617,7 @@ void CyTextView::setSelection(const TySelection& Selection) {
     const int64_t shown =
         Folding_.VisibleLineToDocument(Folding_.DocumentLineToVisible(caret.Line));
     if (!Folding_.Expand(shown)) break;
+    InvalidateRows();
   }
   EnsureCaretVisible();
   viewport()->update();
@@ -483,8 +629,8 @@ void CyTextView::GoToLine(int64_t Line) {
   PreferredColumn_ = -1;
   setSelection(TySelection::At({Line, 1}));
   // Put the line near the top third of the screen.
-  verticalScrollBar()->setValue(static_cast<int>(
-      std::max<int64_t>(0, Folding_.DocumentLineToVisible(Line) - 1 - getVisibleRows() / 3)));
+  verticalScrollBar()->setValue(
+      static_cast<int>(std::max<int64_t>(0, Rows_.LineToRow(Line) - getVisibleRows() / 3)));
 }
 
 void CyTextView::Copy() {
@@ -535,12 +681,14 @@ void CyTextView::Redo() {
 void CyTextView::FoldAll() {
   Folding_.Update();
   Folding_.CollapseAll();
+  InvalidateRows();
   setSelection(Document_.getSelection());
   UpdateScrollBars();
 }
 
 void CyTextView::UnfoldAll() {
   Folding_.ExpandAll();
+  InvalidateRows();
   UpdateScrollBars();
   viewport()->update();
 }
@@ -567,6 +715,7 @@ void CyTextView::FoldToLevel(int Level) {
     open.push_back(range.LastLine);
     if (static_cast<int>(open.size()) >= Level) Folding_.Collapse(range.FirstLine);
   }
+  InvalidateRows();
   setSelection(Document_.getSelection());
   UpdateScrollBars();
 }
@@ -574,6 +723,7 @@ void CyTextView::FoldToLevel(int Level) {
 bool CyTextView::ToggleFold(int64_t Line) {
   Folding_.Update();
   if (!Folding_.Toggle(Line)) return false;
+  InvalidateRows();
   // A caret folded away goes to the range's first line.
   const TyTextPosition caret = Document_.getSelection().Caret;
   if (!Folding_.IsLineVisible(caret.Line)) Document_.setSelection(TySelection::At({Line, 1}));
@@ -609,13 +759,34 @@ TyTextPosition CyTextView::MoveByCharacter(TyTextPosition From, bool Forward) co
 }
 
 TyTextPosition CyTextView::MoveByLines(TyTextPosition From, int64_t Rows) {
+  const std::u16string_view from = Document_.getLine(From.Line);
+  if (!Wrap_) {
+    if (PreferredColumn_ < 0) PreferredColumn_ = ColumnOfLinepos(from, From.Linepos, TabWidth_);
+    const int64_t visible = std::clamp<int64_t>(Folding_.DocumentLineToVisible(From.Line) + Rows, 1,
+                                                Folding_.getVisibleLineCount());
+    const int64_t line = Folding_.VisibleLineToDocument(visible);
+    return {line, LineposAtColumn(Document_.getLine(line), static_cast<double>(PreferredColumn_),
+                                  TabWidth_)};
+  }
+  // By screen rows; the column kept is the one inside the row.
+  int64_t start = 0, end = 0;
+  const int64_t fromRow = RowOfPosition(From, start, end);
+  const int64_t row = Rows_.LineToRow(From.Line) + fromRow;
   if (PreferredColumn_ < 0)
-    PreferredColumn_ = ColumnOfLinepos(Document_.getLine(From.Line), From.Linepos, TabWidth_);
-  const int64_t visible = std::clamp<int64_t>(Folding_.DocumentLineToVisible(From.Line) + Rows, 1,
-                                              Folding_.getVisibleLineCount());
-  const int64_t line = Folding_.VisibleLineToDocument(visible);
-  return {line, LineposAtColumn(Document_.getLine(line), static_cast<double>(PreferredColumn_),
-                                TabWidth_)};
+    PreferredColumn_ =
+        ColumnOfLinepos(from, From.Linepos, TabWidth_) - RowColumns_[static_cast<size_t>(fromRow)];
+  const int64_t target = std::clamp<int64_t>(row + Rows, 0, Rows_.getRowCount() - 1);
+  int64_t rowInLine = 0;
+  const int64_t line = Rows_.RowToLine(target, rowInLine);
+  RowSpan(line, rowInLine, start, end);
+  const std::u16string_view text = Document_.getLine(line);
+  const int64_t first =
+      RowColumns_[std::min(static_cast<size_t>(rowInLine), RowColumns_.size() - 1)];
+  const int64_t linepos =
+      LineposAtColumn(text, static_cast<double>(first + PreferredColumn_), TabWidth_);
+  const bool lastRow = end == static_cast<int64_t>(text.size());
+  return {line,
+          std::clamp<int64_t>(linepos, start + 1, lastRow ? end + 1 : std::max(start + 1, end))};
 }
 
 void CyTextView::MoveCaret(TyTextPosition Position, bool Extend, bool KeepColumn) {
@@ -702,6 +873,12 @@ void CyTextView::keyPressEvent(QKeyEvent* Event) {
       return MoveCaret(MoveByLines(caret, getVisibleRows()), shift, true);
     case Qt::Key_Home: {
       if (ctrl) return MoveCaret({1, 1}, shift);
+      if (Wrap_) {
+        // A continuation row: first to its start, then as on the line's first row.
+        int64_t start = 0, end = 0;
+        if (RowOfPosition(caret, start, end) > 0 && caret.Linepos != start + 1)
+          return MoveCaret({caret.Line, start + 1}, shift);
+      }
       // First to the first non-blank character, then to the line's start.
       int64_t first = 1;
       while (first < lineEnd && (line[first - 1] == u' ' || line[first - 1] == u'\t')) ++first;
@@ -709,6 +886,13 @@ void CyTextView::keyPressEvent(QKeyEvent* Event) {
     }
     case Qt::Key_End:
       if (ctrl) return MoveCaret(Document_.getEndPosition(), shift);
+      if (Wrap_) {
+        // A row that is not the line's last: first to before its last character.
+        int64_t start = 0, end = 0;
+        RowOfPosition(caret, start, end);
+        if (end < lineEnd - 1 && caret.Linepos != std::max(start + 1, end))
+          return MoveCaret({caret.Line, std::max(start + 1, end)}, shift);
+      }
       return MoveCaret({caret.Line, lineEnd}, shift);
     case Qt::Key_Return:
     case Qt::Key_Enter:

@@ -6,10 +6,13 @@
 // document's command gateway, so every change is one undoable step and every listener hears
 // of it.
 //
-// Columns: text is laid out in a monospaced grid; the horizontal scroll bar counts columns
-// (tabs expanded to the tab width), so a very long line scrolls sideways without measuring
-// more than the lines on screen. The vertical scroll bar counts visible lines (folded lines
-// excluded).
+// Columns: text is laid out in a monospaced grid (Columns.hpp: tabs to the tab width, wide East
+// Asian characters two columns, each drawn at its own grid position); the horizontal scroll
+// bar counts columns, so a very long line scrolls sideways without measuring
+// more than the lines on screen. The vertical scroll bar counts display rows (CyDisplayRows):
+// visible lines (folded lines excluded), or with word wrap on the rows CyWordWrap breaks them
+// into at the view's width; then there is no sideways scrolling, Up and Down move by row, Home
+// and End go to the row's ends first, and a row's columns start at its first character.
 //
 // Threading: the GUI thread only, like the document it shows.
 
@@ -22,10 +25,12 @@
 #include <memory>
 #include <vector>
 
+#include "app/DisplayRows.hpp"
 #include "app/LineColors.hpp"
 #include "app/Theme.hpp"
 #include "editor/Document.hpp"
 #include "editor/Folding.hpp"
+#include "editor/WordWrap.hpp"
 
 namespace xylem {
 
@@ -46,6 +51,12 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   void setDark(bool Dark);
   bool getDark() const { return Colors_.getDark(); }
   void setEditorFont(const QFont& Font);
+  const QFont& getEditorFont() const { return Font_; }
+  // Word wrap at the view's width (rows from CyWordWrap: East Asian widths, tabs).
+  void setWordWrap(bool Wrap);
+  bool getWordWrap() const { return Wrap_ != nullptr; }
+  // The columns a wrapped row holds (the text area's width).
+  int getWrapColumns() const;
   const TyViewTheme& getTheme() const { return Theme_; }
 
   // A read-only view moves, selects and copies but refuses every edit (a file still loading).
@@ -93,6 +104,8 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   TyTextPosition PointToPosition(QPoint Point) const;
   // The first document line on screen.
   int64_t getTopLine() const;
+  // The display rows (folds and wrap) the vertical scroll bar counts.
+  CyDisplayRows& getDisplayRows() { return Rows_; }
 
   void OnDocumentChanged(const TxMarkupDocument& Document, const TyDocumentChange& Change) override;
 
@@ -124,17 +137,38 @@ class CyTextView : public QAbstractScrollArea, public IyDocumentListener {
   void InsertNewline();
   void TypeAndComplete(const QString& Text);
   int getVisibleRows() const;
+  // Wrap on: the row of the line that Position is on (0-based) and the row's first and end
+  // offsets (0-based, End exclusive; the line's length for its last row).
+  int64_t RowOfPosition(TyTextPosition Position, int64_t& Start, int64_t& End) const;
+  void RowSpan(int64_t Line, int64_t RowInLine, int64_t& Start, int64_t& End) const;
+  // Fills RowStarts_ and RowColumns_ (each row's first offset and its column in the unwrapped
+  // line) for Line, kept while the line's text and the wrap stay: painting the rows of a long
+  // line walks it once, not once per row.
+  void MeasureRows(int64_t Line) const;
+  // The wrap width follows the view's width, font and tab width.
+  void UpdateWrapWidth();
+  // Folds, text or wrap changed: the row map is built again when next asked.
+  void InvalidateRows();
   int getTextLeft() const;
   void PaintLine(QPainter& Painter, int64_t Line, int Y, int64_t FirstColumn, int64_t LastColumn);
   void PaintGutter(QPainter& Painter, int64_t Line, int Y, int Width);
   const TyFoldRange* FoldRangeAt(int64_t Line) const;
   // The tag names of the pair at the caret (none, or both names), kept per caret and text.
   void UpdateMatchingTags();
-  // Whether the long line Line holds a tab, kept for the line's last text checked.
-  bool HasTab(int64_t Line, std::u16string_view Text);
+  // Whether the long line Line holds a character not one column wide (a tab, a wide or
+  // zero-width character), kept for the line's last text checked.
+  bool HasIrregularWidth(int64_t Line, std::u16string_view Text);
 
   TxMarkupDocument& Document_;
   CyEditorFolding Folding_;
+  // Null while wrap is off. It listens to the document before the view does (setWordWrap
+  // registers the view again behind it), so rows are current in the view's own handler.
+  std::unique_ptr<CyWordWrap> Wrap_;
+  mutable CyDisplayRows Rows_;
+  mutable std::vector<int64_t> RowStarts_;
+  mutable std::vector<int64_t> RowColumns_;
+  mutable int64_t RowsID_ = -1;
+  mutable TyWrapOptions RowsOptions_;
   CyLineColors Colors_;
   TyViewTheme Theme_;
   QFont Font_;

@@ -58,12 +58,13 @@ void CyBackgroundChecks::Start(TxDocumentSnapshotPtr Snapshot) {
   }
   TxDocumentSnapshotPtr snapshot = std::move(Snapshot);
   RunningGeneration_ = snapshot->getGeneration();
-  Worker_ = std::jthread([this, snapshot](std::stop_token Stop) {
+  Worker_ = std::jthread([this, snapshot, progress = Progress_](std::stop_token Stop) {
     IyXMLErrsPtr errs;
     try {
       TyJobContext job;
       job.PieceCount = PieceCount_;
       job.StopToken = Stop;
+      job.Progress = progress;
       errs = CheckSnapshot(*snapshot, Caches_, job);
     } catch (const std::exception&) {
       errs.reset();  // a check that fails reports nothing; the next one runs afresh

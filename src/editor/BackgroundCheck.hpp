@@ -72,6 +72,9 @@ class CyBackgroundChecks : public IyDocumentListener {
   // Runs on the worker thread when a check ends (also when outdated or stopped).
   void setOnFinished(std::function<void()> OnFinished) { OnFinished_ = std::move(OnFinished); }
   void setPieceCount(int PieceCount) { PieceCount_ = PieceCount; }
+  // Where the checks started from now on report their progress (thread-safe sink; null: none).
+  // The sink must outlive the checks.
+  void setProgress(IyProgressSink* Progress) { Progress_ = Progress; }
 
   void OnDocumentChanged(const TxMarkupDocument& Document, const TyDocumentChange& Change) override;
 
@@ -83,6 +86,7 @@ class CyBackgroundChecks : public IyDocumentListener {
   CyXPathCheckerCachePool& Caches_;
   std::function<void()> OnFinished_;
   int PieceCount_ = 1;
+  IyProgressSink* Progress_ = nullptr;
   std::jthread Worker_;
   uint64_t RunningGeneration_ = 0;
   // Handed from the worker to the editing thread.

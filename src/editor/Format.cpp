@@ -50,25 +50,23 @@ bool SameLines(const TxTextList& A, const TxTextList& B) {
   return true;
 }
 
-}  // namespace
-
-TyFormatResult CyEditorFormat::FormatDocument(TxMarkupDocument& Document,
-                                              const TyFormatChoices& Choices) {
+// Formats List (whose text joined by Newline is the document's) into Out.
+TyFormatResult FormatList(const TxTextList& List, std::u16string_view Newline, bool JSON,
+                          const TyFormatChoices& Choices, const TyJobContext& Job,
+                          std::unique_ptr<TxTextList>& Out) {
   TyFormatResult result;
-  if (Document.getKind() == TyDocumentKind::dkText) return result;
-  const bool json = Document.getKind() == TyDocumentKind::dkJSON;
-  const TxTextList& list = Document.getTextList();
   auto formatted = std::make_unique<TxTextList>();
   try {
-    if (json) {
+    if (JSON) {
       TyJSONWriterOptions options = Choices.JSON;
       options.Newline.assign(1, u'\n');
-      formatted->LoadFromText__PARALLEL__(CyJSONFormatter::Format(Document.getText(), options));
+      formatted->LoadFromText__PARALLEL__(CyJSONFormatter::Format(
+          List.getTextItems().getJoined(Newline, 1, List.getCount()), options));
     } else {
-      // The formatter rewrites a copy of the records (texts shared); the document stays as it
-      // is until the result replaces it.
-      formatted->InsertAtEnd(list, 1, list.getCount());
-      CyXMLFormatter::FormatTextList(*formatted, u"", Choices.XML);
+      // The formatter rewrites a copy of the records (texts shared); the source stays as it is
+      // until the result replaces it.
+      formatted->InsertAtEnd(List, 1, List.getCount());
+      CyXMLFormatter::FormatTextList(*formatted, u"", Choices.XML, Job);
     }
   } catch (const JSONException& e) {
     result.Refused = true;
@@ -83,16 +81,47 @@ TyFormatResult CyEditorFormat::FormatDocument(TxMarkupDocument& Document,
     result.Linepos = e.Linepos;
     return result;
   }
-  if (SameLines(list, *formatted)) return result;
-  const int64_t ordinal = OrdinalBefore(list, Document.getSelection().Caret, json);
-  const TyTextPosition caret = PositionOfOrdinal(*formatted, json ? ordinal : ordinal + 1, json);
-  // The caret of XML goes to the start tag it stood in or behind.
-  const TyTextPosition at =
-      json ? caret : PositionOfOrdinal(*formatted, std::max<int64_t>(ordinal, 0), json);
-  (void)caret;
-  Document.ReplaceContent(std::move(formatted), TySelection::At(at));
-  result.Formatted = true;
+  if (!SameLines(List, *formatted)) Out = std::move(formatted);
   return result;
+}
+
+}  // namespace
+
+TyFormatResult CyEditorFormat::FormatDocument(TxMarkupDocument& Document,
+                                              const TyFormatChoices& Choices) {
+  if (Document.getKind() == TyDocumentKind::dkText) return {};
+  TyFormattedText formatted;
+  formatted.JSON = Document.getKind() == TyDocumentKind::dkJSON;
+  formatted.Generation = Document.getGeneration();
+  formatted.Result = FormatList(Document.getTextList(), Document.getNewline(), formatted.JSON,
+                                Choices, TyJobContext{}, formatted.List);
+  TyFormatResult result = formatted.Result;
+  result.Formatted = Install(Document, std::move(formatted));
+  return result;
+}
+
+TyFormattedText CyEditorFormat::FormatSnapshot(const TxDocumentSnapshot& Snapshot,
+                                               const TyFormatChoices& Choices,
+                                               const TyJobContext& Job) {
+  TyFormattedText formatted;
+  formatted.Generation = Snapshot.getGeneration();
+  if (Snapshot.getKind() == TyDocumentKind::dkText) return formatted;
+  formatted.JSON = Snapshot.getKind() == TyDocumentKind::dkJSON;
+  formatted.Result = FormatList(Snapshot.getTextList(), Snapshot.getNewline(), formatted.JSON,
+                                Choices, Job, formatted.List);
+  return formatted;
+}
+
+bool CyEditorFormat::Install(TxMarkupDocument& Document, TyFormattedText&& Formatted) {
+  if (!Formatted.List || Formatted.Generation != Document.getGeneration()) return false;
+  const bool json = Formatted.JSON;
+  const int64_t ordinal =
+      OrdinalBefore(Document.getTextList(), Document.getSelection().Caret, json);
+  // The caret of XML goes to the start tag it stood in or behind; of JSON to the same token.
+  const TyTextPosition at =
+      PositionOfOrdinal(*Formatted.List, json ? ordinal : std::max<int64_t>(ordinal, 0), json);
+  Document.ReplaceContent(std::move(Formatted.List), TySelection::At(at));
+  return true;
 }
 
 }  // namespace xylem

@@ -7,8 +7,11 @@
 // Editing thread only; linear in the text.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
+#include "common/JobContext.hpp"
+#include "editor/Snapshot.hpp"
 #include "json/Writer.hpp"
 #include "xml/format/Formatter.hpp"
 
@@ -29,11 +32,27 @@ struct TyFormatChoices {
   TyJSONWriterOptions JSON;
 };
 
+// A snapshot's formatted text, waiting to replace the document's (FormatSnapshot, Install).
+struct TyFormattedText {
+  TyFormatResult Result;             // Refused and its message, or not
+  std::unique_ptr<TxTextList> List;  // null when refused, plain text or unchanged
+  uint64_t Generation = 0;           // the snapshot's
+  bool JSON = false;
+};
+
 class CyEditorFormat {
  public:
   // Formats by the document's kind (JSON documents with the JSON formatter, plain text not at
   // all, every other kind with the XML formatter).
   static TyFormatResult FormatDocument(TxMarkupDocument& Document, const TyFormatChoices& Choices);
+  // FormatDocument in two halves, so that a front end formats on a worker thread: FormatSnapshot
+  // reads only Snapshot (any thread; the XML formatter reports "Formatting" progress to Job and
+  // polls its stop, ending with CyCancelledException); Install replaces the text as one
+  // undoable step when the document is still at the snapshot's generation, else changes
+  // nothing and returns false (editing thread).
+  static TyFormattedText FormatSnapshot(const TxDocumentSnapshot& Snapshot,
+                                        const TyFormatChoices& Choices, const TyJobContext& Job);
+  static bool Install(TxMarkupDocument& Document, TyFormattedText&& Formatted);
 };
 
 }  // namespace xylem

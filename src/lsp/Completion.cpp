@@ -6,7 +6,7 @@
 #include "common/Exception.hpp"
 #include "common/Utf.hpp"
 #include "lsp/ElementTree.hpp"
-#include "lsp/XPathFunctions.hpp"
+#include "xpath/Functions.hpp"
 #include "xpath/Parser.hpp"
 #include "xslt/XSLTLineColoring.hpp"
 #include "xslt/XSLTVocabulary.hpp"

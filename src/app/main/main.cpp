@@ -4,7 +4,8 @@
 //
 //   xylem-editor [FILE...]
 //   xylem-editor --screenshot OUT.png [--size WxH] [--theme light|dark] [--goto LINE]
-//                [--find TEXT] [--fold-all] [--fold-level N] [--xpath EXPR] FILE
+//                [--find TEXT] [--fold-all] [--fold-level N] [--xpath EXPR] [--wrap]
+//                [--settings] FILE
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -21,6 +22,7 @@
 #include "app/EditorTab.hpp"
 #include "app/FindBar.hpp"
 #include "app/MainWindow.hpp"
+#include "app/SettingsDialog.hpp"
 #include "app/TextView.hpp"
 #include "app/XPathWindow.hpp"
 #include "editor/BackgroundCheck.hpp"
@@ -61,7 +63,11 @@ int main(int argc, char** argv) {
   const QCommandLineOption xpath(QStringLiteral("xpath"),
                                  QStringLiteral("Show the XPath window with EXPR."),
                                  QStringLiteral("EXPR"));
-  parser.addOptions({screenshot, size, theme, gotoLine, find, foldAll, foldLevel, xpath});
+  const QCommandLineOption wrap(QStringLiteral("wrap"), QStringLiteral("Wrap long lines."));
+  const QCommandLineOption settingsDialog(QStringLiteral("settings"),
+                                          QStringLiteral("Render the settings dialog instead."));
+  parser.addOptions(
+      {screenshot, size, theme, gotoLine, find, foldAll, foldLevel, xpath, wrap, settingsDialog});
   parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Files to open."));
   parser.process(app);
 
@@ -85,6 +91,7 @@ int main(int argc, char** argv) {
   // The docks take a quarter of the window, enough for a few rows.
   window.resizeDocks({window.getErrorDock(), window.getXPathDock()},
                      {window.height() / 4, window.height() / 4}, Qt::Vertical);
+  if (parser.isSet(wrap)) window.setWordWrap(true);
   if (parser.isSet(foldAll)) window.getCurrentTab()->getView()->FoldAll();
   if (parser.isSet(foldLevel))
     window.getCurrentTab()->getView()->FoldToLevel(std::max(1, parser.value(foldLevel).toInt()));
@@ -93,6 +100,7 @@ int main(int argc, char** argv) {
     window.getXPathDock()->show();
     window.getXPathDock()->raise();
     window.getXPathWindow()->getEditor()->setPlainText(parser.value(xpath));
+    if (shooting) window.getXPathWindow()->Evaluate();
   }
   if (parser.isSet(find)) {
     window.getFindBar()->Activate(false);
@@ -105,11 +113,21 @@ int main(int argc, char** argv) {
   xylem::CyEditorTab* tab = window.getCurrentTab();
   QElapsedTimer clock;
   clock.start();
-  while ((tab->getLoading() || tab->getChecks().getRunning()) && clock.elapsed() < 20000) {
+  while ((tab->getBusy() || tab->getChecks().getRunning() ||
+          window.getXPathWindow()->getEvaluating()) &&
+         clock.elapsed() < 60000) {
     QApplication::processEvents(QEventLoop::AllEvents, 50);
     QThread::msleep(10);
   }
   for (int i = 0; i < 5; ++i) QApplication::processEvents();
+  if (parser.isSet(settingsDialog)) {
+    xylem::CySettingsDialog dialog(window.getSettings(), &window);
+    dialog.show();
+    for (int i = 0; i < 5; ++i) QApplication::processEvents();
+    if (!dialog.grab().save(parser.value(screenshot)))
+      return Fail(QStringLiteral("cannot write %1").arg(parser.value(screenshot)));
+    return 0;
+  }
   if (!window.grab().save(parser.value(screenshot)))
     return Fail(QStringLiteral("cannot write %1").arg(parser.value(screenshot)));
   return 0;

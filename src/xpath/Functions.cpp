@@ -1,6 +1,6 @@
-#include "lsp/XPathFunctions.hpp"
+#include "xpath/Functions.hpp"
 
-namespace xylem::lsp {
+namespace xylem {
 
 namespace {
 
@@ -203,4 +203,4 @@ constexpr TyXPathFunction kFunctions[] = {
 
 std::span<const TyXPathFunction> XPathFunctionLibrary() { return kFunctions; }
 
-}  // namespace xylem::lsp
+}  // namespace xylem

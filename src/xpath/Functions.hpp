@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-namespace xylem::lsp {
+namespace xylem {
 
 struct TyXPathFunction {
   std::string_view Name;       // "fn" functions unprefixed, the others with math:, map:, array:
@@ -15,4 +15,4 @@ struct TyXPathFunction {
 // Ordered by name.
 std::span<const TyXPathFunction> XPathFunctionLibrary();
 
-}  // namespace xylem::lsp
+}  // namespace xylem
