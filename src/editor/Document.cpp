@@ -365,8 +365,10 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   // Across lines, every line but the first must also begin and end at document level and open
   // or close nothing, so that no construct spans the lines that moved.
   const bool sameLine = l1 == l2 && !multi;
-  const size_t prefix0 = static_cast<size_t>(range.Start.Linepos - 1);
-  const size_t suffixAt0 = static_cast<size_t>(range.End.Linepos - 1);
+  const std::u16string_view first = getLine(l1);
+  const std::u16string_view last = getLine(l2);
+  const size_t prefix = static_cast<size_t>(range.Start.Linepos - 1);
+  const size_t suffixAt = static_cast<size_t>(range.End.Linepos - 1);
   const auto movable = [](const TxItem& Item) {
     return IsNeutral(Item) && CyXMLLineStates::getStartState(Item) == TyXMLLineState{};
   };
@@ -375,37 +377,29 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
     // Markup characters can turn broken markup into a tag elsewhere on the line, which the
     // line's counts need not show; only edits of names, text and blanks keep the structure.
     structureChanged =
-        HasMarkup(Text) || (sameLine ? HasMarkup(getLine(l1).substr(prefix0, suffixAt0 - prefix0))
-                                     : HasMarkup(getLine(l1).substr(prefix0)) ||
-                                           HasMarkup(getLine(l2).substr(0, suffixAt0)));
+        HasMarkup(Text) ||
+        (sameLine ? HasMarkup(first.substr(prefix, suffixAt - prefix))
+                  : HasMarkup(first.substr(prefix)) || HasMarkup(last.substr(0, suffixAt)));
     // A name character or blank joins the markup beside it into another construct: between
     // "<" and "/a>" it makes the end tag a start tag, which no line count shows. Behind the end
     // of a tag or reference, and in front of the next one, it is only text.
-    const std::u16string_view firstLine = getLine(l1);
-    const std::u16string_view lastLine = getLine(l2);
     const auto joinsMarkup = [](char16_t Neighbour, char16_t Harmless1, char16_t Harmless2) {
       return Neighbour != Harmless1 && Neighbour != Harmless2 &&
              HasMarkup(std::u16string_view(&Neighbour, 1));
     };
-    structureChanged =
-        structureChanged || (prefix0 > 0 && joinsMarkup(firstLine[prefix0 - 1], u'>', u';')) ||
-        (suffixAt0 < lastLine.size() && joinsMarkup(lastLine[suffixAt0], u'<', u'&'));
+    structureChanged = structureChanged ||
+                       (prefix > 0 && joinsMarkup(first[prefix - 1], u'>', u';')) ||
+                       (suffixAt < last.size() && joinsMarkup(last[suffixAt], u'<', u'&'));
     for (int64_t line = l1 + 1; line <= l2 && !structureChanged; ++line)
       structureChanged = !movable(*items.getItems(line));
   } else if (Kind_ == TyDocumentKind::dkJSON) {
-    structureChanged =
-        HasJSONStructure(Text) || HasJSONStructure(getText(range)) ||
-        // A backslash in front of the edit escapes whatever comes first after it.
-        (prefix0 > 0 && getLine(l1)[prefix0 - 1] == u'\\') ||
-        (!sameLine &&
-         HasJSONStructure(getLine(l2).substr(static_cast<size_t>(range.End.Linepos - 1))));
+    structureChanged = HasJSONStructure(Text) || HasJSONStructure(getText(range)) ||
+                       // A backslash in front of the edit escapes whatever comes first after it.
+                       (prefix > 0 && first[prefix - 1] == u'\\') ||
+                       (!sameLine && HasJSONStructure(last.substr(suffixAt)));
   }
   const TyTriple firstBefore = TripleOf(*items.getItems(l1));
 
-  const std::u16string_view first = getLine(l1);
-  const std::u16string_view last = getLine(l2);
-  const size_t prefix = static_cast<size_t>(range.Start.Linepos - 1);
-  const size_t suffixAt = static_cast<size_t>(range.End.Linepos - 1);
   int64_t inserted = 1;
   bool scanned = false;
   if (KeepsLineStates_) CyXMLLineStates::BeforeEdit(items, l1, l2 - l1 + 1, TotalDelta_);
