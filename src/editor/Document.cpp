@@ -372,6 +372,15 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   const auto movable = [](const TxItem& Item) {
     return IsNeutral(Item) && CyXMLLineStates::getStartState(Item) == TyXMLLineState{};
   };
+  // The last character in front of Linepos Pos of Line, over line ends; NUL at the start.
+  const auto characterBefore = [this](int64_t Line, size_t Pos) {
+    for (; Line >= 1; --Line, Pos = SIZE_MAX) {
+      const std::u16string_view text = getLine(Line);
+      const size_t at = std::min(Pos, text.size());
+      if (at > 0) return text[at - 1];
+    }
+    return u'\0';
+  };
   bool structureChanged = false;
   if (KeepsLineStates_) {
     // Markup characters can turn broken markup into a tag elsewhere on the line, which the
@@ -394,8 +403,9 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
       structureChanged = !movable(*items.getItems(line));
   } else if (Kind_ == TyDocumentKind::dkJSON) {
     structureChanged = HasJSONStructure(Text) || HasJSONStructure(getText(range)) ||
-                       // A backslash in front of the edit escapes whatever comes first after it.
-                       (prefix > 0 && first[prefix - 1] == u'\\') ||
+                       // A backslash in front of the edit escapes whatever comes first after it,
+                       // across line ends too.
+                       characterBefore(l1, prefix) == u'\\' ||
                        (!sameLine && HasJSONStructure(last.substr(suffixAt)));
   }
   const TyTriple firstBefore = TripleOf(*items.getItems(l1));
