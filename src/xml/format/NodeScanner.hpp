@@ -28,8 +28,8 @@
 #include "common/JobContext.hpp"
 #include "text/TextList.hpp"
 #include "xml/format/DOM.hpp"
-#include "xml/format/RawXMLLineLexer.hpp"
 #include "xml/format/Reader.hpp"
+#include "xml/syntax/RawXMLLineLexer.hpp"
 #include "xml/syntax/TokenizerKinds.hpp"
 
 namespace xylem::detail {
@@ -182,7 +182,7 @@ class CyXMLNodeScanner {
           return true;
         }
         Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
-                t.TextIsMissing, base + t.Offset0, base + t.Offset1});
+                t.TextIsMissing, t.Extra0(), base + t.Offset0, base + t.Offset1});
         if (Sink_.Stopped()) return false;
         const bool between =
             t.StackG1 == kXMLDocumentGroupWord && t.StackS1 == kXMLDocumentSymbolWord;

@@ -1,5 +1,7 @@
 #include "xml/lines/LineColoring.hpp"
 
+#include <string>
+
 #include "common/Tasks.hpp"
 
 namespace xylem {
@@ -13,14 +15,16 @@ using S = TyXMLSymbol;
 constexpr unsigned V(G g) { return XMLValue(g); }
 constexpr unsigned V(S s) { return XMLValue(s); }
 
-bool IsQuote(unsigned s) {
+constexpr bool IsQuote(unsigned s) {
   return s == V(S::STRING1_V_OPEN) || s == V(S::STRING1_V_CLOSE) || s == V(S::STRING2_V_OPEN) ||
          s == V(S::STRING2_V_CLOSE);
 }
-bool IsValue(unsigned s) { return s == V(S::STRING1_V) || s == V(S::STRING2_V); }
-bool IsNameString(unsigned s) { return s >= V(S::STRING1_N_OPEN) && s <= V(S::STRING2_N); }
+constexpr bool IsValue(unsigned s) { return s == V(S::STRING1_V) || s == V(S::STRING2_V); }
+constexpr bool IsNameString(unsigned s) {
+  return s >= V(S::STRING1_N_OPEN) && s <= V(S::STRING2_N);
+}
 
-C StartTag(unsigned s, bool extra) {
+constexpr C StartTag(unsigned s, bool extra) {
   if (s == V(S::TAG)) return extra ? C::xcStartTagNameWithPrefix : C::xcStartTagNameWithoutPrefix;
   if (s == V(S::ATTRIBUTE_NAME)) return C::xcStartTagAttributeName;
   if (s == V(S::EQUALS)) return C::xcStartTagAttributeEquals;
@@ -30,7 +34,7 @@ C StartTag(unsigned s, bool extra) {
 }
 
 // The XML declaration and its xml-model / xml-stylesheet look-alikes share the tag shape.
-C Declaration(unsigned s) {
+constexpr C Declaration(unsigned s) {
   if (s == V(S::TAG)) return C::xcXMLTag;
   if (s == V(S::ATTRIBUTE_NAME)) return C::xcXMLAttributeName;
   if (s == V(S::EQUALS)) return C::xcXMLAttributeEquals;
@@ -39,9 +43,7 @@ C Declaration(unsigned s) {
   return C::xcXMLMarker;
 }
 
-}  // namespace
-
-TyXMLColoringCategory XMLColoringCategory(unsigned Group, unsigned Symbol, bool Extra) {
+constexpr C CategoryOf(unsigned Group, unsigned Symbol, bool Extra) {
   const unsigned s = Symbol & 31;  // a missing token is painted as its symbol
   const bool delimiter = s == V(S::OPEN) || s == V(S::CLOSE);
   switch (static_cast<G>(Group & 31)) {
@@ -79,63 +81,123 @@ TyXMLColoringCategory XMLColoringCategory(unsigned Group, unsigned Symbol, bool 
   }
 }
 
+// Every (group, symbol cell, extra) at once: one load per token instead of the switches.
+struct TyCategoryTable {
+  C Cells[2][32][64];
+  constexpr TyCategoryTable() : Cells() {
+    for (unsigned extra = 0; extra < 2; ++extra)
+      for (unsigned group = 0; group < 32; ++group)
+        for (unsigned symbol = 0; symbol < 64; ++symbol)
+          Cells[extra][group][symbol] = CategoryOf(group, symbol, extra != 0);
+  }
+};
+constexpr TyCategoryTable kCategories;
+
+}  // namespace
+
+TyXMLColoringCategory XMLColoringCategory(unsigned Group, unsigned Symbol, bool Extra) {
+  return kCategories.Cells[Extra ? 1 : 0][Group & 31][Symbol & 63];
+}
+
 CyXMLLineColoring::CyXMLLineColoring(TxTextItems& TextItems, const CyXMLColoring& Scheme,
                                      bool EmbeddedColoring)
     : TextItems_(TextItems), Scheme_(Scheme), EmbeddedColoring_(EmbeddedColoring) {}
 
 void CyXMLLineColoring::First(const char16_t* Line, bool AtEnd, uint64_t GroupWord,
                               uint64_t SymbolWord) {
-  Start(Line, AtEnd, GroupWord, SymbolWord, 0);
+  Start(Line, std::char_traits<char16_t>::length(Line), AtEnd, GroupWord, SymbolWord, 0);
 }
 
 void CyXMLLineColoring::FirstLine(int64_t Index) {
   const TxItem& item = *TextItems_.getItems(Index);
-  Start(item.TextUTF16.getText(), Index == TextItems_.getCount(),
+  Start(item.TextUTF16.getText(), item.TextUTF16.getView().size(), Index == TextItems_.getCount(),
         static_cast<uint64_t>(item.StackG), static_cast<uint64_t>(item.StackS), Index);
 }
 
-void CyXMLLineColoring::Start(const char16_t* Line, bool AtEnd, uint64_t GroupWord,
+void CyXMLLineColoring::Start(const char16_t* Line, size_t Length, bool AtEnd, uint64_t GroupWord,
                               uint64_t SymbolWord, int64_t Index) {
   Line_ = Index;
   StartStackG_ = GroupWord;
   StartStackS_ = SymbolWord;
   Embedded_.reset();
-  Parser_.First(Line, AtEnd, GroupWord, SymbolWord);
+  Text_ = Resume_ = Line;
+  End_ = Line + Length;
+  AtEnd_ = AtEnd;
+  Batch_.clear();
+  BatchNext_ = 0;
+  InTokenizer_ = false;
+  if (!FastPath_ || GroupWord != kXMLDocumentGroupWord || SymbolWord != kXMLDocumentSymbolWord)
+    StartTokenizer(GroupWord, SymbolWord);
   Advance();
 }
 
-void CyXMLLineColoring::Next() {
-  if (Done_) return;
-  Embedded_.reset();
-  if (Parser_.getToken().IsDone) {
-    Done_ = true;
-    return;
+void CyXMLLineColoring::StartTokenizer(uint64_t GroupWord, uint64_t SymbolWord) {
+  InTokenizer_ = TokenizerFresh_ = true;
+  TokenizerBase_ = Resume_ - Text_;
+  Parser_.First(Resume_, AtEnd_, GroupWord, SymbolWord);
+}
+
+bool CyXMLLineColoring::TokenizerAdvance() {
+  for (;;) {
+    if (!TokenizerFresh_) {
+      const TyXMLToken& last = Parser_.getToken();
+      if (last.IsDone) {
+        Resume_ = End_;
+        return false;
+      }
+      // Back between constructs at document level: the lexer reads on from here.
+      if (FastPath_ && last.Offset1 > 0 && last.StackG1 == kXMLDocumentGroupWord &&
+          last.StackS1 == kXMLDocumentSymbolWord) {
+        Resume_ = Text_ + TokenizerBase_ + last.Offset1;
+        return false;
+      }
+      Parser_.Next();
+    }
+    TokenizerFresh_ = false;
+    const TyXMLToken& token = Parser_.getToken();
+    // Zero-width tokens (missing ones, the final one) have nothing to paint.
+    if (token.Count() > 0) {
+      Tokenized_ = {static_cast<uint8_t>(token.Group0()),
+                    static_cast<uint8_t>(token.Symbol0()),
+                    token.TextIsMissing,
+                    token.Extra0(),
+                    TokenizerBase_ + token.Offset0,
+                    TokenizerBase_ + token.Offset1};
+      Take(Tokenized_, XMLColoringCategory(Tokenized_.Group, Tokenized_.Symbol, Tokenized_.Extra));
+      return true;
+    }
   }
-  Parser_.Next();
-  Advance();
 }
 
-// Zero-width tokens (missing ones, the final one) have nothing to paint.
 void CyXMLLineColoring::Advance() {
   for (;;) {
-    const TyXMLToken& token = Parser_.getToken();
-    if (token.Count() > 0) {
-      Done_ = false;
-      Update();
-      return;
+    if (BatchNext_ < Batch_.size()) {
+      const size_t next = BatchNext_++;
+      return Take(Batch_[next], BatchCategories_[next]);
     }
-    if (token.IsDone) {
+    if (InTokenizer_) {
+      if (TokenizerAdvance()) return;
+      InTokenizer_ = false;
+    }
+    if (Resume_ == End_) {
       Done_ = true;
       return;
     }
-    Parser_.Next();
+    const char16_t* next = CyRawXMLLineLexer::Lex(Text_, End_, Resume_, nullptr, Batch_);
+    BatchNext_ = 0;
+    // Apart from the walk, so that the table lookups of a batch overlap.
+    BatchCategories_.resize(Batch_.size());
+    for (size_t i = 0; i < Batch_.size(); ++i)
+      BatchCategories_[i] = XMLColoringCategory(Batch_[i].Group, Batch_[i].Symbol, Batch_[i].Extra);
+    if (next == Resume_) StartTokenizer(kXMLDocumentGroupWord, kXMLDocumentSymbolWord);
+    Resume_ = next;
   }
 }
 
-void CyXMLLineColoring::Update() {
-  const TyXMLToken& token = Parser_.getToken();
-  Category_ = XMLColoringCategory(token.Group0(), token.Symbol0(), token.Extra0());
-  Item_ = Scheme_.getItem(Category_);
+void CyXMLLineColoring::Take(const TyXMLScanToken& Token, TyXMLColoringCategory Category) {
+  Done_ = false;
+  Token_ = &Token;
+  Category_ = Category;
   if (EmbeddedColoring_ && Category_ == C::xcStartTagAttributeValue)
     Embedded_ = CreateEmbeddedLineColoring();
 }

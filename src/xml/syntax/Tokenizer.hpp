@@ -12,14 +12,15 @@
 //     RawXMLParserTest.AgreesWithTheTokenizerOnGeneratedLines, fuzz LineStateRepair.
 //   CyRawXMLChecker (xml/check): the well-formedness checks of a document-level line —
 //     RawXMLCheckerTest (fast path on and off over the same documents), fuzz WellFormedCheck.
-//   CyRawXMLLineLexer (xml/format): the formatter scanner's tokens of a document-level line —
-//     NodeScanner.FastPathGivesTheTokenizersNodesAndRefusals, fuzz ScannerFastPath.
+//   CyRawXMLLineLexer (xml/syntax): the tokens of a document-level line, for the formatter's
+//     scanner and the line colouring — RawXMLLineLexerTest, NodeScanner.FastPathGivesThe-
+//     TokenizersNodesAndRefusals, LineColoring fast path tests, fuzz LineLexerFastPath.
 //   ScanRawXMLContent (xml/format): which elements hold text, the streaming formatter's first
 //     pass — FormatterStream.SameTextAsTheTreeForEveryOptionSet, fuzz FormatterRoundTrip.
 // They are not one lexer on purpose: the line-state parser and the content scan cut no tokens
 // at all (they count constructs and look for text over whole documents), and a shared token
 // stream would put per-token work into both; the checker validates names and characters as it
-// goes, while the formatter's lexer keeps spans and checks nothing.
+// goes, while the line lexer keeps spans and checks nothing (its two readers want just that).
 
 #include <cstdint>
 #include <string_view>

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "common/Utf.hpp"
+#include "support/ColoringLog.hpp"
+#include "support/FormatterTestSupport.hpp"
 #include "support/LineStateTestSupport.hpp"
 #include "text/TextList.hpp"
 #include "xml/lines/Coloring.hpp"
@@ -182,6 +184,32 @@ TEST(LineColoringTest, SchemeHasTheTwentyEightNamedCategories) {
             "DOCTYPE external id");
   EXPECT_EQ(&light.getEndTagMarker(), &light.getItem(TyXMLColoringCategory::xcEndTagMarker));
   EXPECT_EQ(CyXMLColoring::getName(), "XML");
+}
+
+// The lexer's batches and the hand-overs between it and the tokenizer (at a line's start
+// inside a construct, at a construct the lexer leaves alone, back at document level) give the
+// tokens and categories of the tokenizer alone, on whole documents and on broken ones.
+TEST(LineColoringTest, FastPathGivesTheTokenizersTokens) {
+  std::vector<std::string> docs = test::VariedDocuments();
+  for (const std::string& doc : test::BrokenDocuments()) docs.push_back(doc);
+  std::mt19937 random(11);
+  for (int i = 0; i < 30; ++i) docs.push_back(test::RandomFragmentDocument(random, 3 + i % 12));
+  for (int i = 0; i < 30; ++i) docs.push_back(ToUTF8(test::GenerateLines(random, 40)));
+  for (const std::string& doc : docs) {
+    SCOPED_TRACE(doc);
+    const std::string tokenizer = test::ColoringLog(doc, false);
+    EXPECT_EQ(test::ColoringLog(doc, true), tokenizer);
+    std::uniform_int_distribution<size_t> at(0, doc.empty() ? 0 : doc.size() - 1);
+    for (int i = 0; i < 6 && !doc.empty(); ++i) {
+      std::string broken = doc;
+      const size_t where = at(random);
+      if (i % 2)
+        broken.erase(where, 1);
+      else
+        broken.insert(where, 1, broken[where]);
+      EXPECT_EQ(test::ColoringLog(broken, true), test::ColoringLog(broken, false)) << broken;
+    }
+  }
 }
 
 }  // namespace

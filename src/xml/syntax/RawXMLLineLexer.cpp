@@ -1,4 +1,4 @@
-#include "xml/format/RawXMLLineLexer.hpp"
+#include "xml/syntax/RawXMLLineLexer.hpp"
 
 #include "common/Utf.hpp"
 #include "xml/syntax/TokenizerChars.hpp"
@@ -33,9 +33,9 @@ class CyLexer {
   }
 
  private:
-  void Emit(G Group, S Symbol, const char16_t* A, const char16_t* B) {
-    Out_.push_back(
-        {static_cast<uint8_t>(Group), static_cast<uint8_t>(Symbol), false, A - Text_, B - Text_});
+  void Emit(G Group, S Symbol, const char16_t* A, const char16_t* B, bool Extra = false) {
+    Out_.push_back({static_cast<uint8_t>(Group), static_cast<uint8_t>(Symbol), false, Extra,
+                    A - Text_, B - Text_});
   }
 
   // Character data up to markup or a reference other than the five predefined ones.
@@ -59,7 +59,7 @@ class CyLexer {
     while (!kRefStop.Has(*q)) ++q;
     if (*q != u';') return nullptr;  // missing ";"
     Emit(G::REF_ENTITY, S::OPEN, p, body);
-    Emit(G::REF_ENTITY, S::BODY, body, q);
+    if (q > body) Emit(G::REF_ENTITY, S::BODY, body, q);
     Emit(G::REF_ENTITY, S::CLOSE, q, q + 1);
     return q + 1;
   }
@@ -74,6 +74,7 @@ class CyLexer {
       if (close[1] == Close[1] && close[2] == Close[2]) break;
     }
     Emit(Group, S::OPEN, p, p + OpenLength);
+    if (close > p + OpenLength) Emit(Group, S::BODY, p + OpenLength, close);
     Emit(Group, S::CLOSE, close, close + Close.size());
     return close + Close.size();
   }
@@ -99,7 +100,7 @@ class CyLexer {
     const char16_t* q = SkipName(name, kEndTagNameStop, colon);
     if (q == name || *q != u'>') return nullptr;
     Emit(G::ELEMENT_CLOSE, S::OPEN_SLASH, p, name);
-    Emit(G::ELEMENT_CLOSE, S::TAG, name, q);
+    Emit(G::ELEMENT_CLOSE, S::TAG, name, q, colon);
     Emit(G::ELEMENT_CLOSE, S::CLOSE, q, q + 1);
     return q + 1;
   }
@@ -110,7 +111,7 @@ class CyLexer {
     const char16_t* q = SkipName(name, kElementNameStop, colon);
     if (q == name) return nullptr;
     Emit(G::ELEMENT_OPEN, S::OPEN, p, name);
-    Emit(G::ELEMENT_OPEN, S::TAG, name, q);
+    Emit(G::ELEMENT_OPEN, S::TAG, name, q, colon);
     for (;;) {
       if (*q == u' ' || *q == u'\t') {
         const char16_t* blank = q;
@@ -127,17 +128,18 @@ class CyLexer {
       }
       // An attribute: a name, "=" right behind it and a value quoted on this line.
       const char16_t* attribute = q;
-      q = SkipName(q, kElementNameStop, colon);
+      bool ignored = false;
+      q = SkipName(q, kElementNameStop, ignored);
       if (q == attribute || *q != u'=') return nullptr;
       const char16_t quote = q[1];
       if (quote != u'"' && quote != u'\'') return nullptr;
       const char16_t* close = FindUnit(q + 2, End_, quote);
       if (close == End_) return nullptr;
-      // xml:space is read from the value's token, which the tokenizer gives.
-      if (std::u16string_view(attribute, q - attribute) == u"xml:space") return nullptr;
       const bool single = quote == u'\'';
       Emit(G::ELEMENT_OPEN, S::ATTRIBUTE_NAME, attribute, q);
       Emit(G::ELEMENT_OPEN, S::EQUALS, q, q + 1);
+      Emit(G::ELEMENT_OPEN, single ? S::STRING1_V_OPEN : S::STRING2_V_OPEN, q + 1, q + 2);
+      if (close > q + 2) Emit(G::ELEMENT_OPEN, single ? S::STRING1_V : S::STRING2_V, q + 2, close);
       Emit(G::ELEMENT_OPEN, single ? S::STRING1_V_CLOSE : S::STRING2_V_CLOSE, close, close + 1);
       q = close + 1;
     }
