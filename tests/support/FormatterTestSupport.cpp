@@ -76,6 +76,16 @@ const std::vector<std::string>& BrokenDocuments() {
   return docs;
 }
 
+std::string BrokenCopy(const std::string& Doc, std::mt19937& Random, int Round) {
+  std::string broken = Doc;
+  const size_t where = std::uniform_int_distribution<size_t>(0, Doc.size() - 1)(Random);
+  if (Round % 2)
+    broken.erase(where, 1);
+  else
+    broken.insert(where, 1, broken[where]);
+  return broken;
+}
+
 std::string RandomFragmentDocument(std::mt19937& Random, int Fragments) {
   std::string doc = "<?xml version=\"1.0\"?>\n<root>\n";
   std::uniform_int_distribution<size_t> pick(0, std::size(kFragments) - 1);

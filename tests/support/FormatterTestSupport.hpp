@@ -20,6 +20,10 @@ inline constexpr size_t kFragmentCount = 10;
 extern const char* const kFragments[kFragmentCount];
 std::string RandomFragmentDocument(std::mt19937& Random, int Fragments);
 
+// Doc with one character at a random place removed (Round odd) or doubled (Round even): every
+// kind of construct ends up cut short or doubled somewhere over a few rounds. Doc not empty.
+std::string BrokenCopy(const std::string& Doc, std::mt19937& Random, int Round);
+
 // Documents the formatter refuses, with the fault where a read in pieces may meet it late: tags
 // crossed across lines, a second root, text or a reference after the root, an unclosed root, an
 // end tag first, no root, an attribute without a value, a name holding "/", an end tag with an

@@ -199,14 +199,8 @@ TEST(LineColoringTest, FastPathGivesTheTokenizersTokens) {
     SCOPED_TRACE(doc);
     const std::string tokenizer = test::ColoringLog(doc, false);
     EXPECT_EQ(test::ColoringLog(doc, true), tokenizer);
-    std::uniform_int_distribution<size_t> at(0, doc.empty() ? 0 : doc.size() - 1);
     for (int i = 0; i < 6 && !doc.empty(); ++i) {
-      std::string broken = doc;
-      const size_t where = at(random);
-      if (i % 2)
-        broken.erase(where, 1);
-      else
-        broken.insert(where, 1, broken[where]);
+      const std::string broken = test::BrokenCopy(doc, random, i);
       EXPECT_EQ(test::ColoringLog(broken, true), test::ColoringLog(broken, false)) << broken;
     }
   }
