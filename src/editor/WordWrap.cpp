@@ -69,37 +69,36 @@ int32_t WalkRows(std::u16string_view Line, const TyWrapOptions& Options, F&& Row
   const int64_t tab = std::max<int32_t>(Options.TabWidth, 1);
   int32_t rows = 1;
   size_t rowStart = 0;
-  size_t breakAt = 0;  // behind the last blank of the current row; rowStart when none
+  // Columns count from the line's start, so tab stops stay where the unwrapped line has them
+  // (the view lays rows out in the unwrapped line's grid); a row is as wide as its columns.
   int64_t column = 0;
+  int64_t rowColumn = 0;  // where the current row starts
+  size_t breakAt = 0;     // behind the last blank of the current row; rowStart when none
+  int64_t breakColumn = 0;
   size_t units = 1;
-  const auto widthAt = [&](char32_t c, int64_t col) -> int64_t {
-    return c == u'\t' ? tab - col % tab : ColumnWidth(c);
+  const auto startRow = [&](size_t Start, int64_t StartColumn) {
+    rowStart = breakAt = Start;
+    rowColumn = StartColumn;
+    ++rows;
+    Row(rowStart);
   };
   for (size_t i = 0; i < Line.size(); i += units) {
     const char32_t c = CodePointAt(Line, i, units);
-    int64_t w = widthAt(c, column);
-    if (column + w > width && i > rowStart) {
-      // Break behind the last blank when there is one, else before this character.
-      rowStart = breakAt > rowStart ? breakAt : i;
-      ++rows;
-      Row(rowStart);
-      column = 0;
-      size_t u = 1;
-      for (size_t j = rowStart; j < i; j += u) column += widthAt(CodePointAt(Line, j, u), column);
-      breakAt = rowStart;
-      w = widthAt(c, column);
-      if (column + w > width && i > rowStart) {
-        // The carried-over word does not fit with this character either.
-        rowStart = i;
-        breakAt = i;
-        ++rows;
-        Row(rowStart);
-        column = 0;
-        w = widthAt(c, column);
-      }
+    const int64_t w = c == u'\t' ? tab - column % tab : ColumnWidth(c);
+    if (column + w - rowColumn > width && i > rowStart) {
+      // Break behind the last blank when there is one, else before this character; when the
+      // carried-over word does not fit with this character either, before it too.
+      if (breakAt > rowStart)
+        startRow(breakAt, breakColumn);
+      else
+        startRow(i, column);
+      if (column + w - rowColumn > width && i > rowStart) startRow(i, column);
     }
     column += w;
-    if (c == u' ' || c == u'\t') breakAt = i + units;
+    if (c == u' ' || c == u'\t') {
+      breakAt = i + units;
+      breakColumn = column;
+    }
   }
   return rows;
 }

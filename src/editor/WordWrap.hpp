@@ -33,7 +33,9 @@ struct TyWrapOptions {
 
 // Columns taken by the code point CodePoint (0, 1 or 2; tabs are the caller's business).
 int ColumnWidth(char32_t CodePoint);
-// The rows Line wraps into at Options: at least 1. Linear in the line; no allocation.
+// The rows Line wraps into at Options: at least 1. Tab stops count from the line's start, as
+// in the unwrapped line; a row holds at most Width columns of that grid (a character wider than
+// the row alone gets one). Linear in the line; no allocation.
 int32_t CountRows(std::u16string_view Line, const TyWrapOptions& Options);
 // The 0-based start offsets of Line's rows (the first is 0), appended to Starts.
 void RowStarts(std::u16string_view Line, const TyWrapOptions& Options,
