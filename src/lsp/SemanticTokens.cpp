@@ -215,30 +215,92 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
 
 namespace {
 
-// Appends ",Value" to Text.
-void AppendNumber(std::string& Text, uint32_t Value) {
-  char Digits[12];
-  Digits[0] = ',';
-  Text.append(Digits, std::to_chars(Digits + 1, Digits + sizeof Digits, Value).ptr);
+// ---- The compact form of a piece (TyTokensPiece).
+
+constexpr size_t kBlockBytes = size_t{1} << 20;
+// The longest record: a line header or a token (three numbers of at most 5 bytes each).
+constexpr size_t kMaxRecordBytes = 16;
+constexpr uint32_t kNoJoint = UINT32_MAX;
+
+// The legend entries (type and modifiers) the mappings use, numbered so that a token stores
+// one byte for both.
+struct TyLegendEntries {
+  std::vector<TyMapping> Entries;
+  std::vector<uint8_t> IndexOf = std::vector<uint8_t>(size_t{1} << 15, 0xFF);
+  TyLegendEntries() {
+    auto Add = [this](const auto& Table) {
+      for (const TyMapping& M : Table) {
+        if (M.Type == ttNone) continue;
+        uint8_t& Slot = IndexOf[Key(M.Type, M.Modifiers)];
+        if (Slot != 0xFF) continue;
+        Slot = static_cast<uint8_t>(Entries.size());
+        Entries.push_back(M);
+      }
+    };
+    Add(kXMLMapping);
+    Add(kXPathMapping);
+    Add(kJSONMapping);
+  }
+  static size_t Key(uint32_t Type, uint32_t Modifiers) { return size_t(Type) << 11 | Modifiers; }
+};
+static_assert(ttFunction < 16 && tmInvalid < (1u << 11), "legend keys take 15 bits");
+
+const TyLegendEntries& LegendEntries() {
+  static const TyLegendEntries Entries;
+  return Entries;
 }
 
-// One piece of a full result: lines First .. Last encoded with every number behind a comma,
-// except the first token's line delta, which depends on the pieces before and is written by
-// the caller (FirstTokenLine tells from which line it counts).
-struct TyTokensPiece {
-  std::string Text;
-  std::vector<uint32_t> Counts;
-  int64_t FirstTokenLine = 0;  // 0: no token in the piece
-  int64_t LastTokenLine = 0;
-};
+uint8_t* PutVarint(uint8_t* Out, uint32_t Value) {
+  while (Value >= 0x80) {
+    *Out++ = static_cast<uint8_t>(Value | 0x80);
+    Value >>= 7;
+  }
+  *Out++ = static_cast<uint8_t>(Value);
+  return Out;
+}
+
+uint32_t GetVarint(const uint8_t*& In) {
+  uint32_t Value = 0;
+  for (int Shift = 0;; Shift += 7) {
+    const uint8_t Byte = *In++;
+    Value |= uint32_t(Byte & 0x7F) << Shift;
+    if (Byte < 0x80) return Value;
+  }
+}
+
+// Room for one record at the end of the piece's last block.
+uint8_t* RecordSpace(TyTokensPiece& Piece) {
+  if (Piece.Blocks.empty() || Piece.Blocks.back().Used + kMaxRecordBytes > kBlockBytes)
+    Piece.Blocks.push_back({std::make_unique_for_overwrite<uint8_t[]>(kBlockBytes), 0});
+  TyTokensPiece::TyBlock& Block = Piece.Blocks.back();
+  return Block.Bytes.get() + Block.Used;
+}
+
+void CommitRecord(TyTokensPiece& Piece, const uint8_t* End) {
+  TyTokensPiece::TyBlock& Block = Piece.Blocks.back();
+  Block.Used = size_t(End - Block.Bytes.get());
+}
+
+// Characters of Value in decimal.
+size_t DigitCount(uint32_t Value) {
+  size_t Count = 1;
+  for (; Value >= 10; Value /= 10) ++Count;
+  return Count;
+}
+
+// The text of a token's numbers: ",A,B,C,D" behind the line delta.
+size_t TokenTextLength(uint32_t StartDelta, uint32_t Length, const TyMapping& M) {
+  return 4 + DigitCount(StartDelta) + DigitCount(Length) + DigitCount(M.Type) +
+         DigitCount(M.Modifiers);
+}
 
 void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const TyJobContext& Job,
                  TyTokensPiece& Piece) {
   constexpr int64_t kPollLines = 4096;
+  const TyLegendEntries& Legend = LegendEntries();
   CyLineTokenizer Tokenizer(View);
   std::vector<TyLspToken> Tokens;
   Piece.Counts.reserve(size_t(Last - First + 1));
-  int64_t Previous = First;
   for (int64_t Line = First; Line <= Last; ++Line) {
     if ((Line - First) % kPollLines == kPollLines - 1) {
       Job.ThrowIfStopped();
@@ -246,31 +308,132 @@ void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const 
     }
     Tokens.clear();
     Tokenizer.Tokenize(Line, Tokens);
+    Piece.Counts.push_back(static_cast<uint32_t>(Tokens.size()));
+    if (Tokens.empty()) continue;
+    const uint32_t LineDelta =
+        Piece.FirstTokenLine == 0 ? 0 : static_cast<uint32_t>(Line - Piece.LastTokenLine);
+    if (Piece.FirstTokenLine == 0)
+      Piece.FirstTokenLine = Line;
+    else
+      Piece.TextLength += 1 + DigitCount(LineDelta);
+    Piece.TextLength += (Tokens.size() - 1) * 2;  // the other tokens' ",0"
+    Piece.LastTokenLine = Line;
+    uint8_t* Out = RecordSpace(Piece);
+    Out = PutVarint(Out, LineDelta);
+    CommitRecord(Piece, PutVarint(Out, static_cast<uint32_t>(Tokens.size())));
     uint32_t PreviousStart = 0;
     for (const TyLspToken& T : Tokens) {
-      const bool SameLine = Previous == Line;
-      if (Piece.FirstTokenLine == 0)
-        Piece.FirstTokenLine = Line;
-      else
-        AppendNumber(Piece.Text, static_cast<uint32_t>(SameLine ? 0 : Line - Previous));
-      AppendNumber(Piece.Text, SameLine ? T.Start - PreviousStart : T.Start);
-      AppendNumber(Piece.Text, T.Length);
-      AppendNumber(Piece.Text, T.Type);
-      AppendNumber(Piece.Text, T.Modifiers);
-      Previous = Line;
+      const uint8_t Entry = Legend.IndexOf[TyLegendEntries::Key(T.Type, T.Modifiers)];
+      if (Entry == 0xFF) throw CyShouldNeverHappenException("A token outside the legend.");
+      Piece.TextLength += TokenTextLength(T.Start - PreviousStart, T.Length, Legend.Entries[Entry]);
+      Out = RecordSpace(Piece);
+      Out = PutVarint(Out, T.Start - PreviousStart);
+      Out = PutVarint(Out, T.Length);
+      *Out++ = Entry;
+      CommitRecord(Piece, Out);
       PreviousStart = T.Start;
     }
-    if (!Tokens.empty()) Piece.LastTokenLine = Line;
-    Piece.Counts.push_back(static_cast<uint32_t>(Tokens.size()));
   }
   Job.Advance(uint64_t((Last - First + 1) % kPollLines));
 }
 
+// Writes numbers as text into a buffer handed to a sink whenever it holds a chunk.
+class CyNumberWriter {
+ public:
+  CyNumberWriter(const std::function<void(std::string_view)>& Sink, size_t ChunkBytes)
+      : Sink_(Sink), ChunkBytes_(std::max<size_t>(ChunkBytes, 1)) {
+    Buffer_.resize(ChunkBytes_ + 16);
+  }
+  // Appends ",Value" ("Value" for the first number).
+  void Put(uint32_t Value) {
+    char* Out = Buffer_.data() + Used_;
+    *Out = ',';
+    Out += Started_;
+    Started_ = true;
+    if (Value < 10) {
+      *Out++ = static_cast<char>('0' + Value);
+    } else {
+      Out = std::to_chars(Out, Out + 10, Value).ptr;
+    }
+    Used_ = size_t(Out - Buffer_.data());
+    if (Used_ >= ChunkBytes_) Flush();
+  }
+  void Flush() {
+    if (Used_ > 0) Sink_(std::string_view(Buffer_.data(), Used_));
+    Used_ = 0;
+  }
+
+ private:
+  const std::function<void(std::string_view)>& Sink_;
+  size_t ChunkBytes_;
+  std::string Buffer_;
+  size_t Used_ = 0;
+  bool Started_ = false;
+};
+
 }  // namespace
+
+size_t TyFullTokens::getTextLength() const {
+  size_t Length = 0;
+  int64_t Previous = 1;
+  bool AnyToken = false;
+  for (const TyTokensPiece& Piece : Pieces) {
+    if (Piece.FirstTokenLine == 0) continue;
+    Length +=
+        size_t(AnyToken) + DigitCount(uint32_t(Piece.FirstTokenLine - Previous)) + Piece.TextLength;
+    AnyToken = true;
+    Previous = Piece.LastTokenLine;
+  }
+  return Length;
+}
+
+void TyFullTokens::WriteText(const std::function<void(std::string_view)>& Sink,
+                             size_t ChunkBytes) const {
+  const TyLegendEntries& Legend = LegendEntries();
+  CyNumberWriter Out(Sink, ChunkBytes);
+  int64_t Previous = 1;  // LSP counts the first token from the first line
+  for (const TyTokensPiece& Piece : Pieces) {
+    if (Piece.FirstTokenLine == 0) continue;
+    // Records never straddle blocks, but a line's tokens may go on in the next block.
+    size_t BlockIndex = 0;
+    const uint8_t* In = Piece.Blocks[0].Bytes.get();
+    const uint8_t* End = In + Piece.Blocks[0].Used;
+    auto NextRecord = [&] {
+      while (In == End) {
+        const TyTokensPiece::TyBlock& Block = Piece.Blocks[++BlockIndex];
+        In = Block.Bytes.get();
+        End = In + Block.Used;
+      }
+    };
+    // The first token's line delta joins the piece to the one before.
+    uint32_t Joint = static_cast<uint32_t>(Piece.FirstTokenLine - Previous);
+    for (;;) {
+      if (In == End && BlockIndex + 1 == Piece.Blocks.size()) break;
+      NextRecord();
+      const uint32_t LineDelta = GetVarint(In);
+      const uint32_t Count = GetVarint(In);
+      for (uint32_t I = 0; I < Count; ++I) {
+        NextRecord();
+        const uint32_t StartDelta = GetVarint(In);
+        const uint32_t Length = GetVarint(In);
+        const TyMapping& M = Legend.Entries[*In++];
+        Out.Put(I > 0 ? 0 : Joint != kNoJoint ? Joint : LineDelta);
+        Joint = kNoJoint;
+        Out.Put(StartDelta);
+        Out.Put(Length);
+        Out.Put(M.Type);
+        Out.Put(M.Modifiers);
+      }
+    }
+    Previous = Piece.LastTokenLine;
+  }
+  Out.Flush();
+}
 
 std::string TyFullTokens::getJoined() const {
   std::string Text;
-  for (const std::string& Part : Parts) Text += Part;
+  Text.reserve(getTextLength());
+  WriteText([&Text](std::string_view Chunk) { Text += Chunk; });
   return Text;
 }
 
@@ -280,43 +443,52 @@ TyFullTokens ComputeFullTokens(const CyDocumentView& View, const TyJobContext& J
   const int64_t Pieces =
       std::clamp<int64_t>(Count / std::max<int64_t>(1, MinPieceLines), 1, Job.ResolvePieceCount(0));
   Job.Begin("Tokenizing", uint64_t(Count));
-  std::vector<TyTokensPiece> Done(static_cast<size_t>(Pieces));
+  TyFullTokens Result;
+  Result.Pieces.resize(static_cast<size_t>(Pieces));
   auto Run = [&](int Index) {
     const int64_t First = 1 + Count * Index / Pieces;
     const int64_t Last = Count * (Index + 1) / Pieces;
-    EncodePiece(View, First, Last, Job, Done[size_t(Index)]);
+    EncodePiece(View, First, Last, Job, Result.Pieces[size_t(Index)]);
   };
   if (Pieces == 1)
     Run(0);
   else
     Job.RunAll(static_cast<int>(Pieces), Run);
-  TyFullTokens Result;
+  if (Pieces == 1) {
+    Result.Counts = std::move(Result.Pieces[0].Counts);
+    return Result;
+  }
   Result.Counts.reserve(size_t(Count));
-  Result.Parts.reserve(Done.size() * 2);
-  int64_t Previous = 1;  // LSP counts the first token from the first line
-  bool AnyToken = false;
-  for (TyTokensPiece& Piece : Done) {
+  for (TyTokensPiece& Piece : Result.Pieces) {
     Result.Counts.insert(Result.Counts.end(), Piece.Counts.begin(), Piece.Counts.end());
     std::vector<uint32_t>().swap(Piece.Counts);
-    if (Piece.FirstTokenLine == 0) continue;
-    std::string Joint;
-    AppendNumber(Joint, static_cast<uint32_t>(Piece.FirstTokenLine - Previous));
-    if (!AnyToken) Joint.erase(0, 1);
-    AnyToken = true;
-    Previous = Piece.LastTokenLine;
-    Result.Parts.push_back(std::move(Joint));
-    Result.Parts.push_back(std::move(Piece.Text));
   }
   return Result;
 }
 
-std::vector<std::string> FullResultParts(TyFullTokens Data, const std::string& ResultId) {
-  std::vector<std::string> Parts;
-  Parts.reserve(Data.Parts.size() + 2);
-  Parts.push_back("{\"data\":[");
-  for (std::string& Part : Data.Parts) Parts.push_back(std::move(Part));
-  Parts.push_back("],\"resultId\":\"" + ResultId + "\"}");
-  return Parts;
+namespace {
+
+class CyFullResultBody : public IyBodyPart {
+ public:
+  CyFullResultBody(TyFullTokens Data, const std::string& ResultId)
+      : Data_(std::move(Data)), Tail_("],\"resultId\":\"" + ResultId + "\"}") {}
+  size_t getLength() const override { return kHead.size() + Data_.getTextLength() + Tail_.size(); }
+  void WriteTo(const std::function<void(std::string_view)>& Sink) const override {
+    Sink(kHead);
+    Data_.WriteText(Sink);
+    Sink(Tail_);
+  }
+
+ private:
+  static constexpr std::string_view kHead = "{\"data\":[";
+  TyFullTokens Data_;
+  std::string Tail_;
+};
+
+}  // namespace
+
+std::unique_ptr<IyBodyPart> FullResultBody(TyFullTokens Data, const std::string& ResultId) {
+  return std::make_unique<CyFullResultBody>(std::move(Data), ResultId);
 }
 
 std::string CySemanticTokensState::NextResultId() { return std::to_string(++ResultNumber_); }
@@ -347,8 +519,10 @@ std::string CySemanticTokensState::FullText(const CyDocumentView& Document) {
   const std::string Id = BeginFull();
   TyFullTokens Data = ComputeFullTokens(Document, Job);
   InstallFull(Id, std::move(Data.Counts));
+  const std::unique_ptr<IyBodyPart> Body = FullResultBody(std::move(Data), Id);
   std::string Text;
-  for (const std::string& Part : FullResultParts(std::move(Data), Id)) Text += Part;
+  Text.reserve(Body->getLength());
+  Body->WriteTo([&Text](std::string_view Chunk) { Text += Chunk; });
   return Text;
 }
 

@@ -11,6 +11,7 @@
 // Threading: the dispatch thread only (it reads the document).
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "common/JobContext.hpp"
 #include "editor/DocumentChange.hpp"
 #include "lsp/Protocol.hpp"
+#include "lsp/Transport.hpp"
 
 namespace xylem::lsp {
 
@@ -56,12 +58,36 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
                       int64_t& PreviousLine, std::vector<uint32_t>& Data,
                       std::vector<uint32_t>* Counts);
 
-// A full result computed off the dispatch thread: the "data" array's content as text parts
-// (written one after another, never joined) and the token count of every line.
+// One piece of lines of a full result, held compactly until it is written (about 3 bytes a
+// token instead of about 9 as text): for every line holding tokens its distance from the
+// previous such line of the piece and its token count, then per token its start (from the
+// previous token of the line), its length and its legend entry, as variable-length numbers
+// in blocks of 1 MiB (no block is ever moved).
+struct TyTokensPiece {
+  struct TyBlock {
+    std::unique_ptr<uint8_t[]> Bytes;
+    size_t Used = 0;
+  };
+  std::vector<TyBlock> Blocks;
+  std::vector<uint32_t> Counts;  // tokens per line of the piece (moved out once joined)
+  int64_t FirstTokenLine = 0;    // 0: no token in the piece
+  int64_t LastTokenLine = 0;
+  // Length of the piece's text without the first token's line delta.
+  size_t TextLength = 0;
+};
+
+// A full result computed off the dispatch thread: the "data" array in compact pieces, written
+// as text in bounded chunks (never held whole), and the token count of every line.
 struct TyFullTokens {
-  std::vector<std::string> Parts;
+  std::vector<TyTokensPiece> Pieces;
   std::vector<uint32_t> Counts;
-  // The parts joined (tests; the server writes the parts as they are).
+  // Length of the "data" array's content as text (between its brackets).
+  size_t getTextLength() const;
+  // Passes the "data" array's content as text to Sink in chunks of about ChunkBytes (at least
+  // one number each). Linear; holds one chunk.
+  void WriteText(const std::function<void(std::string_view)>& Sink,
+                 size_t ChunkBytes = size_t{1} << 20) const;
+  // The content joined (tests; the server writes the chunks as they come).
   std::string getJoined() const;
 };
 
@@ -73,8 +99,9 @@ struct TyFullTokens {
 TyFullTokens ComputeFullTokens(const CyDocumentView& View, const TyJobContext& Job,
                                int64_t MinPieceLines = 16384);
 
-// The full result's JSON text around Data's parts: {"data":[...],"resultId":"Id"}.
-std::vector<std::string> FullResultParts(TyFullTokens Data, const std::string& ResultId);
+// The full result's JSON text around Data: {"data":[...],"resultId":"Id"}, as a body part
+// that writes it in bounded chunks.
+std::unique_ptr<IyBodyPart> FullResultBody(TyFullTokens Data, const std::string& ResultId);
 
 // The last full or delta result sent for one document and the lines changed since.
 //
