@@ -2,7 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <mutex>
 #include <numeric>
+#include <thread>
+#include <tuple>
 
 #include "json/Coloring.hpp"
 #include "xml/lines/Coloring.hpp"
@@ -220,7 +226,6 @@ namespace {
 constexpr size_t kBlockBytes = size_t{1} << 20;
 // The longest record: a line header or a token (three numbers of at most 5 bytes each).
 constexpr size_t kMaxRecordBytes = 16;
-constexpr uint32_t kNoJoint = UINT32_MAX;
 
 // The legend entries (type and modifiers) the mappings use, numbered so that a token stores
 // one byte for both.
@@ -283,9 +288,7 @@ void CommitRecord(TyTokensPiece& Piece, const uint8_t* End) {
 
 // Characters of Value in decimal.
 size_t DigitCount(uint32_t Value) {
-  size_t Count = 1;
-  for (; Value >= 10; Value /= 10) ++Count;
-  return Count;
+  return Value < 10 ? 1 : Value < 100 ? 2 : Value < 1000 ? 3 : 3 + DigitCount(Value / 1000);
 }
 
 // The text of a token's numbers: ",A,B,C,D" behind the line delta.
@@ -337,38 +340,136 @@ void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const 
   Job.Advance(uint64_t((Last - First + 1) % kPollLines));
 }
 
-// Writes numbers as text into a buffer handed to a sink whenever it holds a chunk.
-class CyNumberWriter {
- public:
-  CyNumberWriter(const std::function<void(std::string_view)>& Sink, size_t ChunkBytes)
-      : Sink_(Sink), ChunkBytes_(std::max<size_t>(ChunkBytes, 1)) {
-    Buffer_.resize(ChunkBytes_ + 16);
+// Appends ",Value".
+char* PutNumber(char* Out, uint32_t Value) {
+  static constexpr char kTwoDigits[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  *Out++ = ',';
+  if (Value < 10) {
+    *Out = static_cast<char>('0' + Value);
+    return Out + 1;
   }
-  // Appends ",Value" ("Value" for the first number).
-  void Put(uint32_t Value) {
-    char* Out = Buffer_.data() + Used_;
-    *Out = ',';
-    Out += Started_;
-    Started_ = true;
-    if (Value < 10) {
-      *Out++ = static_cast<char>('0' + Value);
-    } else {
-      Out = std::to_chars(Out, Out + 10, Value).ptr;
+  if (Value < 100) {
+    std::memcpy(Out, kTwoDigits + 2 * Value, 2);
+    return Out + 2;
+  }
+  return std::to_chars(Out, Out + 10, Value).ptr;
+}
+
+// The longest text of one token: five numbers of up to 10 digits behind commas.
+constexpr size_t kMaxTokenText = 55;
+
+// Expands the pieces' tokens as text into chunk buffers of about ChunkBytes; Emit takes each
+// filled buffer (at least one token each; the very first comma is left out).
+template <typename TyEmit>
+void ExpandPieces(const std::vector<TyTokensPiece>& Pieces, size_t ChunkBytes, std::string& Buffer,
+                  TyEmit&& Emit) {
+  const TyLegendEntries& Legend = LegendEntries();
+  ChunkBytes = std::max<size_t>(ChunkBytes, 1);
+  Buffer.resize(ChunkBytes + kMaxTokenText);
+  char* Out = Buffer.data();
+  size_t Skip = 1;  // the comma before the first number
+  auto Flush = [&] {
+    const size_t Used = size_t(Out - Buffer.data());
+    if (Used > Skip) Emit(Buffer, Skip, Used - Skip);
+    // Emit may have taken the buffer and given back another (or none).
+    if (Buffer.size() < ChunkBytes + kMaxTokenText) Buffer.resize(ChunkBytes + kMaxTokenText);
+    Out = Buffer.data();
+    Skip = 0;
+  };
+  int64_t Previous = 1;  // LSP counts the first token from the first line
+  for (const TyTokensPiece& Piece : Pieces) {
+    if (Piece.FirstTokenLine == 0) continue;
+    // Records never straddle blocks, but a line's tokens may go on in the next block.
+    size_t BlockIndex = 0;
+    const uint8_t* In = Piece.Blocks[0].Bytes.get();
+    const uint8_t* End = In + Piece.Blocks[0].Used;
+    auto NextRecord = [&] {
+      while (In == End) {
+        const TyTokensPiece::TyBlock& Block = Piece.Blocks[++BlockIndex];
+        In = Block.Bytes.get();
+        End = In + Block.Used;
+      }
+    };
+    // The first token's line delta joins the piece to the one before.
+    uint32_t LineDelta = static_cast<uint32_t>(Piece.FirstTokenLine - Previous);
+    bool FirstLine = true;
+    for (;;) {
+      if (In == End && BlockIndex + 1 == Piece.Blocks.size()) break;
+      NextRecord();
+      const uint32_t StoredDelta = GetVarint(In);
+      const uint32_t Count = GetVarint(In);
+      if (!FirstLine) LineDelta = StoredDelta;
+      FirstLine = false;
+      for (uint32_t I = 0; I < Count; ++I) {
+        NextRecord();
+        const uint32_t StartDelta = GetVarint(In);
+        const uint32_t Length = GetVarint(In);
+        const TyMapping& M = Legend.Entries[*In++];
+        Out = PutNumber(Out, I == 0 ? LineDelta : 0);
+        Out = PutNumber(Out, StartDelta);
+        Out = PutNumber(Out, Length);
+        Out = PutNumber(Out, M.Type);
+        Out = PutNumber(Out, M.Modifiers);
+        if (size_t(Out - Buffer.data()) >= ChunkBytes) Flush();
+      }
     }
-    Used_ = size_t(Out - Buffer_.data());
-    if (Used_ >= ChunkBytes_) Flush();
+    Previous = Piece.LastTokenLine;
   }
-  void Flush() {
-    if (Used_ > 0) Sink_(std::string_view(Buffer_.data(), Used_));
-    Used_ = 0;
+  Flush();
+}
+
+// Buffers handed from an expanding thread to the writing one; at most a few are filled ahead.
+class CyChunkQueue {
+ public:
+  // Takes the next filled buffer; false once the producer is done and all were taken.
+  bool Pop(std::string& Buffer, size_t& Offset, size_t& Length) {
+    std::unique_lock Lock(Mutex_);
+    Changed_.wait(Lock, [this] { return !Filled_.empty() || Done_; });
+    if (Filled_.empty()) return false;
+    std::tie(Buffer, Offset, Length) = std::move(Filled_.front());
+    Filled_.pop_front();
+    Changed_.notify_all();
+    return true;
+  }
+  void Recycle(std::string Buffer) {
+    std::lock_guard Lock(Mutex_);
+    Free_.push_back(std::move(Buffer));
+  }
+  // Hands a filled buffer over and gives an empty one back; false once the reader quit.
+  bool Push(std::string& Buffer, size_t Offset, size_t Length) {
+    std::unique_lock Lock(Mutex_);
+    Changed_.wait(Lock, [this] { return Filled_.size() < kAhead || Quit_; });
+    if (Quit_) return false;
+    Filled_.emplace_back(std::move(Buffer), Offset, Length);
+    Changed_.notify_all();
+    if (!Free_.empty()) {
+      Buffer = std::move(Free_.back());
+      Free_.pop_back();
+    }
+    return true;
+  }
+  void Finish() {
+    std::lock_guard Lock(Mutex_);
+    Done_ = true;
+    Changed_.notify_all();
+  }
+  void Quit() {
+    std::lock_guard Lock(Mutex_);
+    Quit_ = true;
+    Changed_.notify_all();
   }
 
  private:
-  const std::function<void(std::string_view)>& Sink_;
-  size_t ChunkBytes_;
-  std::string Buffer_;
-  size_t Used_ = 0;
-  bool Started_ = false;
+  static constexpr size_t kAhead = 3;
+  std::mutex Mutex_;
+  std::condition_variable Changed_;
+  std::deque<std::tuple<std::string, size_t, size_t>> Filled_;
+  std::vector<std::string> Free_;
+  bool Done_ = false;
+  bool Quit_ = false;
 };
 
 }  // namespace
@@ -389,45 +490,39 @@ size_t TyFullTokens::getTextLength() const {
 
 void TyFullTokens::WriteText(const std::function<void(std::string_view)>& Sink,
                              size_t ChunkBytes) const {
-  const TyLegendEntries& Legend = LegendEntries();
-  CyNumberWriter Out(Sink, ChunkBytes);
-  int64_t Previous = 1;  // LSP counts the first token from the first line
-  for (const TyTokensPiece& Piece : Pieces) {
-    if (Piece.FirstTokenLine == 0) continue;
-    // Records never straddle blocks, but a line's tokens may go on in the next block.
-    size_t BlockIndex = 0;
-    const uint8_t* In = Piece.Blocks[0].Bytes.get();
-    const uint8_t* End = In + Piece.Blocks[0].Used;
-    auto NextRecord = [&] {
-      while (In == End) {
-        const TyTokensPiece::TyBlock& Block = Piece.Blocks[++BlockIndex];
-        In = Block.Bytes.get();
-        End = In + Block.Used;
-      }
-    };
-    // The first token's line delta joins the piece to the one before.
-    uint32_t Joint = static_cast<uint32_t>(Piece.FirstTokenLine - Previous);
-    for (;;) {
-      if (In == End && BlockIndex + 1 == Piece.Blocks.size()) break;
-      NextRecord();
-      const uint32_t LineDelta = GetVarint(In);
-      const uint32_t Count = GetVarint(In);
-      for (uint32_t I = 0; I < Count; ++I) {
-        NextRecord();
-        const uint32_t StartDelta = GetVarint(In);
-        const uint32_t Length = GetVarint(In);
-        const TyMapping& M = Legend.Entries[*In++];
-        Out.Put(I > 0 ? 0 : Joint != kNoJoint ? Joint : LineDelta);
-        Joint = kNoJoint;
-        Out.Put(StartDelta);
-        Out.Put(Length);
-        Out.Put(M.Type);
-        Out.Put(M.Modifiers);
-      }
-    }
-    Previous = Piece.LastTokenLine;
+  std::string Buffer;
+  if (getTextLength() <= 4 * ChunkBytes) {
+    ExpandPieces(Pieces, ChunkBytes, Buffer, [&](std::string& Filled, size_t At, size_t Length) {
+      Sink(std::string_view(Filled).substr(At, Length));
+    });
+    return;
   }
-  Out.Flush();
+  // A big result: one thread expands the next chunks while this one writes (a pipe's reader
+  // takes its time), holding a few chunks at most.
+  CyChunkQueue Queue;
+  std::thread Expander([&] {
+    try {
+      ExpandPieces(Pieces, ChunkBytes, Buffer, [&](std::string& Filled, size_t At, size_t Length) {
+        if (!Queue.Push(Filled, At, Length)) throw CyCancelledException();
+      });
+    } catch (const CyCancelledException&) {
+      // The writer quit.
+    }
+    Queue.Finish();
+  });
+  try {
+    std::string Chunk;
+    size_t At, Length;
+    while (Queue.Pop(Chunk, At, Length)) {
+      Sink(std::string_view(Chunk).substr(At, Length));
+      Queue.Recycle(std::move(Chunk));
+    }
+  } catch (...) {
+    Queue.Quit();
+    Expander.join();
+    throw;
+  }
+  Expander.join();
 }
 
 std::string TyFullTokens::getJoined() const {
