@@ -51,16 +51,33 @@ size_t PutUTF8(uint32_t C, char* Out) {
   return 4;
 }
 
+// The position of the first backslash or control character in S from From on (S.size():
+// none). Eight bytes at a time: a document's text runs long between its escapes.
+size_t FindSpecial(std::string_view S, size_t From) {
+  constexpr uint64_t kOnes = 0x0101010101010101u;
+  constexpr uint64_t kHighs = 0x8080808080808080u;
+  size_t At = From;
+  for (; At + 8 <= S.size(); At += 8) {
+    uint64_t Word;
+    std::memcpy(&Word, S.data() + At, 8);
+    const uint64_t Backslash = Word ^ (kOnes * '\\');
+    // A byte below 0x20 or a zero byte of Backslash sets its high bit (maybe also a higher
+    // byte's, through the borrow: the bytes are then looked at one by one).
+    if ((((Word - kOnes * 0x20) & ~Word) | ((Backslash - kOnes) & ~Backslash)) & kHighs) break;
+  }
+  for (; At < S.size(); ++At)
+    if (S[At] == '\\' || static_cast<unsigned char>(S[At]) < 0x20) return At;
+  return S.size();
+}
+
 // Writes when Out is not null; otherwise only checks. Every escape is at least as long as what
 // it becomes, so writing over the input never overtakes the reading.
 template <bool Write>
 std::optional<size_t> Unescape(std::string_view S, char* Out) {
   size_t W = 0;
   for (size_t R = 0; R < S.size();) {
-    const char* Plain = static_cast<const char*>(std::memchr(S.data() + R, '\\', S.size() - R));
-    const size_t Stop = Plain ? size_t(Plain - S.data()) : S.size();
-    for (size_t i = R; i < Stop; ++i)
-      if (static_cast<unsigned char>(S[i]) < 0x20) return std::nullopt;
+    const size_t Stop = FindSpecial(S, R);
+    if (Stop < S.size() && S[Stop] != '\\') return std::nullopt;  // a raw control character
     if constexpr (Write) std::memmove(Out + W, S.data() + R, Stop - R);
     W += Stop - R;
     R = Stop;
