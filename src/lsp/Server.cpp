@@ -12,6 +12,7 @@
 #include "lsp/DocumentSymbols.hpp"
 #include "lsp/FoldingRanges.hpp"
 #include "lsp/Formatting.hpp"
+#include "lsp/FullTokens.hpp"
 #include "lsp/TagNavigation.hpp"
 #include "lsp/WorkDoneProgress.hpp"
 

@@ -11,6 +11,7 @@
 #include "LspTestSupport.hpp"
 #include "common/Utf.hpp"
 #include "editor/Document.hpp"
+#include "lsp/FullTokens.hpp"
 
 namespace xylem::lsp {
 namespace {
