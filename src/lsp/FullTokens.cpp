@@ -39,9 +39,9 @@ uint32_t GetVarint(const uint8_t*& In) {
   }
 }
 
-// Room for one record at the end of the piece's last block.
-uint8_t* RecordSpace(TyTokensPiece& Piece) {
-  if (Piece.Blocks.empty() || Piece.Blocks.back().Used + kMaxRecordBytes > kBlockBytes)
+// Room for Bytes (at most a block) at the end of the piece's last block.
+uint8_t* RecordSpace(TyTokensPiece& Piece, size_t Bytes) {
+  if (Piece.Blocks.empty() || Piece.Blocks.back().Used + Bytes > kBlockBytes)
     Piece.Blocks.push_back({std::make_unique_for_overwrite<uint8_t[]>(kBlockBytes), 0});
   TyTokensPiece::TyBlock& Block = Piece.Blocks.back();
   return Block.Bytes.get() + Block.Used;
@@ -57,16 +57,15 @@ size_t DigitCount(uint32_t Value) {
   return Value < 10 ? 1 : Value < 100 ? 2 : Value < 1000 ? 3 : 3 + DigitCount(Value / 1000);
 }
 
-// The text of a token's numbers: ",A,B,C,D" behind the line delta.
-size_t TokenTextLength(uint32_t StartDelta, uint32_t Length, const TyLegendEntry& M) {
-  return 4 + DigitCount(StartDelta) + DigitCount(Length) + DigitCount(M.Type) +
-         DigitCount(M.Modifiers);
-}
-
 void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const TyJobContext& Job,
                  TyTokensPiece& Piece) {
   constexpr int64_t kPollLines = 4096;
-  const std::vector<TyLegendEntry>& Legend = getLegendEntries();
+  constexpr size_t kMaxTokenRecord = 11;  // two numbers of 5 bytes, the entry's code
+  const std::vector<uint8_t>& Codes = getLegendCodes();
+  // Per entry: the text of its type and modifiers with their commas.
+  std::vector<size_t> EntryText;
+  for (const TyLegendEntry& E : getLegendEntries())
+    EntryText.push_back(2 + DigitCount(E.Type) + DigitCount(E.Modifiers));
   CyLineTokenizer Tokenizer(View);
   std::vector<TyLspToken> Tokens;
   Piece.Counts.reserve(size_t(Last - First + 1));
@@ -87,21 +86,30 @@ void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const 
       Piece.TextLength += 1 + DigitCount(LineDelta);
     Piece.TextLength += (Tokens.size() - 1) * 2;  // the other tokens' ",0"
     Piece.LastTokenLine = Line;
-    uint8_t* Out = RecordSpace(Piece);
+    // A line's records in one go unless they would not fit a block.
+    const size_t LineBytes = kMaxRecordBytes + Tokens.size() * kMaxTokenRecord;
+    const bool OneGo = LineBytes <= kBlockBytes;
+    uint8_t* Out = RecordSpace(Piece, OneGo ? LineBytes : kMaxRecordBytes);
     Out = PutVarint(Out, LineDelta);
-    CommitRecord(Piece, PutVarint(Out, static_cast<uint32_t>(Tokens.size())));
+    Out = PutVarint(Out, static_cast<uint32_t>(Tokens.size()));
     uint32_t PreviousStart = 0;
+    size_t Text = 0;
     for (const TyLspToken& T : Tokens) {
-      const uint8_t Entry = getLegendEntryCode(T);
+      const uint8_t Entry = Codes[getLegendKey(T)];
       if (Entry == 0xFF) throw CyShouldNeverHappenException("A token outside the legend.");
-      Piece.TextLength += TokenTextLength(T.Start - PreviousStart, T.Length, Legend[Entry]);
-      Out = RecordSpace(Piece);
-      Out = PutVarint(Out, T.Start - PreviousStart);
+      const uint32_t StartDelta = T.Start - PreviousStart;
+      Text += 2 + DigitCount(StartDelta) + DigitCount(T.Length) + EntryText[Entry];
+      if (!OneGo) {
+        CommitRecord(Piece, Out);
+        Out = RecordSpace(Piece, kMaxTokenRecord);
+      }
+      Out = PutVarint(Out, StartDelta);
       Out = PutVarint(Out, T.Length);
       *Out++ = Entry;
-      CommitRecord(Piece, Out);
       PreviousStart = T.Start;
     }
+    CommitRecord(Piece, Out);
+    Piece.TextLength += Text;
   }
   Job.Advance(uint64_t((Last - First + 1) % kPollLines));
 }

@@ -219,12 +219,12 @@ namespace {
 // The legend entries the mappings use, with a one-byte code for each.
 struct TyLegendCodes {
   std::vector<TyLegendEntry> Entries;
-  std::vector<uint8_t> CodeOf = std::vector<uint8_t>(size_t{1} << 15, 0xFF);
+  std::vector<uint8_t> CodeOf = std::vector<uint8_t>((size_t{1} << 15) + 1, 0xFF);
   TyLegendCodes() {
     auto Add = [this](const auto& Table) {
       for (const TyMapping& M : Table) {
         if (M.Type == ttNone) continue;
-        uint8_t& Slot = CodeOf[Key(M.Type, M.Modifiers)];
+        uint8_t& Slot = CodeOf[getLegendKey({0, 0, M.Type, M.Modifiers})];
         if (Slot != 0xFF) continue;
         Slot = static_cast<uint8_t>(Entries.size());
         Entries.push_back({M.Type, M.Modifiers});
@@ -234,7 +234,6 @@ struct TyLegendCodes {
     Add(kXPathMapping);
     Add(kJSONMapping);
   }
-  static size_t Key(uint32_t Type, uint32_t Modifiers) { return size_t(Type) << 11 | Modifiers; }
 };
 static_assert(ttFunction < 16 && tmInvalid < (1u << 11), "legend keys take 15 bits");
 
@@ -247,10 +246,7 @@ const TyLegendCodes& LegendCodes() {
 
 const std::vector<TyLegendEntry>& getLegendEntries() { return LegendCodes().Entries; }
 
-uint8_t getLegendEntryCode(const TyLspToken& Token) {
-  if (Token.Type >= 16 || Token.Modifiers >= (1u << 11)) return 0xFF;
-  return LegendCodes().CodeOf[TyLegendCodes::Key(Token.Type, Token.Modifiers)];
-}
+const std::vector<uint8_t>& getLegendCodes() { return LegendCodes().CodeOf; }
 
 std::string CySemanticTokensState::NextResultId() { return std::to_string(++ResultNumber_); }
 

@@ -63,9 +63,14 @@ struct TyLegendEntry {
 };
 // Every legend entry that Tokenize gives, numbered so that one byte codes a token's entry.
 const std::vector<TyLegendEntry>& getLegendEntries();
-// The code of Token's entry in getLegendEntries(); 0xFF when it has none (never for a token
-// of Tokenize).
-uint8_t getLegendEntryCode(const TyLspToken& Token);
+// The codes of getLegendEntries() by getLegendKey; 0xFF where there is no entry (never for a
+// token of Tokenize).
+const std::vector<uint8_t>& getLegendCodes();
+inline size_t getLegendKey(const TyLspToken& Token) {
+  return Token.Type < 16 && Token.Modifiers < (1u << 11)
+             ? size_t(Token.Type) << 11 | Token.Modifiers
+             : size_t{1} << 15;
+}
 
 // The last full or delta result sent for one document and the lines changed since.
 //

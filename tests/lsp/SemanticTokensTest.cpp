@@ -197,6 +197,10 @@ TEST(SemanticTokens, StreamedFullResultEqualsTheJoinedEncoding) {
   std::u16string Big;
   for (int I = 0; I < 30000; ++I)
     Big += u"<item id=\"" + ToUTF16(std::to_string(I)) + u"\" k=\"v\">x</item>\n";
+  // More tokens on one line than one block takes in one go.
+  std::u16string LongLine = u"\n\n";
+  for (int I = 0; I < 20000; ++I) LongLine += u"<a b=\"c\"/>";
+  LongLine += u"\n<z/>\n";
   std::u16string TextThenTag, TagThenText;
   for (int I = 0; I < 3000; ++I) TextThenTag += u"plain text\n";
   TextThenTag += u"<a b=\"c\"/>";
@@ -214,6 +218,7 @@ TEST(SemanticTokens, StreamedFullResultEqualsTheJoinedEncoding) {
       {"tokens first", TagThenText, TyDocumentKind::dkXML},
       {"json", u"{\"a\": [1, 2,\n\n true],\n \"b\": null}\n", TyDocumentKind::dkJSON},
       {"many tokens", Big, TyDocumentKind::dkXML},
+      {"long line", LongLine, TyDocumentKind::dkXML},
   };
   for (const auto& Row : kRows) {
     SCOPED_TRACE(Row.Name);
