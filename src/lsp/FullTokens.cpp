@@ -132,15 +132,26 @@ char* PutNumber(char* Out, uint32_t Value) {
   return std::to_chars(Out, Out + 10, Value).ptr;
 }
 
-// The longest text of one token: five numbers of up to 10 digits behind commas.
-constexpr size_t kMaxTokenText = 55;
+// The longest text of one token: five numbers of up to 10 digits behind commas, and room
+// for copying an entry's text whole.
+constexpr size_t kMaxTokenText = 55 + 16;
 
 // Expands the pieces' tokens as text into chunk buffers of about ChunkBytes; Emit takes each
 // filled buffer (at least one token each; the very first comma is left out).
 template <typename TyEmit>
 void ExpandPieces(const std::vector<TyTokensPiece>& Pieces, size_t ChunkBytes, std::string& Buffer,
                   TyEmit&& Emit) {
-  const std::vector<TyLegendEntry>& Legend = getLegendEntries();
+  // Each entry's ",Type,Modifiers" as text, copied whole (16 bytes, the rest overwritten).
+  struct TyEntryText {
+    char Text[16];
+    size_t Length;
+  };
+  std::vector<TyEntryText> EntryTexts;
+  for (const TyLegendEntry& E : getLegendEntries()) {
+    TyEntryText T{};
+    T.Length = size_t(PutNumber(PutNumber(T.Text, E.Type), E.Modifiers) - T.Text);
+    EntryTexts.push_back(T);
+  }
   ChunkBytes = std::max<size_t>(ChunkBytes, 1);
   Buffer.resize(ChunkBytes + kMaxTokenText);
   char* Out = Buffer.data();
@@ -181,12 +192,12 @@ void ExpandPieces(const std::vector<TyTokensPiece>& Pieces, size_t ChunkBytes, s
         NextRecord();
         const uint32_t StartDelta = GetVarint(In);
         const uint32_t Length = GetVarint(In);
-        const TyLegendEntry& M = Legend[*In++];
+        const TyEntryText& Entry = EntryTexts[*In++];
         Out = PutNumber(Out, I == 0 ? LineDelta : 0);
         Out = PutNumber(Out, StartDelta);
         Out = PutNumber(Out, Length);
-        Out = PutNumber(Out, M.Type);
-        Out = PutNumber(Out, M.Modifiers);
+        std::memcpy(Out, Entry.Text, sizeof Entry.Text);
+        Out += Entry.Length;
         if (size_t(Out - Buffer.data()) >= ChunkBytes) Flush();
       }
     }
