@@ -683,7 +683,14 @@ int CyLspServer::Run(std::istream& In) {
           PublishDiagnostics(*It->second);
       }
     }
-    RunDueWork();
+    // Due checks wait for the messages already here: a full token request right behind a
+    // didOpen gets the processors first, and a check would only be outdated by a change.
+    bool Waiting;
+    {
+      std::lock_guard Lock(Mutex_);
+      Waiting = !Queue_.empty();
+    }
+    if (!Waiting) RunDueWork();
     Jobs_.Reap();
   }
   Reader.join();
