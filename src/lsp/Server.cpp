@@ -24,6 +24,8 @@ namespace {
 constexpr const char* kConfigurationRequestId = "xylem/configuration";
 const json kNull;
 constexpr const char* kCancelledMessage = "The request was cancelled.";
+// How long a didChange waits for an outdated check to stop before it copies the lines instead.
+constexpr std::chrono::milliseconds kCheckStopWait{5};
 // A didOpen text from this size on is read from the message's bytes (BigText.hpp).
 constexpr size_t kBigTextBytes = size_t{1} << 20;
 
@@ -266,11 +268,17 @@ void CyLspServer::DidChange(const json& Params) {
   if (!Params.contains("contentChanges"))
     throw CyLspError(lecInvalidParams, "didChange needs contentChanges.");
   // A running check is outdated by this change: let it end before the lines change, so that
-  // the lines it shares need no copy. It stops within a few thousand lines; a result it had
+  // the lines it shares need no copy. The well-formedness check stops within a few thousand
+  // lines; one that does not look at its stop token (JSON, XSLT's XPath) is not waited for
+  // beyond a moment, and the change then gives the document a copy of its lines. A result
   // finished already is published first, as it would have been a moment earlier.
-  if (D.getChecks().getRunning()) {
-    D.getChecks().Cancel();
-    if (D.getChecks().WaitAndPoll()) PublishDiagnostics(D);
+  CyBackgroundChecks& Checks = D.getChecks();
+  if (Checks.getRunning()) {
+    Checks.Cancel();
+    const auto Until = std::chrono::steady_clock::now() + kCheckStopWait;
+    while (!Checks.getEnded() && std::chrono::steady_clock::now() < Until)
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    if (Checks.getEnded() && Checks.WaitAndPoll()) PublishDiagnostics(D);
   }
   D.ApplyChanges(Params["contentChanges"], Version);
   ScheduleChecks(D);
