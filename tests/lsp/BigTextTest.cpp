@@ -80,6 +80,9 @@ TEST(BigText, OtherMessagesAndBadTextsAreLeftAlone) {
       DidOpen("short"),                                    // under the limit below
       DidOpen("bad escape \\q here and long enough"),      // refused escape
       DidOpen("raw\ncontrol character, long enough...."),  // raw line end inside a string
+      // The same far into the text, behind escapes, where the scan reads whole words.
+      DidOpen("a long text with \\\"escapes\\\" first, then a raw\tcontrol"),
+      DidOpen("a long text with \\\"escapes\\\" first, then a bad \\u12G4 escape"),
       "{\"method\":\"textDocument/didChange\",\"params\":{\"textDocument\":{\"text\":"
       "\"long enough text but not an open\"}}}",
       DidOpen("truncated message long enough") + "garbage",
