@@ -3,7 +3,8 @@
 // first semanticTokens/full answer; one keystroke's didChange and the full/delta round trip;
 // folding of the whole document; the diagnostics after a keystroke; and the server's peak
 // memory per byte of the document. The server runs with its default pause of 300 ms before
-// checks, so the diagnostics case includes that pause.
+// checks, so the diagnostics case includes that pause. XYLEM_BENCH_SERVER names another
+// server binary (an older build, to compare back to back).
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -50,7 +51,9 @@ class CyServer {
       dup2(Out[1], 1);
       close(In[1]);
       close(Out[0]);
-      execl(XYLEM_BINARY, XYLEM_BINARY, "lsp", nullptr);
+      const char* Binary = std::getenv("XYLEM_BENCH_SERVER");
+      if (!Binary) Binary = XYLEM_BINARY;
+      execl(Binary, Binary, "lsp", nullptr);
       _exit(127);
     }
     close(In[0]);

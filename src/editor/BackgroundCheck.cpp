@@ -88,6 +88,12 @@ bool CyBackgroundChecks::getRunning() const {
   return !Finished_ || FinishedErrs_ != nullptr;
 }
 
+bool CyBackgroundChecks::getEnded() const {
+  if (!Worker_.joinable()) return true;
+  std::lock_guard lock(Mutex_);
+  return Finished_;
+}
+
 bool CyBackgroundChecks::Poll() {
   IyXMLErrsPtr errs;
   {

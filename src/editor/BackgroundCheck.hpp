@@ -58,6 +58,9 @@ class CyBackgroundChecks : public IyDocumentListener {
   void Cancel();
   // True while a check runs (or has finished without being polled).
   bool getRunning() const;
+  // True when no check thread is at work: none was started, or the last one has ended (its
+  // result, if any, waiting for Poll). Joining it then costs no wait.
+  bool getEnded() const;
   // Installs the finished check's result when it belongs to the current generation; returns
   // true when new errors were installed. Outdated results are dropped here.
   bool Poll();

@@ -1,6 +1,7 @@
 #include "editor/Document.hpp"
 
 #include <algorithm>
+#include <atomic>
 
 #include "common/Exception.hpp"
 #include "text/TextListLoader.hpp"
@@ -215,7 +216,7 @@ void TxMarkupDocument::setKind(TyDocumentKind Kind) {
   Kind_ = Kind;
   if (keeps != KeepsLineStates_) {
     KeepsLineStates_ = keeps;
-    ComputeLineStates(*TextList_, Kind, TotalDelta_, DefaultJob());
+    ComputeLineStates(getListForChange(), Kind, TotalDelta_, DefaultJob());
   }
 }
 
@@ -358,7 +359,7 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
   change.LinesRemoved = l2 - l1 + 1;
   change.Start = range.Start;
   change.OldEnd = range.End;
-  TxTextItems& items = TextList_->getTextItems();
+  TxTextItems& items = getListForChange().getTextItems();
 
   // What the folding needs to know: whether the edit can have moved a construct's opening or
   // closing to another line. Inside one line, the line's counts and the states behind it tell.
@@ -512,7 +513,7 @@ void TxMarkupDocument::ReplaceContent(std::unique_ptr<TxTextList> Content,
   const int64_t oldCount = TextList_->getCount();
   const TyTextPosition oldEnd = getEndPosition();
   const int64_t oldTotal = TotalDelta_;
-  std::unique_ptr<TxTextList> old = std::move(TextList_);
+  std::shared_ptr<TxTextList> old = std::move(TextList_);
   TextList_ = std::move(Content);
   TotalDelta_ = total;
   if (step) {
@@ -550,7 +551,7 @@ void TxMarkupDocument::ApplyEntry(TyUndoEntry& Entry, bool FromUndo) {
   // Records held since states were kept carry states computed for their texts: the repair
   // then checks them at both ends instead of rescanning them all.
   const bool scanned = Entry.StatesKept && KeepsLineStates_;
-  TxTextItems& items = TextList_->getTextItems();
+  TxTextItems& items = getListForChange().getTextItems();
   if (KeepsLineStates_) CyXMLLineStates::BeforeEdit(items, first, removed, TotalDelta_);
   if (removed > 1) TextList_->Remove(first + 1, removed - 1);
   if (Entry.Lines) {
@@ -702,6 +703,28 @@ void TxMarkupDocument::AddListener(IyDocumentListener* Listener) {
 
 void TxMarkupDocument::RemoveListener(IyDocumentListener* Listener) {
   Listeners_.erase(std::remove(Listeners_.begin(), Listeners_.end(), Listener), Listeners_.end());
+}
+
+TxTextList& TxMarkupDocument::getListForChange() {
+  if (TextList_.use_count() > 1) {
+    // A shared snapshot reads this list (maybe on another thread): it keeps it, unchanged.
+    auto copy = std::make_shared<TxTextList>();
+    copy->setOnCreateUniqueID(TextList_->getOnCreateUniqueID());
+    copy->InsertAtEnd(*TextList_, 1, TextList_->getCount());
+    // The lines are the same lines: they keep their identities.
+    for (int64_t line = 1; line <= copy->getCount(); ++line)
+      copy->getItems(line)->UniqueID = TextList_->getItems(line)->UniqueID;
+    TextList_ = std::move(copy);
+  } else {
+    // The last snapshot may just have been dropped on another thread: its reads come first.
+    std::atomic_thread_fence(std::memory_order_acquire);
+  }
+  return *TextList_;
+}
+
+TxDocumentSnapshotPtr TxMarkupDocument::CreateSharedSnapshot() {
+  return std::make_shared<const TxDocumentSnapshot>(TextList_, Format_.Newline, Kind_, Path_,
+                                                    Generation_);
 }
 
 TxDocumentSnapshotPtr TxMarkupDocument::CreateSnapshot() const {

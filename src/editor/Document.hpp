@@ -227,7 +227,7 @@ class TxMarkupDocument {
 
   // ---- Per-line caches. A view or a command may write the cache fields of a line record
   // (Bookmark, RowCount, FoldLeftover, FoldCount, Panic), never its text or states.
-  TxItem& getItemForCaches(int64_t Index) { return *TextList_->getItems(Index); }
+  TxItem& getItemForCaches(int64_t Index) { return *getListForChange().getItems(Index); }
 
   // ---- Listeners, told of every change after it is complete (DocumentChange.hpp). A listener
   // must stay alive until removed; the order of notification is the order of adding.
@@ -238,6 +238,11 @@ class TxMarkupDocument {
   // ---- Snapshots for work on other threads (Snapshot.hpp). Linear in the lines (copies
   // records, shares texts).
   TxDocumentSnapshotPtr CreateSnapshot() const;
+  // A snapshot that copies nothing now: it holds the document's own list. The first change of
+  // the text, its states or its caches while such a snapshot lives pays the copy instead (the
+  // document goes on with a copy, linear in the lines, and leaves the list to the snapshot), so
+  // work that ends before the next edit never copies. Constant time.
+  TxDocumentSnapshotPtr CreateSharedSnapshot();
 
  private:
   // The job of loads and kind changes made without one: the editor options' piece count.
@@ -261,9 +266,12 @@ class TxMarkupDocument {
   void Notify(TyDocumentChange& Change);
   void UpdateModified();
   void RequireValid(TyTextPosition Position) const;
+  // The list for a change in place: first a copy of its own when a shared snapshot holds it.
+  TxTextList& getListForChange();
 
   TyEditorOptions Options_;
-  std::unique_ptr<TxTextList> TextList_;
+  // Shared only with snapshots of CreateSharedSnapshot, which never change it.
+  std::shared_ptr<TxTextList> TextList_;
   TyTextFileFormat Format_;
   TyDocumentKind Kind_ = TyDocumentKind::dkText;
   std::string Path_;

@@ -2,8 +2,9 @@
 // A read-only copy of a document's lines for work off the editing thread (checks, folding,
 // a language server's analysis). It copies the line records (about 80 bytes a line) and shares
 // the line texts through their reference counts, so no text is copied; the document may go on
-// editing at once. Everything here is immutable after creation and may be read from any
-// thread.
+// editing at once. A shared snapshot (TxMarkupDocument::CreateSharedSnapshot) copies nothing:
+// it holds the document's own list, which the document leaves to it at its next change.
+// Everything here is immutable after creation and may be read from any thread.
 
 #include <cstdint>
 #include <memory>
@@ -16,7 +17,7 @@ namespace xylem {
 
 class TxDocumentSnapshot {
  public:
-  TxDocumentSnapshot(std::unique_ptr<TxTextList> TextList, std::u16string Newline,
+  TxDocumentSnapshot(std::shared_ptr<const TxTextList> TextList, std::u16string Newline,
                      TyDocumentKind Kind, std::string Path, uint64_t Generation)
       : TextList_(std::move(TextList)),
         Newline_(std::move(Newline)),
@@ -38,7 +39,7 @@ class TxDocumentSnapshot {
   }
 
  private:
-  std::unique_ptr<TxTextList> TextList_;
+  std::shared_ptr<const TxTextList> TextList_;
   std::u16string Newline_;
   TyDocumentKind Kind_;
   std::string Path_;

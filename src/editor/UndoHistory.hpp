@@ -42,11 +42,12 @@ class CySharedLine {
 struct TyUndoEntry {
   int64_t FirstLine = 1;
   int64_t LineCount = 1;
-  CySharedLine Line;                  // when Lines is null: exactly one line
-  std::unique_ptr<TxTextList> Lines;  // several lines, or the whole old text (WholeContent)
-  bool WholeContent = false;          // Lines replaces every line
-  int64_t TotalDelta = 0;             // WholeContent: the held list's total delta
-  bool StatesKept = false;  // the held records carry the line states computed for their texts
+  CySharedLine Line;  // when Lines is null: exactly one line
+  // Several lines, or the whole old text (WholeContent; it may be held by a shared snapshot).
+  std::shared_ptr<TxTextList> Lines;
+  bool WholeContent = false;  // Lines replaces every line
+  int64_t TotalDelta = 0;     // WholeContent: the held list's total delta
+  bool StatesKept = false;    // the held records carry the line states computed for their texts
   int64_t getHeldCount() const { return Lines ? Lines->getCount() : 1; }
 };
 

@@ -51,16 +51,41 @@ size_t PutUTF8(uint32_t C, char* Out) {
   return 4;
 }
 
+// The position of the first backslash or control character (and, with Quote, quote) in S from
+// From on (S.size(): none). Eight bytes at a time: a document's text runs long between its
+// escapes.
+template <bool Quote>
+size_t FindSpecial(std::string_view S, size_t From) {
+  constexpr uint64_t kOnes = 0x0101010101010101u;
+  constexpr uint64_t kHighs = 0x8080808080808080u;
+  size_t At = From;
+  for (; At + 8 <= S.size(); At += 8) {
+    uint64_t Word;
+    std::memcpy(&Word, S.data() + At, 8);
+    // A byte below 0x20, or a zero byte of Word ^ (the character), sets its high bit (maybe
+    // also a higher byte's, through the borrow: the bytes are then looked at one by one).
+    const uint64_t Backslash = Word ^ (kOnes * '\\');
+    uint64_t Hits = ((Word - kOnes * 0x20) & ~Word) | ((Backslash - kOnes) & ~Backslash);
+    if constexpr (Quote) {
+      const uint64_t Quotes = Word ^ (kOnes * '"');
+      Hits |= (Quotes - kOnes) & ~Quotes;
+    }
+    if (Hits & kHighs) break;
+  }
+  for (; At < S.size(); ++At)
+    if (S[At] == '\\' || static_cast<unsigned char>(S[At]) < 0x20 || (Quote && S[At] == '"'))
+      return At;
+  return S.size();
+}
+
 // Writes when Out is not null; otherwise only checks. Every escape is at least as long as what
 // it becomes, so writing over the input never overtakes the reading.
 template <bool Write>
 std::optional<size_t> Unescape(std::string_view S, char* Out) {
   size_t W = 0;
   for (size_t R = 0; R < S.size();) {
-    const char* Plain = static_cast<const char*>(std::memchr(S.data() + R, '\\', S.size() - R));
-    const size_t Stop = Plain ? size_t(Plain - S.data()) : S.size();
-    for (size_t i = R; i < Stop; ++i)
-      if (static_cast<unsigned char>(S[i]) < 0x20) return std::nullopt;
+    const size_t Stop = FindSpecial<false>(S, R);
+    if (Stop < S.size() && S[Stop] != '\\') return std::nullopt;  // a raw control character
     if constexpr (Write) std::memmove(Out + W, S.data() + R, Stop - R);
     W += Stop - R;
     R = Stop;
@@ -164,6 +189,43 @@ class CyFinder {
       }
     }
   }
+  // At a quote: moves behind a string whose content is valid (no raw control character, only
+  // known escapes with their digits) and gives its content's bounds; false for anything else.
+  // One pass both finds the end of a big text and checks it before it is unescaped in place.
+  bool CheckedString(size_t& Begin, size_t& End) {
+    if (At_ >= S_.size() || S_[At_] != '"') return false;
+    Begin = ++At_;
+    for (;;) {
+      const size_t Stop = FindSpecial<true>(S_, At_);
+      if (Stop == S_.size() || static_cast<unsigned char>(S_[Stop]) < 0x20) return false;
+      if (S_[Stop] == '"') {
+        End = Stop;
+        At_ = Stop + 1;
+        return true;
+      }
+      if (Stop + 1 >= S_.size()) return false;
+      switch (S_[Stop + 1]) {
+        case '"':
+        case '\\':
+        case '/':
+        case 'b':
+        case 'f':
+        case 'n':
+        case 'r':
+        case 't':
+          At_ = Stop + 2;
+          break;
+        case 'u': {
+          uint32_t Unit;
+          if (!Hex4(S_, Stop + 2, Unit)) return false;
+          At_ = Stop + 6;
+          break;
+        }
+        default:
+          return false;
+      }
+    }
+  }
   // Path: which of params(1) > textDocument(2) > text(3) the value sits at (0: elsewhere).
   bool Value(int Depth, int Path) {
     if (Depth > kMaxDepth) return false;
@@ -172,12 +234,13 @@ class CyFinder {
     const char C = S_[At_];
     if (C == '"') {
       size_t Begin, End;
-      if (!String(Begin, End)) return false;
       if (Path == 3 && TextEnd == 0) {
+        if (!CheckedString(Begin, End)) return false;
         TextBegin = Begin;
         TextEnd = End;
+        return true;
       }
-      return true;
+      return String(Begin, End);
     }
     if (C == '{') {
       ++At_;
@@ -264,8 +327,8 @@ std::optional<std::string> ExtractBigText(std::string& Body, TyBigText& Text, si
   if (!Finder.Run() || Finder.Method != "textDocument/didOpen" || Finder.TextEnd == 0 ||
       Finder.TextEnd - Finder.TextBegin < MinLength)
     return std::nullopt;
+  // The finder has checked the text's escapes: unescaping it cannot fail half-way.
   const std::string_view Escaped(Body.data() + Finder.TextBegin, Finder.TextEnd - Finder.TextBegin);
-  if (!Unescape<false>(Escaped, nullptr)) return std::nullopt;
   std::string Rest;
   Rest.reserve(Body.size() - Escaped.size());
   Rest.append(Body, 0, Finder.TextBegin);

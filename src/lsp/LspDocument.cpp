@@ -86,7 +86,7 @@ CyLspDocument::~CyLspDocument() {
 TxDocumentSnapshotPtr CyLspDocument::getSnapshot() {
   TxDocumentSnapshotPtr Snapshot = Snapshot_.lock();
   if (!Snapshot || Snapshot->getGeneration() != Document_.getGeneration()) {
-    Snapshot = Document_.CreateSnapshot();
+    Snapshot = Document_.CreateSharedSnapshot();
     Snapshot_ = Snapshot;
   }
   return Snapshot;

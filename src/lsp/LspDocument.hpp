@@ -49,13 +49,17 @@ class CyLspDocument {
   CySemanticTokensState& getTokens() { return Tokens_; }
   CyBackgroundChecks& getChecks() { return *Checks_; }
   // A snapshot of the document as it is now for work on other threads; one still held by a
-  // job for the same generation is shared instead of copying the lines again.
+  // job for the same generation is shared. It holds the document's own lines (nothing is
+  // copied); an edit while a job still reads them gives the document a copy of its own.
   TxDocumentSnapshotPtr getSnapshot();
   // Tells this document from an earlier one of the same URI (work that finishes late checks it).
   uint64_t getSerial() const { return Serial_; }
 
   // When the next background check is due (after a pause in typing); empty when none is.
   std::optional<std::chrono::steady_clock::time_point> ChecksDue;
+  // Full token requests running on their own threads: due checks wait for them, so that the
+  // two do not share the processors and their memory peaks do not add up.
+  int FullTokensRunning = 0;
 
  private:
   // The kind by LanguageId, the listeners and the checks, once the text is loaded.

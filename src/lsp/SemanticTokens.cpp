@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "json/Coloring.hpp"
+#include "lsp/FullTokens.hpp"
 #include "xml/lines/Coloring.hpp"
 #include "xml/lines/LineColoring.hpp"
 #include "xpath/EmbeddedColoring.hpp"
@@ -215,109 +216,37 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
 
 namespace {
 
-// Appends ",Value" to Text.
-void AppendNumber(std::string& Text, uint32_t Value) {
-  char Digits[12];
-  Digits[0] = ',';
-  Text.append(Digits, std::to_chars(Digits + 1, Digits + sizeof Digits, Value).ptr);
-}
-
-// One piece of a full result: lines First .. Last encoded with every number behind a comma,
-// except the first token's line delta, which depends on the pieces before and is written by
-// the caller (FirstTokenLine tells from which line it counts).
-struct TyTokensPiece {
-  std::string Text;
-  std::vector<uint32_t> Counts;
-  int64_t FirstTokenLine = 0;  // 0: no token in the piece
-  int64_t LastTokenLine = 0;
-};
-
-void EncodePiece(const CyDocumentView& View, int64_t First, int64_t Last, const TyJobContext& Job,
-                 TyTokensPiece& Piece) {
-  constexpr int64_t kPollLines = 4096;
-  CyLineTokenizer Tokenizer(View);
-  std::vector<TyLspToken> Tokens;
-  Piece.Counts.reserve(size_t(Last - First + 1));
-  int64_t Previous = First;
-  for (int64_t Line = First; Line <= Last; ++Line) {
-    if ((Line - First) % kPollLines == kPollLines - 1) {
-      Job.ThrowIfStopped();
-      Job.Advance(kPollLines);
-    }
-    Tokens.clear();
-    Tokenizer.Tokenize(Line, Tokens);
-    uint32_t PreviousStart = 0;
-    for (const TyLspToken& T : Tokens) {
-      const bool SameLine = Previous == Line;
-      if (Piece.FirstTokenLine == 0)
-        Piece.FirstTokenLine = Line;
-      else
-        AppendNumber(Piece.Text, static_cast<uint32_t>(SameLine ? 0 : Line - Previous));
-      AppendNumber(Piece.Text, SameLine ? T.Start - PreviousStart : T.Start);
-      AppendNumber(Piece.Text, T.Length);
-      AppendNumber(Piece.Text, T.Type);
-      AppendNumber(Piece.Text, T.Modifiers);
-      Previous = Line;
-      PreviousStart = T.Start;
-    }
-    if (!Tokens.empty()) Piece.LastTokenLine = Line;
-    Piece.Counts.push_back(static_cast<uint32_t>(Tokens.size()));
+// The legend entries the mappings use, with a one-byte code for each.
+struct TyLegendCodes {
+  std::vector<TyLegendEntry> Entries;
+  std::vector<uint8_t> CodeOf = std::vector<uint8_t>((size_t{1} << 15) + 1, 0xFF);
+  TyLegendCodes() {
+    auto Add = [this](const auto& Table) {
+      for (const TyMapping& M : Table) {
+        if (M.Type == ttNone) continue;
+        uint8_t& Slot = CodeOf[getLegendKey({0, 0, M.Type, M.Modifiers})];
+        if (Slot != 0xFF) continue;
+        Slot = static_cast<uint8_t>(Entries.size());
+        Entries.push_back({M.Type, M.Modifiers});
+      }
+    };
+    Add(kXMLMapping);
+    Add(kXPathMapping);
+    Add(kJSONMapping);
   }
-  Job.Advance(uint64_t((Last - First + 1) % kPollLines));
+};
+static_assert(ttFunction < 16 && tmInvalid < (1u << 11), "legend keys take 15 bits");
+
+const TyLegendCodes& LegendCodes() {
+  static const TyLegendCodes Codes;
+  return Codes;
 }
 
 }  // namespace
 
-std::string TyFullTokens::getJoined() const {
-  std::string Text;
-  for (const std::string& Part : Parts) Text += Part;
-  return Text;
-}
+const std::vector<TyLegendEntry>& getLegendEntries() { return LegendCodes().Entries; }
 
-TyFullTokens ComputeFullTokens(const CyDocumentView& View, const TyJobContext& Job,
-                               int64_t MinPieceLines) {
-  const int64_t Count = View.getLineCount();
-  const int64_t Pieces =
-      std::clamp<int64_t>(Count / std::max<int64_t>(1, MinPieceLines), 1, Job.ResolvePieceCount(0));
-  Job.Begin("Tokenizing", uint64_t(Count));
-  std::vector<TyTokensPiece> Done(static_cast<size_t>(Pieces));
-  auto Run = [&](int Index) {
-    const int64_t First = 1 + Count * Index / Pieces;
-    const int64_t Last = Count * (Index + 1) / Pieces;
-    EncodePiece(View, First, Last, Job, Done[size_t(Index)]);
-  };
-  if (Pieces == 1)
-    Run(0);
-  else
-    Job.RunAll(static_cast<int>(Pieces), Run);
-  TyFullTokens Result;
-  Result.Counts.reserve(size_t(Count));
-  Result.Parts.reserve(Done.size() * 2);
-  int64_t Previous = 1;  // LSP counts the first token from the first line
-  bool AnyToken = false;
-  for (TyTokensPiece& Piece : Done) {
-    Result.Counts.insert(Result.Counts.end(), Piece.Counts.begin(), Piece.Counts.end());
-    std::vector<uint32_t>().swap(Piece.Counts);
-    if (Piece.FirstTokenLine == 0) continue;
-    std::string Joint;
-    AppendNumber(Joint, static_cast<uint32_t>(Piece.FirstTokenLine - Previous));
-    if (!AnyToken) Joint.erase(0, 1);
-    AnyToken = true;
-    Previous = Piece.LastTokenLine;
-    Result.Parts.push_back(std::move(Joint));
-    Result.Parts.push_back(std::move(Piece.Text));
-  }
-  return Result;
-}
-
-std::vector<std::string> FullResultParts(TyFullTokens Data, const std::string& ResultId) {
-  std::vector<std::string> Parts;
-  Parts.reserve(Data.Parts.size() + 2);
-  Parts.push_back("{\"data\":[");
-  for (std::string& Part : Data.Parts) Parts.push_back(std::move(Part));
-  Parts.push_back("],\"resultId\":\"" + ResultId + "\"}");
-  return Parts;
-}
+const std::vector<uint8_t>& getLegendCodes() { return LegendCodes().CodeOf; }
 
 std::string CySemanticTokensState::NextResultId() { return std::to_string(++ResultNumber_); }
 
@@ -347,8 +276,10 @@ std::string CySemanticTokensState::FullText(const CyDocumentView& Document) {
   const std::string Id = BeginFull();
   TyFullTokens Data = ComputeFullTokens(Document, Job);
   InstallFull(Id, std::move(Data.Counts));
+  const std::unique_ptr<IyBodyPart> Body = FullResultBody(std::move(Data), Id);
   std::string Text;
-  for (const std::string& Part : FullResultParts(std::move(Data), Id)) Text += Part;
+  Text.reserve(Body->getLength());
+  Body->WriteTo([&Text](std::string_view Chunk) { Text += Chunk; });
   return Text;
 }
 

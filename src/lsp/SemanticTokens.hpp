@@ -56,25 +56,21 @@ void EncodeLineTokens(CyLineTokenizer& Tokenizer, int64_t First, int64_t Last,
                       int64_t& PreviousLine, std::vector<uint32_t>& Data,
                       std::vector<uint32_t>* Counts);
 
-// A full result computed off the dispatch thread: the "data" array's content as text parts
-// (written one after another, never joined) and the token count of every line.
-struct TyFullTokens {
-  std::vector<std::string> Parts;
-  std::vector<uint32_t> Counts;
-  // The parts joined (tests; the server writes the parts as they are).
-  std::string getJoined() const;
+// A legend entry: the type and modifiers of a token.
+struct TyLegendEntry {
+  uint32_t Type;
+  uint32_t Modifiers;
 };
-
-// Tokenizes every line of View into a full result, in up to Job.PieceCount pieces of lines
-// run in parallel (each with its own tokenizer; they only read the lines). Progress
-// "Tokenizing" counts lines; Job's stop ends it with CyCancelledException. Any thread; View
-// must not change meanwhile (a snapshot, or the document on its own thread). MinPieceLines:
-// no piece is cut shorter (a short piece costs more in threads than it saves).
-TyFullTokens ComputeFullTokens(const CyDocumentView& View, const TyJobContext& Job,
-                               int64_t MinPieceLines = 16384);
-
-// The full result's JSON text around Data's parts: {"data":[...],"resultId":"Id"}.
-std::vector<std::string> FullResultParts(TyFullTokens Data, const std::string& ResultId);
+// Every legend entry that Tokenize gives, numbered so that one byte codes a token's entry.
+const std::vector<TyLegendEntry>& getLegendEntries();
+// The codes of getLegendEntries() by getLegendKey; 0xFF where there is no entry (never for a
+// token of Tokenize).
+const std::vector<uint8_t>& getLegendCodes();
+inline size_t getLegendKey(const TyLspToken& Token) {
+  return Token.Type < 16 && Token.Modifiers < (1u << 11)
+             ? size_t(Token.Type) << 11 | Token.Modifiers
+             : size_t{1} << 15;
+}
 
 // The last full or delta result sent for one document and the lines changed since.
 //

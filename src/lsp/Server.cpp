@@ -12,6 +12,7 @@
 #include "lsp/DocumentSymbols.hpp"
 #include "lsp/FoldingRanges.hpp"
 #include "lsp/Formatting.hpp"
+#include "lsp/FullTokens.hpp"
 #include "lsp/TagNavigation.hpp"
 #include "lsp/WorkDoneProgress.hpp"
 
@@ -23,6 +24,8 @@ namespace {
 constexpr const char* kConfigurationRequestId = "xylem/configuration";
 const json kNull;
 constexpr const char* kCancelledMessage = "The request was cancelled.";
+// How long a didChange waits for an outdated check to stop before it copies the lines instead.
+constexpr std::chrono::milliseconds kCheckStopWait{5};
 // A didOpen text from this size on is read from the message's bytes (BigText.hpp).
 constexpr size_t kBigTextBytes = size_t{1} << 20;
 
@@ -264,6 +267,19 @@ void CyLspServer::DidChange(const json& Params) {
   const int64_t Version = Item.value("version", D.getVersion() + 1);
   if (!Params.contains("contentChanges"))
     throw CyLspError(lecInvalidParams, "didChange needs contentChanges.");
+  // A running check is outdated by this change: let it end before the lines change, so that
+  // the lines it shares need no copy. The well-formedness check stops within a few thousand
+  // lines; one that does not look at its stop token (JSON, XSLT's XPath) is not waited for
+  // beyond a moment, and the change then gives the document a copy of its lines. A result
+  // finished already is published first, as it would have been a moment earlier.
+  CyBackgroundChecks& Checks = D.getChecks();
+  if (Checks.getRunning()) {
+    Checks.Cancel();
+    const auto Until = std::chrono::steady_clock::now() + kCheckStopWait;
+    while (!Checks.getEnded() && std::chrono::steady_clock::now() < Until)
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    if (Checks.getEnded() && Checks.WaitAndPoll()) PublishDiagnostics(D);
+  }
   D.ApplyChanges(Params["contentChanges"], Version);
   ScheduleChecks(D);
 }
@@ -341,8 +357,21 @@ CyLspServer::TyLongWork CyLspServer::FullTokens(const json& Params) {
   // The result id is taken now, for the snapshot's version: edits arriving while it is
   // computed are tracked against it, and its line counts are installed before it is sent.
   std::string ResultId = D.getTokens().BeginFull();
-  return [this, Snapshot, ResultId, Uri = D.getUri(),
-          Serial = D.getSerial()](const TyJobContext& Job) {
+  ++D.FullTokensRunning;
+  // Dropped with the work once its answer is written (or it failed): due checks may start.
+  std::shared_ptr<void> Running(nullptr, [this, Uri = D.getUri(), Serial = D.getSerial()](void*) {
+    Post({TyInbound::ikTask,
+          {},
+          {},
+          [this, Uri, Serial] {
+            auto It = Documents_.find(Uri);
+            if (It != Documents_.end() && It->second->getSerial() == Serial)
+              --It->second->FullTokensRunning;
+          },
+          {}});
+  });
+  return [this, Snapshot, ResultId, Uri = D.getUri(), Serial = D.getSerial(),
+          Running](const TyJobContext& Job) -> TyLongResult {
     TyFullTokens Data = ComputeFullTokens(*Snapshot, Job);
     Post({TyInbound::ikTask,
           {},
@@ -353,16 +382,16 @@ CyLspServer::TyLongWork CyLspServer::FullTokens(const json& Params) {
               It->second->getTokens().InstallFull(ResultId, std::move(Counts));
           },
           {}});
-    return FullResultParts(std::move(Data), ResultId);
+    return FullResultBody(std::move(Data), ResultId);
   };
 }
 
 void CyLspServer::RunDueWork() {
   const auto Now = std::chrono::steady_clock::now();
   for (auto& [Uri, D] : Documents_)
-    if (D->ChecksDue && *D->ChecksDue <= Now) {
+    if (D->ChecksDue && *D->ChecksDue <= Now && D->FullTokensRunning == 0) {
       D->ChecksDue.reset();
-      D->getChecks().Start();
+      D->getChecks().Start(D->getSnapshot());
     }
 }
 
@@ -384,6 +413,11 @@ void CyLspServer::RespondParts(const json& Id, const std::vector<std::string>& P
   All.insert(All.end(), Parts.begin(), Parts.end());
   All.push_back("}");
   Writer_.Write(All);
+}
+
+void CyLspServer::RespondBody(const json& Id, const IyBodyPart& Body) {
+  const std::string Head = "{\"id\":" + DumpMessage(Id) + ",\"jsonrpc\":\"2.0\",\"result\":";
+  Writer_.Write(Head, Body, "}");
 }
 
 json CyLspServer::ProgressTokenFor(const json& Params, const CyLspDocument* Document) {
@@ -421,13 +455,19 @@ void CyLspServer::StartLong(const json& Id, const json& Params, const CyLspDocum
         Job.StopToken = Stop;
         Job.Progress = Progress ? &*Progress : nullptr;
         try {
-          std::vector<std::string> Parts = Work(Job);
+          TyLongResult Result = Work(Job);
           Job.ThrowIfStopped();
           if (Progress) Progress->End();
-          RespondParts(Id, Parts);
           size_t Bytes = 0;
-          for (const std::string& Part : Parts) Bytes += Part.size();
-          Parts = {};
+          if (Result.Body) {
+            RespondBody(Id, *Result.Body);
+            Bytes = Result.Body->getLength();
+          } else {
+            RespondParts(Id, Result.Parts);
+            for (const std::string& Part : Result.Parts) Bytes += Part.size();
+          }
+          Result.Parts = {};
+          Result.Body.reset();
           // A big answer was built on the threads' own heaps, which keep freed pages: give
           // them back now rather than hold them until the next big request.
           if (Bytes > (size_t{16} << 20)) malloc_trim(0);
@@ -620,7 +660,8 @@ int CyLspServer::Run(std::istream& In) {
   while (!ExitRequested_) {
     std::optional<std::chrono::steady_clock::time_point> Due;
     for (auto& [Uri, D] : Documents_)
-      if (D->ChecksDue && (!Due || *D->ChecksDue < *Due)) Due = D->ChecksDue;
+      if (D->ChecksDue && D->FullTokensRunning == 0 && (!Due || *D->ChecksDue < *Due))
+        Due = D->ChecksDue;
     TyInbound Item{TyInbound::ikCheckDone, {}, {}, {}, {}};
     bool Have = false;
     {
@@ -650,7 +691,14 @@ int CyLspServer::Run(std::istream& In) {
           PublishDiagnostics(*It->second);
       }
     }
-    RunDueWork();
+    // Due checks wait for the messages already here: a full token request right behind a
+    // didOpen gets the processors first, and a check would only be outdated by a change.
+    bool Waiting;
+    {
+      std::lock_guard Lock(Mutex_);
+      Waiting = !Queue_.empty();
+    }
+    if (!Waiting) RunDueWork();
     Jobs_.Reap();
   }
   Reader.join();

@@ -74,9 +74,16 @@ class CyLspServer {
   using TyHandler = std::function<json(const json& Params)>;
   // A handler whose result is already serialised JSON (big results skip the JSON tree).
   using TyRawHandler = std::function<std::string(const json& Params)>;
-  // The work of a long request, run on a thread of its own: returns the result's JSON text in
-  // parts (written one after another).
-  using TyLongWork = std::function<std::vector<std::string>(const TyJobContext& Job)>;
+  // What a long request's work gives: the result's JSON text in parts (written one after
+  // another), or a body part that writes itself in chunks.
+  struct TyLongResult {
+    TyLongResult(std::vector<std::string> Parts) : Parts(std::move(Parts)) {}  // NOLINT
+    TyLongResult(std::unique_ptr<IyBodyPart> Body) : Body(std::move(Body)) {}  // NOLINT
+    std::vector<std::string> Parts;
+    std::unique_ptr<IyBodyPart> Body;
+  };
+  // The work of a long request, run on a thread of its own.
+  using TyLongWork = std::function<TyLongResult(const TyJobContext& Job)>;
   // Runs on the dispatch thread: takes what the work needs (a snapshot) and returns it; or
   // answers at once by filling Now and returning no work.
   using TyLongHandler =
@@ -106,6 +113,7 @@ class CyLspServer {
   // Creates a progress token of ours through window/workDoneProgress/create.
   json CreateProgressToken();
   void RespondParts(const json& Id, const std::vector<std::string>& Parts);
+  void RespondBody(const json& Id, const IyBodyPart& Body);
   void Notification(const std::string& Method, std::function<void(const json& Params)> Handler);
   void Respond(const json& Id, json Result);
   void RespondRaw(const json& Id, const std::string& Result);

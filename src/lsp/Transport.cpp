@@ -4,6 +4,8 @@
 #include <cctype>
 #include <charconv>
 
+#include "common/Exception.hpp"
+
 namespace xylem::lsp {
 
 namespace {
@@ -90,6 +92,23 @@ void CyMessageWriter::Write(std::string_view Body) { Write({Body}); }
 void CyMessageWriter::Write(std::initializer_list<std::string_view> Parts) { WriteParts(Parts); }
 
 void CyMessageWriter::Write(const std::vector<std::string_view>& Parts) { WriteParts(Parts); }
+
+void CyMessageWriter::Write(std::string_view Head, const IyBodyPart& Middle,
+                            std::string_view Tail) {
+  const size_t Length = Middle.getLength();
+  std::lock_guard Lock(Mutex_);
+  Out_ << "Content-Length: " << Head.size() + Length + Tail.size() << "\r\n\r\n";
+  Out_.write(Head.data(), static_cast<std::streamsize>(Head.size()));
+  size_t Written = 0;
+  Middle.WriteTo([this, &Written](std::string_view Chunk) {
+    Out_.write(Chunk.data(), static_cast<std::streamsize>(Chunk.size()));
+    Written += Chunk.size();
+  });
+  Out_.write(Tail.data(), static_cast<std::streamsize>(Tail.size()));
+  Out_.flush();
+  if (Written != Length)
+    throw CyShouldNeverHappenException("A streamed message body differs from its length.");
+}
 
 template <typename TyParts>
 void CyMessageWriter::WriteParts(const TyParts& Parts) {

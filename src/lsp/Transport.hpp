@@ -3,6 +3,7 @@
 // header, read from and written to byte streams (standard input and output in the server).
 
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <istream>
 #include <mutex>
@@ -42,6 +43,18 @@ class CyMessageReader {
   std::string Line_;
 };
 
+// A part of a message body that writes itself in bounded chunks, so that a big result (full
+// semantic tokens) is never held as one text. getLength is exact and known before writing,
+// as the header needs it.
+class IyBodyPart {
+ public:
+  virtual ~IyBodyPart() = default;
+  virtual size_t getLength() const = 0;
+  // Passes the part's bytes to Sink in order, in chunks; they total getLength(). Called once
+  // per message, on the writing thread, with the writer's lock held.
+  virtual void WriteTo(const std::function<void(std::string_view)>& Sink) const = 0;
+};
+
 // Writes framed messages. Thread-safe: a message is written as one unit and flushed.
 class CyMessageWriter {
  public:
@@ -50,6 +63,10 @@ class CyMessageWriter {
   // Writes one message whose body is the concatenation of Parts (no copy of a big body).
   void Write(std::initializer_list<std::string_view> Parts);
   void Write(const std::vector<std::string_view>& Parts);
+  // Writes one message whose body is Head, Middle's chunks and Tail. Raises
+  // CyShouldNeverHappenException when Middle wrote another length than it announced (the
+  // stream is broken then).
+  void Write(std::string_view Head, const IyBodyPart& Middle, std::string_view Tail);
 
  private:
   template <typename TyParts>

@@ -10,6 +10,7 @@
 #include "common/Utf.hpp"
 #include "editor/Document.hpp"
 #include "editor/Folding.hpp"
+#include "editor/Snapshot.hpp"
 #include "editor/WordWrap.hpp"
 
 namespace xylem::test {
@@ -32,6 +33,16 @@ TyTextPosition RandomPosition(std::mt19937& Random, const TxMarkupDocument& Docu
   const int64_t line = static_cast<int64_t>(Random() % Document.getLineCount()) + 1;
   const int64_t length = static_cast<int64_t>(Document.getLine(line).size());
   return {line, static_cast<int64_t>(Random() % (length + 1)) + 1};
+}
+
+// Every line's stored start state and delta.
+std::vector<int64_t> LineStates(const TxTextList& List) {
+  std::vector<int64_t> states;
+  for (int64_t line = 1; line <= List.getCount(); ++line) {
+    const TxItem& item = *List.getItems(line);
+    states.insert(states.end(), {item.StackG, item.StackS, item.Delta, item.UniqueID});
+  }
+  return states;
 }
 
 struct TyScenario {
@@ -74,6 +85,9 @@ TEST_P(DocumentEditTest, RandomEditsMatchModelAndFreshScan) {
           {doc.getMarkers().Add(p, TyMarkerKind::mkUser), doc.ConvertPositionToOffset(p)});
     }
 
+    TxDocumentSnapshotPtr shared;
+    std::u16string sharedText;
+    std::vector<int64_t> sharedStates;
     for (int step = 0; step < 120; ++step) {
       SCOPED_TRACE("step " + std::to_string(step));
       const unsigned op = random() % 12;
@@ -151,6 +165,17 @@ TEST_P(DocumentEditTest, RandomEditsMatchModelAndFreshScan) {
       ASSERT_EQ(CompareVisibleLines(folding, doc.getLineCount()), "");
       if (step % 7 == 0) {
         ASSERT_EQ(CompareRows(wrap, doc), "");
+      }
+      // A shared snapshot copies nothing, yet keeps its text and states through later edits,
+      // undo and redo (the document goes on with a copy of its own).
+      if (shared) {
+        ASSERT_EQ(shared->getText(), sharedText);
+        ASSERT_EQ(LineStates(shared->getTextList()), sharedStates);
+      }
+      if (step % 5 == 0) {
+        shared = doc.CreateSharedSnapshot();
+        sharedText = shared->getText();
+        sharedStates = LineStates(shared->getTextList());
       }
     }
     // Undo to the oldest kept state and redo to the newest give the texts back exactly.

@@ -51,11 +51,38 @@ TEST(BigText, ExtractionMatchesAWholeParse) {
   }
 }
 
+// Unescaping against nlohmann's parse of the same string, with raw control characters and
+// escapes at every offset of the eight-byte words the scan reads.
+TEST(BigText, UnescapingMatchesAParseAtEveryOffset) {
+  const char* const kPieces[] = {"a",    "bc",   " ",    "\x7f", "\xc3\xa9", "\\n",
+                                 "\\\\", "\\\"", "\x1f", "\x01", "\t",       "0123456789abcdef"};
+  std::mt19937 Random(11);
+  for (int Round = 0; Round < 3000; ++Round) {
+    std::string Escaped;
+    for (int i = Random() % 24; i > 0; --i) {
+      const size_t Piece = Random() % std::size(kPieces);
+      // Control characters rarely, so that most strings are valid and compared in full.
+      if (Piece >= 8 && Piece <= 10 && Random() % 4 != 0) continue;
+      Escaped += kPieces[Piece];
+    }
+    const json Model = json::parse("\"" + Escaped + "\"", nullptr, false);
+    std::string Out(Escaped.size(), '\0');
+    const std::optional<size_t> Length = UnescapeJSONString(Escaped, Out.data());
+    ASSERT_EQ(Length.has_value(), !Model.is_discarded()) << Escaped;
+    if (Length) {
+      EXPECT_EQ(Out.substr(0, *Length), Model.get<std::string>()) << Escaped;
+    }
+  }
+}
+
 TEST(BigText, OtherMessagesAndBadTextsAreLeftAlone) {
   const std::string kBodies[] = {
       DidOpen("short"),                                    // under the limit below
       DidOpen("bad escape \\q here and long enough"),      // refused escape
       DidOpen("raw\ncontrol character, long enough...."),  // raw line end inside a string
+      // The same far into the text, behind escapes, where the scan reads whole words.
+      DidOpen("a long text with \\\"escapes\\\" first, then a raw\tcontrol"),
+      DidOpen("a long text with \\\"escapes\\\" first, then a bad \\u12G4 escape"),
       "{\"method\":\"textDocument/didChange\",\"params\":{\"textDocument\":{\"text\":"
       "\"long enough text but not an open\"}}}",
       DidOpen("truncated message long enough") + "garbage",

@@ -11,6 +11,7 @@
 #include "LspTestSupport.hpp"
 #include "common/Utf.hpp"
 #include "editor/Document.hpp"
+#include "lsp/FullTokens.hpp"
 
 namespace xylem::lsp {
 namespace {
@@ -178,12 +179,87 @@ TEST(SemanticTokens, FullResultInPiecesMatchesTheLineByLineEncoding) {
       TyJobContext Job;
       Job.PieceCount = Pieces;
       const TyFullTokens Full = ComputeFullTokens(*Document.CreateSnapshot(), Job, 500);
-      EXPECT_EQ(Full.Parts.size() / 2, size_t(Pieces)) << "pieces";
+      EXPECT_EQ(Full.Pieces.size(), size_t(Pieces)) << "pieces";
       const json Data = json::parse("[" + Full.getJoined() + "]");
       ASSERT_EQ(Data.get<std::vector<uint32_t>>(), Expected) << Pieces << " pieces";
       ASSERT_EQ(Full.Counts.size(), size_t(Document.getLineCount()));
       EXPECT_EQ(5 * std::accumulate(Full.Counts.begin(), Full.Counts.end(), uint64_t{0}),
                 Expected.size());
+    }
+  }
+}
+
+// The streamed "data" text of a full result equals, byte for byte, the line-by-line encoding
+// joined by commas, for any cut into pieces and any chunk size, and the length announced
+// before writing is exact: no lines at all, empty lines, lines and whole pieces without
+// tokens, and more tokens than one block of the compact form holds.
+TEST(SemanticTokens, StreamedFullResultEqualsTheJoinedEncoding) {
+  std::u16string Big;
+  for (int I = 0; I < 30000; ++I)
+    Big += u"<item id=\"" + ToUTF16(std::to_string(I)) + u"\" k=\"v\">x</item>\n";
+  // More tokens on one line than one block takes in one go.
+  std::u16string LongLine = u"\n\n";
+  for (int I = 0; I < 20000; ++I) LongLine += u"<a b=\"c\"/>";
+  LongLine += u"\n<z/>\n";
+  std::u16string TextThenTag, TagThenText;
+  for (int I = 0; I < 3000; ++I) TextThenTag += u"plain text\n";
+  TextThenTag += u"<a b=\"c\"/>";
+  TagThenText = u"<a b=\"c\"/>\n" + TextThenTag.substr(0, TextThenTag.size() - 10);
+  const struct {
+    const char* Name;
+    std::u16string Text;
+    TyDocumentKind Kind;
+  } kRows[] = {
+      {"empty", u"", TyDocumentKind::dkXML},
+      {"empty lines", u"\n\n\n\n", TyDocumentKind::dkXML},
+      {"no tokens", u"text\nmore text\n\nlast", TyDocumentKind::dkXML},
+      {"mixed", u"<a>\n\n  text\n<b c='d'/>\n\n<!-- x\n\n y -->\n</a>\n", TyDocumentKind::dkXML},
+      {"tokens last", TextThenTag, TyDocumentKind::dkXML},
+      {"tokens first", TagThenText, TyDocumentKind::dkXML},
+      {"json", u"{\"a\": [1, 2,\n\n true],\n \"b\": null}\n", TyDocumentKind::dkJSON},
+      {"many tokens", Big, TyDocumentKind::dkXML},
+      {"long line", LongLine, TyDocumentKind::dkXML},
+  };
+  for (const auto& Row : kRows) {
+    SCOPED_TRACE(Row.Name);
+    TxMarkupDocument Document;
+    Document.LoadFromText(Row.Text, "t.xml");
+    Document.setKind(Row.Kind);
+    std::vector<uint32_t> Numbers;
+    CyLineTokenizer Tokenizer(Document);
+    int64_t Previous = 1;
+    EncodeLineTokens(Tokenizer, 1, Document.getLineCount(), Previous, Numbers, nullptr);
+    std::string Expected;
+    for (const uint32_t N : Numbers) Expected += (Expected.empty() ? "" : ",") + std::to_string(N);
+    for (const int Pieces : {1, 2, 3, 7}) {
+      TyJobContext Job;
+      Job.PieceCount = Pieces;
+      const TyFullTokens Full = ComputeFullTokens(*Document.CreateSharedSnapshot(), Job, 1);
+      ASSERT_EQ(Full.getTextLength(), Expected.size()) << Pieces << " pieces";
+      // Small chunks of a big result go through the expanding thread.
+      for (const size_t Chunk : {size_t{1}, size_t{7}, size_t{4096}, size_t{1} << 20}) {
+        if (Chunk < 4096 && Row.Text.size() > 10000) continue;  // a call per token: slow
+        std::string Streamed;
+        size_t Calls = 0;
+        Full.WriteText(
+            [&](std::string_view Part) {
+              EXPECT_FALSE(Part.empty());
+              EXPECT_LE(Part.size(), Chunk + 55);  // a chunk ends with the token that fills it
+              Streamed += Part;
+              ++Calls;
+            },
+            Chunk);
+        ASSERT_EQ(Streamed, Expected) << Pieces << " pieces, chunks of " << Chunk;
+        if (Chunk == 1) {
+          EXPECT_EQ(Calls, Numbers.size() / 5);
+        }
+      }
+      const std::unique_ptr<IyBodyPart> Body =
+          FullResultBody(ComputeFullTokens(Document, Job, 1), "7");
+      std::string Whole;
+      Body->WriteTo([&](std::string_view Part) { Whole += Part; });
+      ASSERT_EQ(Whole.size(), Body->getLength());
+      EXPECT_EQ(Whole, "{\"data\":[" + Expected + "],\"resultId\":\"7\"}");
     }
   }
 }
@@ -202,7 +278,9 @@ TEST(SemanticTokens, FullResultFromASnapshotIsTheBaseOfLaterDeltas) {
     CySemanticTokensState State;
     Document.AddListener(&State);
     for (int Round = 0; Round < 60; ++Round) {
-      const TxDocumentSnapshotPtr Snapshot = Document.CreateSnapshot();
+      // A shared snapshot is left the lines by the first edit; a copied one has its own.
+      const TxDocumentSnapshotPtr Snapshot =
+          Round % 2 ? Document.CreateSharedSnapshot() : Document.CreateSnapshot();
       const std::string Id = State.BeginFull();
       for (int Edit = Random() % 4; Edit > 0; --Edit) {
         const int64_t Length = static_cast<int64_t>(Document.getText().size());

@@ -67,5 +67,38 @@ TEST(MessageWriter, WritesWhatTheReaderReads) {
   EXPECT_EQ(ReadAll(Out.str(), 1 << 20), Expected);
 }
 
+// A body part that writes its text in chunks of a given size, announcing Claimed bytes.
+class CyChunkedPart : public IyBodyPart {
+ public:
+  CyChunkedPart(std::string Text, size_t Chunk, size_t Claimed)
+      : Text_(std::move(Text)), Chunk_(Chunk), Claimed_(Claimed) {}
+  size_t getLength() const override { return Claimed_; }
+  void WriteTo(const std::function<void(std::string_view)>& Sink) const override {
+    for (size_t At = 0; At < Text_.size(); At += Chunk_)
+      Sink(std::string_view(Text_).substr(At, Chunk_));
+  }
+
+ private:
+  std::string Text_;
+  size_t Chunk_;
+  size_t Claimed_;
+};
+
+// A streamed body frames as the same text written whole; a part that writes another length
+// than it announced is our own fault and raised.
+TEST(MessageWriter, StreamedBodiesFrameAsTheirText) {
+  std::ostringstream Out;
+  CyMessageWriter Writer(Out);
+  const std::string Middle = std::string(5000, 'y') + "z";
+  for (const size_t Chunk : {size_t{1}, size_t{64}, size_t{100000}})
+    Writer.Write("[", CyChunkedPart(Middle, Chunk, Middle.size()), "]");
+  Writer.Write("", CyChunkedPart("", 1, 0), "");
+  std::vector<TyRead> Expected(3, {TyReadStatus::rsMessage, "[" + Middle + "]"});
+  Expected.push_back({TyReadStatus::rsMessage, ""});
+  Expected.push_back({TyReadStatus::rsEnd, ""});
+  EXPECT_EQ(ReadAll(Out.str(), 1 << 20), Expected);
+  EXPECT_ANY_THROW(Writer.Write("{", CyChunkedPart("abc", 2, 4), "}"));
+}
+
 }  // namespace
 }  // namespace xylem::lsp
