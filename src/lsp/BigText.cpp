@@ -242,15 +242,8 @@ class CyFinder {
       }
       return String(Begin, End);
     }
-    if (C == '{') {
-      ++At_;
-      Space();
-      if (At_ < S_.size() && S_[At_] == '}') {
-        ++At_;
-        return true;
-      }
-      for (;;) {
-        Space();
+    if (C == '{')
+      return Sequence('}', [&] {
         size_t Begin, End;
         if (!String(Begin, End)) return false;
         const std::string_view Key = S_.substr(Begin, End - Begin);
@@ -266,46 +259,42 @@ class CyFinder {
           size_t MB = 0, ME = 0;
           if (!String(MB, ME)) return false;
           Method = S_.substr(MB, ME - MB);
-        } else if (!Value(Depth + 1, Next)) {
-          return false;
+          return true;
         }
-        Space();
-        if (At_ >= S_.size()) return false;
-        if (S_[At_] == ',') {
-          ++At_;
-          continue;
-        }
-        if (S_[At_] != '}') return false;
-        ++At_;
-        return true;
-      }
-    }
-    if (C == '[') {
-      ++At_;
-      Space();
-      if (At_ < S_.size() && S_[At_] == ']') {
-        ++At_;
-        return true;
-      }
-      for (;;) {
-        if (!Value(Depth + 1, 0)) return false;
-        Space();
-        if (At_ >= S_.size()) return false;
-        if (S_[At_] == ',') {
-          ++At_;
-          continue;
-        }
-        if (S_[At_] != ']') return false;
-        ++At_;
-        return true;
-      }
-    }
+        return Value(Depth + 1, Next);
+      });
+    if (C == '[') return Sequence(']', [&] { return Value(Depth + 1, 0); });
     // Numbers and literals: their characters; the ordinary parse judges them.
     const size_t Start = At_;
     while (At_ < S_.size() && (std::isalnum(static_cast<unsigned char>(S_[At_])) ||
                                S_[At_] == '-' || S_[At_] == '+' || S_[At_] == '.'))
       ++At_;
     return At_ > Start;
+  }
+
+  // The members or elements of an object or array from its opening character on: Item reads
+  // one (after the white space before it), separated by ',' up to Close.
+  template <typename TyItem>
+  bool Sequence(char Close, TyItem&& Item) {
+    ++At_;
+    Space();
+    if (At_ < S_.size() && S_[At_] == Close) {
+      ++At_;
+      return true;
+    }
+    for (;;) {
+      Space();
+      if (!Item()) return false;
+      Space();
+      if (At_ >= S_.size()) return false;
+      if (S_[At_] == ',') {
+        ++At_;
+        continue;
+      }
+      if (S_[At_] != Close) return false;
+      ++At_;
+      return true;
+    }
   }
 
   std::string_view S_;

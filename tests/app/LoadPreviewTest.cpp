@@ -116,6 +116,14 @@ void Press(QWidget* Widget, int Key, Qt::KeyboardModifiers Modifiers = Qt::NoMod
   QApplication::sendEvent(Widget, &event);
 }
 
+// A shown tab whose background load (of any size) waits until Gate is released.
+void ShowWithLoadHeldAt(CyEditorTab& Tab, std::binary_semaphore& Gate) {
+  Tab.resize(600, 400);
+  Tab.show();
+  Tab.setBackgroundLoadBytes(0);
+  Tab.setBeforeLoadHook([&Gate] { Gate.acquire(); });
+}
+
 }  // namespace
 
 class LoadPreviewTest : public QObject {
@@ -239,11 +247,8 @@ class LoadPreviewTest : public QObject {
     const std::string content = MakeDocument(3000, "\n", false);
     const std::string path = Write(QStringLiteral("big.xml"), content);
     CyEditorTab tab;
-    tab.resize(600, 400);
-    tab.show();
     std::binary_semaphore gate(0);
-    tab.setBackgroundLoadBytes(0);
-    tab.setBeforeLoadHook([&gate] { gate.acquire(); });
+    ShowWithLoadHeldAt(tab, gate);
     QSignalSpy ended(&tab, &CyEditorTab::loadEnded);
     QSignalSpy checked(&tab, &CyEditorTab::errorsChanged);
     tab.Open(QString::fromStdString(path));
@@ -291,11 +296,8 @@ class LoadPreviewTest : public QObject {
   void endWhileLoading() {
     const std::string path = Write(QStringLiteral("end.xml"), MakeDocument(30000, "\r\n", false));
     CyEditorTab tab;
-    tab.resize(600, 400);
-    tab.show();
     std::binary_semaphore gate(0);
-    tab.setBackgroundLoadBytes(0);
-    tab.setBeforeLoadHook([&gate] { gate.acquire(); });
+    ShowWithLoadHeldAt(tab, gate);
     QSignalSpy ended(&tab, &CyEditorTab::loadEnded);
     tab.Open(QString::fromStdString(path));
     Press(tab.getView(), Qt::Key_End, Qt::ControlModifier);

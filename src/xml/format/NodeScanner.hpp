@@ -181,11 +181,9 @@ class CyXMLNodeScanner {
           Crossed_ |= Limit != nullptr;
           return true;
         }
-        Handle({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()),
-                t.TextIsMissing, t.Extra0(), base + t.Offset0, base + t.Offset1});
+        Handle(ScanTokenOf(t, base));
         if (Sink_.Stopped()) return false;
-        const bool between =
-            t.StackG1 == kXMLDocumentGroupWord && t.StackS1 == kXMLDocumentSymbolWord;
+        const bool between = t.EndsAtDocumentLevel();
         // The tokenizer ended a construct this scanner has not: it must not be read past.
         if (between && Construct_ != TyConstruct::None) Fail(ConstructStart_);
         if (between && t.Offset1 > 0) {

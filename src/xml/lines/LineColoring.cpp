@@ -146,8 +146,7 @@ bool CyXMLLineColoring::TokenizerAdvance() {
         return false;
       }
       // Back between constructs at document level: the lexer reads on from here.
-      if (FastPath_ && last.Offset1 > 0 && last.StackG1 == kXMLDocumentGroupWord &&
-          last.StackS1 == kXMLDocumentSymbolWord) {
+      if (FastPath_ && last.Offset1 > 0 && last.EndsAtDocumentLevel()) {
         Resume_ = Text_ + TokenizerBase_ + last.Offset1;
         return false;
       }
@@ -157,12 +156,7 @@ bool CyXMLLineColoring::TokenizerAdvance() {
     const TyXMLToken& token = Parser_.getToken();
     // Zero-width tokens (missing ones, the final one) have nothing to paint.
     if (token.Count() > 0) {
-      Tokenized_ = {static_cast<uint8_t>(token.Group0()),
-                    static_cast<uint8_t>(token.Symbol0()),
-                    token.TextIsMissing,
-                    token.Extra0(),
-                    TokenizerBase_ + token.Offset0,
-                    TokenizerBase_ + token.Offset1};
+      Tokenized_ = ScanTokenOf(token, TokenizerBase_);
       Take(Tokenized_, XMLColoringCategory(Tokenized_.Group, Tokenized_.Symbol, Tokenized_.Extra));
       return true;
     }

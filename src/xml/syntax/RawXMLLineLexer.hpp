@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "xml/syntax/Tokenizer.hpp"
+
 namespace xylem {
 
 // A token: group and symbol values (TokenizerKinds.hpp), Missing for a zero-width missing token
@@ -24,6 +26,17 @@ struct TyXMLScanToken {
   int64_t Offset0;
   int64_t Offset1;
 };
+
+// The tokenizer's Token in the same form, its offsets moved by Base (where the tokenizer
+// started in the line).
+inline TyXMLScanToken ScanTokenOf(const TyXMLToken& Token, int64_t Base) {
+  return {static_cast<uint8_t>(Token.Group0()),
+          static_cast<uint8_t>(Token.Symbol0()),
+          Token.TextIsMissing,
+          Token.Extra0(),
+          Base + Token.Offset0,
+          Base + Token.Offset1};
+}
 
 class CyRawXMLLineLexer {
  public:

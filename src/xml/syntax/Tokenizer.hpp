@@ -62,6 +62,11 @@ struct TyXMLToken {
   int64_t Count() const { return Offset1 - Offset0; }
   // The token's characters, a view into the caller's text (no copy).
   std::u16string_view Text() const { return {Start, static_cast<size_t>(Offset1 - Offset0)}; }
+  // The token leaves the tokenizer between constructs at document level, where the raw line
+  // lexer may read on.
+  bool EndsAtDocumentLevel() const {
+    return StackG1 == kXMLDocumentGroupWord && StackS1 == kXMLDocumentSymbolWord;
+  }
   // DeltaPos minus one when this token begins a construct: the level before it.
   int32_t DeltaNeg() const { return DeltaUp ? DeltaPos - 1 : DeltaPos; }
   // White space only (tab, LF, CR, space) in the body of TEXT or of the internal subset.

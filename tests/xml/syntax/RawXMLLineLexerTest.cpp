@@ -44,13 +44,8 @@ void ExpectTokenizersTokens(const std::u16string& Line, bool AtEnd) {
   for (parser.First(text, AtEnd, kXMLDocumentGroupWord, kXMLDocumentSymbolWord);; parser.Next()) {
     const TyXMLToken& t = parser.getToken();
     if (t.Offset0 >= read && t.Count() > 0) break;
-    if (t.Count() > 0)
-      expected.push_back(
-          Describe({static_cast<uint8_t>(t.Group0()), static_cast<uint8_t>(t.Symbol0()), false,
-                    t.Extra0(), t.Offset0, t.Offset1}));
-    if (t.Offset1 == read && t.StackG1 == kXMLDocumentGroupWord &&
-        t.StackS1 == kXMLDocumentSymbolWord)
-      atBoundary = true;
+    if (t.Count() > 0) expected.push_back(Describe(ScanTokenOf(t, 0)));
+    if (t.Offset1 == read && t.EndsAtDocumentLevel()) atBoundary = true;
     if (t.IsDone) break;
   }
   EXPECT_EQ(actual, expected);
