@@ -6,6 +6,7 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <utility>
 
 #include "app/TextView.hpp"
 #include "common/InputBytes.hpp"
@@ -147,6 +148,7 @@ void CyEditorTab::FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadRe
   if (!Result->Loaded) {
     Document_->LoadFromText(u"");
     View_->setLineNumbering(0, 0);
+    EndPendingGoTo(false);
     Q_EMIT titleChanged();
     Q_EMIT loadEnded(false, Result->Error.empty() ? tr("The load stopped.")
                                                   : QString::fromStdString(Result->Error));
@@ -171,6 +173,7 @@ void CyEditorTab::FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadRe
         Document_->getKind(), Document_->getPath(), Document_->getGeneration()));
   else
     CheckNow();
+  EndPendingGoTo(true);
   Q_EMIT titleChanged();
   Q_EMIT loadEnded(true, {});
 }
@@ -181,6 +184,7 @@ void CyEditorTab::CancelLoad() {
   EndLoading();
   Document_->LoadFromText(u"");
   View_->setLineNumbering(0, 0);
+  EndPendingGoTo(false);
   Q_EMIT titleChanged();
   Q_EMIT loadEnded(false, {});
 }
@@ -335,6 +339,18 @@ QString CyEditorTab::getLoadingPath() const {
   return Loader_ ? QString::fromStdString(LoadingPath_) : QString();
 }
 
+void CyEditorTab::GoToLine(int64_t Line) {
+  if (getLoadingPath().isEmpty())
+    View_->GoToLine(Line);
+  else
+    PendingLine_ = Line;
+}
+
+void CyEditorTab::EndPendingGoTo(bool Loaded) {
+  const int64_t line = std::exchange(PendingLine_, 0);
+  if (Loaded && line > 0) View_->GoToLine(line);
+}
+
 // ---- Long work.
 
 QString FormatRefusalText(const TyFormatResult& Result) {
@@ -370,6 +386,7 @@ void CyEditorTab::StartLoad(const QString& Path) {
           NoteSaved();
           CheckNow();
         }
+        EndPendingGoTo(outcome.End == TyJobEnd::jeDone);
         Q_EMIT titleChanged();
         Q_EMIT loadFinished(outcome);
       },

@@ -112,6 +112,9 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   bool getBusy() const { return Job_.getRunning() || getLoading(); }
   // The file a running load reads ("" when none).
   QString getLoadingPath() const;
+  // Puts the caret on Line (clamped) near the top of the view; while a load runs, once it has
+  // ended well: the preview holds only the file's first or last lines.
+  void GoToLine(int64_t Line);
   CyBackgroundJob& getJob() { return Job_; }
 
  Q_SIGNALS:
@@ -133,6 +136,8 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
  private:
   struct TyLoadResult;
   void OpenInBackground(const std::string& Path);
+  // A load ended: goes to the line asked for meanwhile when it ended well, forgets it else.
+  void EndPendingGoTo(bool Loaded);
   void FinishLoad(uint64_t Generation, const std::shared_ptr<TyLoadResult>& Result);
   // Ends the background state: joins the worker, the view editable again.
   void EndLoading();
@@ -162,6 +167,7 @@ class CyEditorTab : public QWidget, public IyDocumentListener {
   // The head preview's encoding and kind (its lines went to the document), for the tail.
   std::optional<TyFilePreview> Head_;
   int64_t LineCountHint_ = 0;
+  int64_t PendingLine_ = 0;  // GoToLine during a load; 0 for none
   bool ShowsEnd_ = false;
   QTimer ProgressTimer_;
   int64_t BackgroundLoadBytes_ = int64_t{16} << 20;

@@ -601,7 +601,7 @@ void CyMainWindow::Check() {
 
 void CyMainWindow::GoToLine(int64_t Line) {
   if (CyEditorTab* tab = getCurrentTab()) {
-    tab->getView()->GoToLine(Line);
+    tab->GoToLine(Line);
     tab->getView()->setFocus();
   }
 }

@@ -291,6 +291,30 @@ class LoadPreviewTest : public QObject {
     QVERIFY(document.getModified());
   }
 
+  // A line asked for while loading (the command line's --goto, Ctrl+G) is gone to once the
+  // file is in place, whatever the preview held; a cancelled load forgets it.
+  void goToLineWaitsForTheLoad() {
+    const std::string path = Write(QStringLiteral("goto.xml"), MakeDocument(30000, "\n", false));
+    for (const bool cancel : {false, true}) {
+      CyEditorTab tab;
+      std::binary_semaphore gate(0);
+      ShowWithLoadHeldAt(tab, gate);
+      QSignalSpy ended(&tab, &CyEditorTab::loadEnded);
+      tab.Open(QString::fromStdString(path));
+      QVERIFY(tab.getLoading());
+      tab.GoToLine(40000);
+      QCOMPARE(tab.getDocument().getSelection().Caret.Line, int64_t{1});
+      gate.release();  // a cancel waits for the loading thread
+      if (cancel) tab.CancelLoad();
+      if (!cancel) QVERIFY(ended.wait(20000));
+      QCOMPARE(ended.first().at(0).toBool(), !cancel);
+      QCOMPARE(tab.getDocument().getSelection().Caret.Line, cancel ? int64_t{1} : int64_t{40000});
+      if (!cancel) QVERIFY(tab.getView()->getTopLine() > 39000);
+      tab.GoToLine(7);  // not loading: at once
+      QCOMPARE(tab.getDocument().getSelection().Caret.Line, cancel ? int64_t{1} : int64_t{7});
+    }
+  }
+
   // Ctrl+End while loading shows the last lines under their own numbers; the loaded file
   // keeps them on screen.
   void endWhileLoading() {
