@@ -397,7 +397,14 @@ TyTextPosition TxMarkupDocument::ReplaceRange(const TyTextRange& Range, std::u16
       return Neighbour != Harmless1 && Neighbour != Harmless2 &&
              HasMarkup(std::u16string_view(&Neighbour, 1));
     };
-    structureChanged = structureChanged ||
+    // Letters typed or removed inside a declaration's keyword ("<![CDATA[", "<!DOCTYPE",
+    // "<?xml") change what the construct is (a broken "<![CD" reads as a start tag), though
+    // their neighbours are letters too.
+    const auto inKeyword = [&first](size_t At) {
+      while (At > 0 && ((first[At - 1] | 0x20) >= u'a' && (first[At - 1] | 0x20) <= u'z')) --At;
+      return At > 0 && (first[At - 1] == u'[' || first[At - 1] == u'!' || first[At - 1] == u'?');
+    };
+    structureChanged = structureChanged || inKeyword(prefix) ||
                        (prefix > 0 && joinsMarkup(first[prefix - 1], u'>', u';')) ||
                        (suffixAt < last.size() && joinsMarkup(last[suffixAt], u'<', u'&'));
     for (int64_t line = l1 + 1; line <= l2 && !structureChanged; ++line)
